@@ -1,0 +1,44 @@
+# The front door. Everything is built by CMake; the targets here are the commands of daily work.
+#
+#   make build      the tool, the simulated platform and the card programs, into build/
+#   make run        the tool on simulated cards; ARGS="..." and FLEET=file choose others
+#   make test       every test
+#   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
+#   make format     the formatter over every source file;  make check-format only looks
+
+ARGS  ?= -summary -pcie -vls -vlw -vdi -vrs -vbs -core -gec -gnt -gid -smc -fwv -hwr -uuid
+FLEET ?= build/bin/fleets/default.toml
+JOBS  ?= $(shell nproc)
+
+sources = $(shell git ls-files '*.cpp' '*.h')
+
+.PHONY: packages build run test sanitize format check-format clean
+
+packages:
+	@packaging/install-packages
+
+build: packages
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release -j $(JOBS)
+
+run: build
+	@build/bin/zelsim run --fleet $(FLEET) -- ZelDiag $(ARGS)
+
+test: build
+	@ctest --preset release -j $(JOBS)
+
+sanitize: packages
+	@for preset in sanitize-address sanitize-thread; do \
+	    cmake --preset $$preset >/dev/null && \
+	    cmake --build --preset $$preset -j $(JOBS) && \
+	    ctest --preset $$preset -j $(JOBS) || exit 1; \
+	done
+
+format:
+	@clang-format -i $(sources)
+
+check-format:
+	@clang-format --dry-run --Werror $(sources)
+
+clean:
+	@rm -rf build build-*

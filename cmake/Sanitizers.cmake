@@ -1,0 +1,15 @@
+# ZELDIAG_SANITIZE: "" | "address" (with undefined behaviour) | "thread", for every target alike.
+set(ZELDIAG_SANITIZE "" CACHE STRING "Sanitizers to build with: address or thread")
+
+if(ZELDIAG_SANITIZE STREQUAL "address")
+  set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
+elseif(ZELDIAG_SANITIZE STREQUAL "thread")
+  set(sanitizers -fsanitize=thread)
+elseif(NOT ZELDIAG_SANITIZE STREQUAL "")
+  message(FATAL_ERROR "ZELDIAG_SANITIZE is \"${ZELDIAG_SANITIZE}\"; it takes \"address\" or \"thread\"")
+endif()
+
+if(sanitizers)
+  add_compile_options(${sanitizers} -fno-omit-frame-pointer -g -O1)
+  add_link_options(${sanitizers})
+endif()

@@ -1,0 +1,6 @@
+# One set of warnings for everything that is compiled here; each of them is an error.
+add_library(zel_warnings INTERFACE)
+target_compile_options(zel_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Werror
+  -Wshadow -Wcast-qual -Wformat=2 -Wundef -Wnull-dereference
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
