@@ -1,0 +1,11 @@
+// A trace call site: one static record that names file and line, printed by the debug-trace library.
+#pragma once
+
+#include "PlyxDebug.h"
+
+#define ZEL_TRACE(level, ...)                                    \
+    do {                                                         \
+        static PlyxDebugInfo site{0, 0, __FILE_NAME__, true, 0}; \
+        site.m_lineNum = __LINE__;                               \
+        plyxDbg->Print(site, level, __VA_ARGS__);                \
+    } while (false)

@@ -1,0 +1,40 @@
+// The PCIe test group: its control block, its front end and its tests.
+#pragma once
+
+#include "TestEngine/te_main_frontend.h"
+#include "TestEngine/te_main_records.h"
+
+struct PCIExpressCb {
+    ifstGrpTstCb gen;
+    U32 PCIExpressDbgLvl;
+    S8t fileName[k_GroupFileNameSize];
+};
+
+extern PCIExpressCb m_PCIExpressCb;
+extern const ifstGroupFrontEnd k_PCIExpressFrontEnd;
+
+inline constexpr U16 k_PCIExpressTestCount = 6;
+extern ifstTstCb PCIExpressTests[k_PCIExpressTestCount];
+
+I16 PCIExpress_TGParse(ifstTstGroup* group, char* word);
+int PCIExpress_ParseTestParam(ifstTstGroup* group, char* word);
+I16 PCIExpress_TGInit(ifstTstGroup* group);
+I16 PCIExpress_TGCfg(ifstTstGroup* group);
+I16 PCIExpress_TGClean(ifstTstGroup* group);
+void PCIExpressUsage();
+
+// Each test takes the address of the control block and returns k_TestFinished when it has finished.
+I16 PCIExpress_PCIExpressverifyLinkSpeed(U64 tstSpecCb);
+I16 PCIExpress_PCIExpressverifyLinkWidth(U64 tstSpecCb);
+I16 PCIExpress_PCIExpressverifyDeviceId(U64 tstSpecCb);
+I16 PCIExpress_vRevSubSystemID(U64 tstSpecCb);
+I16 PCIExpress_PCIExpressverifyBootstrap(U64 tstSpecCb);
+I16 PCIExpress_PCIExpressSBOXDefaultValues(U64 tstSpecCb);
+
+// What the engine calls each test through.
+I16 Marshal_PCIExpress_PCIExpressverifyLinkSpeed(ActualArg* list);
+I16 Marshal_PCIExpress_PCIExpressverifyLinkWidth(ActualArg* list);
+I16 Marshal_PCIExpress_PCIExpressverifyDeviceId(ActualArg* list);
+I16 Marshal_PCIExpress_vRevSubSystemID(ActualArg* list);
+I16 Marshal_PCIExpress_PCIExpressverifyBootstrap(ActualArg* list);
+I16 Marshal_PCIExpress_PCIExpressSBOXDefaultValues(ActualArg* list);

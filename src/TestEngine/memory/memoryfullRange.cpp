@@ -1,0 +1,7 @@
+// The FullRange test, which this build does not contain.
+#include "TestEngine/memory/memory.h"
+#include "TestEngine/te_main_unavailable.h"
+
+I16 memory_memoryfullRange(U64 tstSpecCb) {
+    return ifstReportUnavailable(tstSpecCb, "FullRange", "TestEngine/memory/memoryfullRange");
+}

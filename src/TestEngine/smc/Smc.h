@@ -1,0 +1,34 @@
+// The SMC test group: its control block, its front end and its tests.
+#pragma once
+
+#include "TestEngine/te_main_frontend.h"
+#include "TestEngine/te_main_records.h"
+
+struct SmcCb {
+    ifstGrpTstCb gen;
+    U32 SmcDbgLvl;
+    S8t fileName[k_GroupFileNameSize];
+};
+
+extern SmcCb m_SmcCb;
+extern const ifstGroupFrontEnd k_SmcFrontEnd;
+
+inline constexpr U16 k_SmcTestCount = 3;
+extern ifstTstCb SmcTests[k_SmcTestCount];
+
+I16 Smc_TGParse(ifstTstGroup* group, char* word);
+int Smc_ParseTestParam(ifstTstGroup* group, char* word);
+I16 Smc_TGInit(ifstTstGroup* group);
+I16 Smc_TGCfg(ifstTstGroup* group);
+I16 Smc_TGClean(ifstTstGroup* group);
+void SmcUsage();
+
+// Each test takes the address of the control block and returns k_TestFinished when it has finished.
+I16 Smc_FwVersion(U64 tstSpecCb);
+I16 Smc_HwRevision(U64 tstSpecCb);
+I16 Smc_Uuid(U64 tstSpecCb);
+
+// What the engine calls each test through.
+I16 Marshal_Smc_FwVersion(ActualArg* list);
+I16 Marshal_Smc_HwRevision(ActualArg* list);
+I16 Marshal_Smc_Uuid(ActualArg* list);

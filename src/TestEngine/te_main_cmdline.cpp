@@ -1,0 +1,218 @@
+// The command line: global options, the groups by name, and each further word offered to them.
+#include <cstdio>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CommonTool/ShellExecuter.h"
+#include "SI/cm_stub0.h"
+#include "SI/cm_stub1.h"
+#include "TestEngine/TestGroups.h"
+#include "TestEngine/te_main.h"
+#include "TestEngine/te_main_console.h"
+#include "TestEngine/te_main_frontend.h"
+#include "TestEngine/te_main_params.h"
+
+U8 curTstMode = k_NoTestSelected;
+
+namespace {
+
+constexpr char kHelpWord[] = "-help";
+
+struct FileCloser {
+    void operator()(FILE* file) const { cmCloseFile(file); }
+};
+using File = std::unique_ptr<FILE, FileCloser>;
+
+bool Contains(const char* word, const char* part) {
+    return cmFindFirstString(word, part) != nullptr;
+}
+
+bool EqualsAny(const std::string& name, std::initializer_list<const char*> spellings) {
+    for (const char* spelling : spellings) {
+        if (cmStringCmp(name.c_str(), spelling) == 0)
+            return true;
+    }
+    return false;
+}
+
+// "-help" at the word's very end: "--help" and "x-help" ask for help, "x-helpful" does not.
+bool AsksForHelp(const char* word) {
+    const char* found = cmFindFirstString(word, kHelpWord);
+    return found != nullptr && found[sizeof(kHelpWord) - 1] == '\0';
+}
+
+// "-dbgLvl=8" as "-dbgLvl" and 8; a word without "=" or without a number behind it is no option of
+// this form.
+struct ValueOption {
+    bool hasName = false;
+    bool hasValue = false;
+    std::string name;
+    U32 value = 0;
+
+    explicit ValueOption(const char* word) {
+        std::vector<char> nameText(cmFindStrLength(word) + 1);
+        std::vector<char> valueText(nameText.size());
+        if (cmSplitAndStore(word, '=', nameText.data(), valueText.data()) != 0)
+            return;
+        hasName = true;
+        name = nameText.data();
+        hasValue = cmConvertChar2U32(valueText.data(), &value) == 0;
+    }
+};
+
+File OpenHelpText() {
+    File file(cmOpenFile("/etc/hosk/te_doc.t", "r"));
+    if (!file)
+        file.reset(cmOpenFile((ShellExecuter::GetAppDirAccessPath() + "/te_doc.t").c_str(), "r"));
+    return file;
+}
+
+// Copies the help text without its comments, which run from "#" to the end of their line, the line
+// end included.
+void CopyHelpText(FILE* file) {
+    bool comment = false;
+    for (int character = cmGetSChar(file); character != EOF; character = cmGetSChar(file)) {
+        if (character == '#')
+            comment = true;
+        if (!comment)
+            cmPutSChar(character);
+        if (character == '\n')
+            comment = false;
+    }
+}
+
+void PrintGlobalHelp() {
+    const U32 savedState = ifstSetupParams.conc.state;
+    ifstSetupParams.conc.state = k_ConcStateDisplay;
+    IFSTDISP("\nZelDiag provides diagnostic tests for Ostrel(R) Vimbra(TM) Coprocessors.\n \n");
+    IFSTDISP("Available Global Options (must precede test group/test options!):\n");
+    IFSTDISP("   -summary (include a brief summary at the end of the execution)\n");
+    IFSTDISP("   -devicelist <comma_seperated_list_of_numbers> (exclude 'zel' prefix)\n");
+    IFSTDISP("               DO NOT USE SPACES in the list; it will not parse correctly!\n");
+    IFSTDISP("Available Test Groups:\n");
+    for (const ifstTstGroup& group : ifstTstGrps)
+        IFSTDISP("        %s or %s : %s\n", group.shortNm, group.longNm, group.name);
+
+    const File file = OpenHelpText();
+    if (!file) {
+        // The display state is left as it is: nothing runs after this.
+        std::fprintf(stderr, "Error! unable to find te_doc.t Please check your installation\n");
+        return;
+    }
+    CopyHelpText(file.get());
+    IFSTDISP("\n");
+    ifstSetupParams.conc.state = savedState;
+}
+
+// The flags that count anywhere in a word, wherever the word stands.
+bool TakeFlag(const char* word) {
+    if (Contains(word, "-exitOnFail"))
+        ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
+    else if (Contains(word, "-skipOnFail"))
+        ifstSetupParams.failCtlState = IFST_SKIP_ON_FAIL;
+    else if (Contains(word, "-noExitOnFail"))
+        ifstSetupParams.failCtlState = IFST_NO_EXIT_ON_FAIL;
+    else if (Contains(word, "-quietMode"))
+        ifstSetupParams.bQuietMode = 1;
+    else
+        return false;
+    return true;
+}
+
+// Selects the groups of this name. A group named after a test leaves nothing selected until one of
+// its own tests is named too: that is how a forgotten test shows.
+bool SelectGroups(const char* word) {
+    bool found = false;
+    for (ifstTstGroup& group : ifstTstGrps) {
+        if (!EqualsAny(word, {group.longNm, group.shortNm}))
+            continue;
+        group.state = IFST_GROUP_SELECTED;
+        curTstMode |= k_NoTestSelected;
+        found = true;
+    }
+    return found;
+}
+
+// Offers the word to every selected group. IFST_PARSE_ACCEPTED when any took it, else what the last
+// one answered.
+I16 OfferToGroups(char* word) {
+    const ValueOption option(word);
+    const bool debugLevel = option.hasValue && EqualsAny(option.name, {"-debugLevel", "-dbgLvl"});
+    bool accepted = false;
+    I16 status = IFST_PARSE_REFUSED;
+    for (ifstTstGroup& group : ifstTstGrps) {
+        if (group.state != IFST_GROUP_SELECTED)
+            continue;
+        if (debugLevel) {
+            group.dbgLvl = option.value & k_DbgLvlMask;
+            accepted = true;
+            continue;
+        }
+        status = group.parse(&group, word);
+        if (status == IFST_PARSE_ACCEPTED) {
+            curTstMode &= static_cast<U8>(~k_NoTestSelected);
+            accepted = true;
+        }
+    }
+    return accepted ? static_cast<I16>(IFST_PARSE_ACCEPTED) : status;
+}
+
+// Stores a seed or a loop count. The names compare without case, so that "-R" is "-r" and the outer
+// count is reached by its long name only.
+void StoreRunValue(const char* word) {
+    const ValueOption option(word);
+    if (!option.hasValue)
+        return;
+    auto& conc = ifstSetupParams.conc;
+    if (EqualsAny(option.name, {"-b", "-bs", "-beginSeed"}))
+        conc.startSeed = option.value;
+    else if (EqualsAny(option.name, {"-e", "-es", "-endSeed"}))
+        conc.endSeed = option.value;
+    else if (EqualsAny(option.name, {"-r", "-repeat", "-innerLpCnt"}))
+        conc.innerLoopCnt = option.value + 1;
+    else if (EqualsAny(option.name, {"-R", "-Repeat", "-outerLpCnt"}))
+        conc.outerLoopCnt = option.value + 1;
+}
+
+}  // namespace
+
+int ifstParseCmdLine(int count, char** words) {
+    curTstMode |= k_NoTestSelected;
+    ifstResetParsedOptions();
+    bool bFoundTstGrp = false;
+
+    for (int i = 0; i < count; ++i) {
+        char* word = words[i];
+        if (!bFoundTstGrp && AsksForHelp(word)) {
+            PrintGlobalHelp();
+            return 0;
+        }
+        if (TakeFlag(word))
+            continue;
+        if (count == 1) {
+            std::fprintf(stderr, "One argument is missing.\n");
+            return -1;
+        }
+        if (SelectGroups(word)) {
+            bFoundTstGrp = true;
+            continue;
+        }
+        if (bFoundTstGrp) {
+            const I16 status = OfferToGroups(word);
+            if (status == IFST_PARSE_ACCEPTED)
+                continue;
+            if (status == IFST_PARSE_HELP) {
+                // Whoever reads a group's help does not want its tests run, named or not.
+                curTstMode |= k_NoTestSelected;
+                return 0;
+            }
+        }
+        // The values are stored, and the word is refused all the same: nothing runs with them.
+        StoreRunValue(word);
+        std::fprintf(stderr, "Invalid argument: %s\nPlease try -help for help.\n", word);
+        return -1;
+    }
+    return 0;
+}

@@ -1,0 +1,63 @@
+// What the five test groups' front ends share: taking words of the command line, preparing and
+// closing the group on a card, printing the usage. A group tells its differences by one constant
+// record; its own functions are one line each.
+#pragma once
+
+#include "TestEngine/te_main_records.h"
+
+// What the words of one parse have set in a group.
+struct ifstGroupParseState {
+    bool tstDefined;  // a test of the group has been named
+};
+
+struct ifstGroupFrontEnd {
+    const char* summaryName;
+    ifstTstCb* tests;
+    U16 numTests;
+
+    // The control block.
+    ifstGrpTstCb* gen;
+    U32* debugLevel;
+    char* fileName;  // k_GroupFileNameSize characters
+
+    ifstGroupParseState* parseState;
+
+    // Compares a word with a test's name; 0 when equal.
+    int (*compareTestName)(const char* word, const char* name);
+    // Take the group's own words; null when it has none. `takeAll` runs after every test was selected.
+    void (*takeAll)();
+    bool (*takeOption)(const char* word);
+    void (*resetOptions)();
+
+    // What follows "*** NAME :" when the card is not in normal mode.
+    const char* notNormalText;
+    // Name of the group's configuration step where it reports a missing card-access object; or null.
+    const char* cfgName;
+
+    void (*usage)();
+};
+
+// Selects the word's test or sets its option; one of ifstParseStatus. Ends the process with status
+// 251 when the user is not root.
+I16 ifstParseGroupWord(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* group, const char* word);
+
+// Not 0 when the word is taken as a value for an argument of the current test's own.
+int ifstParseTestParam(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* group, const char* word);
+
+// Puts the group in the initialised state for a card.
+I16 ifstInitGroup(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* group);
+
+// Lets the group run when the card is in normal mode; else the group is skipped on this card.
+I16 ifstConfigureForNormalMode(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* group);
+
+I16 ifstCleanGroup(ifstTstGroup* group);
+
+// The usage's lines "        -short or -long : description", one a test.
+void ifstPrintTestList(const ifstGroupFrontEnd& frontEnd);
+
+// The usage that all groups but Memory have. `note` is printed behind the group's line; or null.
+void ifstPrintUsage(const ifstGroupFrontEnd& frontEnd, const char* title, const char* groupLine,
+                    const char* note);
+
+// Everything that a parse can set begins from its initial value: each parse gives the same result.
+void ifstResetParsedOptions();

@@ -1,0 +1,67 @@
+// The run summary: which card was tested with which versions, and which errors its tests reported.
+// Also takes the two options that stand before everything else on the command line, -summary and
+// -devicelist. Used from the main thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace TE {
+
+class TESummary {
+public:
+    TESummary();
+
+    // Takes the leading -summary and -devicelist. Returns how many words remain, the program's name
+    // counted, and sets `*consumed` to the number taken: the run continues at argv + *consumed, where
+    // the last word taken stands for the program's name. Ends the process with status 1 on misuse.
+    int ProcessGlobalOptions(int argc, char** argv, int* consumed);
+
+    // Whether a card is to be tested: there is no device list, or it names the card.
+    bool TestSpecifiedDeviceNumber(unsigned int card) const;
+
+    void SetHOSKVersion(const char* version);
+
+    // Closes the record of the card before and begins one for `card`. Ends the process with status 1
+    // when the card has no PCIe address.
+    void SetZelNumberAndVersions(unsigned int card, const char* flash, const char* smc);
+
+    void SetGroupName(const char* name);
+    void SetTestName(const char* name);
+
+    // Adds an error line of the current card, cut to 255 characters.
+    void LogError(const char* message);
+
+    // The card's PCIe address, from the kernel's class folder; "PCIeNotFoundError" without one.
+    std::string GetPCIeFromDeviceNo(unsigned int card) const;
+
+    void finishPreviousZELCard();
+
+    // Closes the last card, prints the summary when it was asked for, and begins anew.
+    void SendSummaryToConsole();
+
+    // The start state of a run; the options, and the SMC version, are kept.
+    void resetInstance();
+
+    // Commas and decimal digits only; false for null.
+    bool validateCommaSeperatedListofDevices(const char* text) const;
+    void addCommaSeperatedListofDevices(const char* text);
+
+private:
+    bool _useSummary;
+    std::string _hoskVersion;
+    std::string _currentFlashVersion;
+    std::string _currentSMCVersion;
+    std::string _currentGroupname;
+    std::string _currentTestname;
+    unsigned int _currentZELNumber;
+    std::vector<std::string> _currentErrors;
+    std::string _listOfErrorCards;
+    std::string _zelPCIeAddr;
+    std::vector<std::string> _summaryLines;
+    std::vector<unsigned int> _activeDeviceList;
+};
+
+extern TESummary SUMMARY_INSTANCE;
+
+}  // namespace TE
