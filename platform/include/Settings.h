@@ -8,6 +8,9 @@
 //     [pcieConfigReg]
 //     deviceID = 0x00501F5A, 0x00401F5A
 //
+// A comment begins with ';' or '#', at the start of a line or after a blank. A value that holds a
+// comma, or a blank at an end, stands in double quotes. A key may be given once only.
+//
 // Section and key names compare with case. A file that does not parse, or a value that is not a
 // number where numbers are asked for, gives a non-zero result and one line on standard error that
 // names the file, the line and the fault.
