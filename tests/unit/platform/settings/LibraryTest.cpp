@@ -13,7 +13,7 @@ struct CloseLibrary {
 using SharedLibrary = std::unique_ptr<void, CloseLibrary>;
 
 TEST(SettingsLibrary, OffersTheObject) {
-    const SharedLibrary library(dlopen(SETTINGS_LIBRARY, RTLD_NOW | RTLD_LOCAL));
+    const SharedLibrary library(dlopen(SETTINGS_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE));
     ASSERT_NE(library, nullptr) << dlerror();
     auto* const object = static_cast<Settings**>(dlsym(library.get(), "settings"));
     ASSERT_NE(object, nullptr) << dlerror();
@@ -25,7 +25,7 @@ TEST(SettingsLibrary, OffersTheObject) {
 }
 
 TEST(SettingsLibrary, KeepsItsInternalsToItself) {
-    const SharedLibrary library(dlopen(SETTINGS_LIBRARY, RTLD_NOW | RTLD_LOCAL));
+    const SharedLibrary library(dlopen(SETTINGS_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE));
     ASSERT_NE(library, nullptr) << dlerror();
     EXPECT_EQ(dlsym(library.get(), "ini_parse_stream"), nullptr);
     EXPECT_EQ(dlsym(library.get(), "ini_max_line"), nullptr);
