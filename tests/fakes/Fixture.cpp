@@ -1,0 +1,28 @@
+// Starts and ends a test with stand-ins.
+#include "Fixture.h"
+
+namespace fakes {
+
+void ResetAll() {
+    ZelAccess().Reset();
+    SettingsFake().Reset();
+    Trace().Reset();
+    Clock().Reset();
+    TheJournal().Clear();
+}
+
+void VerifyAll() {
+    ZelAccess().Verify();
+    SettingsFake().Verify();
+}
+
+Fixture::Fixture() {
+    ResetAll();
+}
+
+Fixture::~Fixture() {
+    VerifyAll();
+    ResetAll();
+}
+
+}  // namespace fakes
