@@ -4,6 +4,7 @@
 #   make run        the tool on simulated cards; ARGS="..." and FLEET=file choose others
 #   make test       every test
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
+#   make check-sbox whether the SBOX register table still holds what is known about it
 #   make format     the formatter over every source file;  make check-format only looks
 
 ARGS  ?= -summary -pcie -vls -vlw -vdi -vrs -vbs -core -gec -gnt -gid -smc -fwv -hwr -uuid
@@ -12,7 +13,7 @@ JOBS  ?= $(shell nproc)
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: packages build run test sanitize format check-format clean
+.PHONY: packages build run test check-sbox sanitize format check-format clean
 
 packages:
 	@packaging/install-packages
@@ -26,6 +27,9 @@ run: build
 
 test: build
 	@ctest --preset release -j $(JOBS)
+
+check-sbox: build
+	@ctest --preset release -R 'SboxRegisters\.'
 
 sanitize: packages
 	@for preset in sanitize-address sanitize-thread; do \

@@ -31,6 +31,10 @@ I16 PCIExpress_vRevSubSystemID(U64 tstSpecCb);
 I16 PCIExpress_PCIExpressverifyBootstrap(U64 tstSpecCb);
 I16 PCIExpress_PCIExpressSBOXDefaultValues(U64 tstSpecCb);
 
+// Reads every SBOX register in table order. 0 when at most half of them differ from their values after
+// power-on; 1 when more do, or at once when a read fails.
+unsigned int CheckSboxDefaultValues(HANDLE handle);
+
 // What the engine calls each test through.
 I16 Marshal_PCIExpress_PCIExpressverifyLinkSpeed(ActualArg* list);
 I16 Marshal_PCIExpress_PCIExpressverifyLinkWidth(ActualArg* list);
