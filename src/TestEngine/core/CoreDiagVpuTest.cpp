@@ -1,7 +1,26 @@
-// The VPU test, which this build does not contain.
+// The vector units, exercised by a workload on the card.
+#include "CommonException.h"
 #include "TestEngine/core/CoreDiag.h"
-#include "TestEngine/te_main_unavailable.h"
+#include "TestEngine/core/WorkloadTest.h"
+#include "TestEngine/te_main.h"
+#include "TestEngine/te_summary.h"
+
+namespace {
+
+void ThrowNotPassed(const std::string&) {
+    throw CommonException(
+        "No errors from card execute, but the expected string not found in the execute output ");
+}
+
+// The summary comes first here; the Cache test does it the other way round.
+void Fail(const char* reason) {
+    TE::SUMMARY_INSTANCE.LogError("VPU workload did not run as expected");
+    ifstFailTest("TestEngine/core/CoreDiagVpuTest", 63, reason);
+}
+
+}  // namespace
 
 I16 CoreDiag_CoreDiagVpuTest(U64 tstSpecCb) {
-    return ifstReportUnavailable(tstSpecCb, "VPU", "TestEngine/core/CoreDiagVpuTest");
+    return RunWorkloadTest(tstSpecCb, {"VPU", "Executing VPU tests...", "vpu_workload_er1x",
+                                       "vpu_workload_ev1x", ThrowNotPassed, Fail});
 }
