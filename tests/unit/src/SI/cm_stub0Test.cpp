@@ -129,10 +129,11 @@ TEST(cmConvertChar2HexU64, ReadsSixtyFourBits) {
 
 TEST(cmSplitAndStore, SplitsAtTheFirstSeparator) {
     for (const auto& [text, name, value] :
-         std::vector<std::tuple<std::string, std::string, std::string>>{{"-dbgLvl=8", "-dbgLvl", "8"},
-                                                                        {"=x", "", "x"},
-                                                                        {"a=", "a", ""},
-                                                                        {"a=b=c", "a", "b=c"}}) {
+         std::vector<std::tuple<std::string, std::string, std::string>>{
+             {"-dbgLvl=8", "-dbgLvl", "8"},
+             {"=x", "", "x"},
+             {"a=", "a", ""},
+             {"a=b=c", "a", "b=c"}}) {
         char nameText[16] = {};
         char valueText[16] = {};
         EXPECT_EQ(cmSplitAndStore(text.c_str(), '=', nameText, valueText), 0) << text;

@@ -1,0 +1,34 @@
+// Symbolic links as a test wants them.
+#include "FakeLinks.h"
+
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+namespace {
+std::map<std::string, std::string>& Links() {
+    static std::map<std::string, std::string> links;
+    return links;
+}
+}  // namespace
+
+void fakes::SetLink(const std::string& path, const std::string& target) {
+    Links()[path] = target;
+}
+
+void fakes::ClearLinks() {
+    Links().clear();
+}
+
+extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) noexcept {
+    const auto link = Links().find(path);
+    if (link == Links().end())
+        return syscall(SYS_readlinkat, AT_FDCWD, path, buffer, size);
+    const size_t length = std::min(size, link->second.size());
+    std::memcpy(buffer, link->second.data(), length);
+    return static_cast<ssize_t>(length);
+}

@@ -1,0 +1,15 @@
+// Symbolic links as a test wants them: readlink() of the test program answers for the links that are
+// set here, and asks the system for all others.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace fakes {
+
+void SetLink(const std::string& path, const std::string& target);
+
+// Forgets every link that was set.
+void ClearLinks();
+
+}  // namespace fakes

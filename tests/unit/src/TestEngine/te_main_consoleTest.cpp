@@ -1,0 +1,129 @@
+// The program's three ways of printing.
+#include "TestEngine/te_main_console.h"
+
+#include "Fixture.h"
+#include "TestEngine/te_main_params.h"
+
+namespace {
+
+class Console : public fakes::Fixture {
+protected:
+    Console() { ifstSetupParams = {}; }
+    ~Console() override { ifstSetupParams = {}; }
+
+    std::string Displayed(const std::string& text) {
+        fakes::CaptureOutput capture;
+        IFSTDISP("%s", text.c_str());
+        return capture.Out();
+    }
+
+    // What `write` leaves in an open data log.
+    template <typename Write>
+    std::string Logged(Write write) {
+        FILE* log = std::tmpfile();
+        ifstSetupParams.logCtl.logEna = 1;
+        ifstSetupParams.logCtl.dataLogHndl = log;
+        write();
+        std::rewind(log);
+        std::string text(8192, '\0');
+        text.resize(std::fread(text.data(), 1, text.size(), log));
+        std::fclose(log);
+        ifstSetupParams.logCtl.dataLogHndl = nullptr;
+        return text;
+    }
+};
+
+TEST_F(Console, DisplaysUpToTheLastLineEnd) {
+    const std::vector<std::pair<std::string, std::string>> rows{
+        {"abc", ""},           {"abc\n", "abc\n"}, {"a\n\nb", "a\n\n"},  {"", ""},
+        {"\n", "\n"},          {"a\nb", "a\n"},    {"a\nb\n", "a\nb\n"}, {"\n\n\n", "\n\n\n"},
+        {"a \n \n", "a \n \n"}};
+    for (const auto& [text, expected] : rows)
+        EXPECT_EQ(Displayed(text), expected) << fakes::Quote(text);
+}
+
+TEST_F(Console, StopsAtALineThatIsTooLong) {
+    const std::string longest(1024, 'x');
+    EXPECT_EQ(Displayed(longest + "\nb\n"), longest + "\nb\n");
+    EXPECT_EQ(Displayed("a\n" + longest + "x\nb\n"), "a\n");
+}
+
+TEST_F(Console, CutsWhatItsBufferDoesNotHold) {
+    std::string text;
+    for (int i = 0; i < 200; ++i)
+        text += std::string(99, 'y') + "\n";
+    EXPECT_EQ(Displayed(text).size(), 10200U) << "whole lines within 10239 characters";
+}
+
+TEST_F(Console, DisplaysInQuietModeAndNeverToTheLog) {
+    ifstSetupParams.bQuietMode = 1;
+    fakes::CaptureOutput capture;
+    EXPECT_EQ(Logged([] { IFSTDISP("shown\n"); }), "");
+    EXPECT_EQ(capture.Out(), "shown\n");
+}
+
+TEST_F(Console, RestoresTheDisplayState) {
+    ifstSetupParams.conc.state = 5;
+    {
+        const ifstDisplayState displaying;
+        EXPECT_EQ(ifstSetupParams.conc.state, 12U);
+    }
+    EXPECT_EQ(ifstSetupParams.conc.state, 5U);
+}
+
+TEST_F(Console, TakesTheFirstLine) {
+    char text[] = "one\ntwo";
+    char line[8] = "-------";
+    U32 length = sizeof(line);
+    EXPECT_EQ(DISP_GET_LINE(text, line, &length), 1);
+    EXPECT_EQ(length, 3U);
+    EXPECT_EQ(std::string(line, 4), "one-") << "no terminator is added";
+
+    length = 2;
+    EXPECT_EQ(DISP_GET_LINE(text, line, &length), 0);
+    EXPECT_EQ(length, 2U);
+    length = 8;
+    char noEnd[] = "two";
+    EXPECT_EQ(DISP_GET_LINE(noEnd, line, &length), 0);
+    EXPECT_EQ(DISP_GET_LINE(nullptr, line, &length), 0);
+    EXPECT_EQ(DISP_GET_LINE(text, nullptr, &length), 0);
+    DISPLINES(nullptr);
+}
+
+TEST_F(Console, PrintsEngineLinesWhereTheyBelong) {
+    {
+        fakes::CaptureOutput capture;
+        EXPECT_EQ(Logged([] { ifstPrint("line %d\n", 1); }), "line 1\n");
+        EXPECT_EQ(capture.Out(), "line 1\n");
+    }
+    ifstSetupParams.bQuietMode = 1;
+    {
+        fakes::CaptureOutput capture;
+        EXPECT_EQ(Logged([] { ifstPrint("line %d\n", 2); }), "line 2\n");
+        EXPECT_EQ(capture.Out(), "");
+    }
+}
+
+TEST_F(Console, LogsOnlyWhenLoggingIsOn) {
+    EXPECT_EQ(Logged([] {
+                  ifstSetupParams.logCtl.logEna = 0;
+                  ifstSetupParams.bQuietMode = 1;
+                  ifstPrint("x\n");
+                  DPF_PRINT("y\n");
+              }),
+              "");
+}
+
+TEST_F(Console, WritesTraceRecordsToTheDataLogOnly) {
+    fakes::CaptureOutput capture;
+    EXPECT_EQ(Logged([] { DPF_PRINT("%s", "100%% of %d\n"); }), "100% of %d\n");
+    EXPECT_EQ(Logged([] { DPF_PRINT("%s", "%"); }), "%");
+    EXPECT_EQ(capture.Out(), "");
+}
+
+TEST(Rules, AreSeventyTwoCharactersLong) {
+    EXPECT_EQ(std::string(k_SingleRule), std::string(72, '-'));
+    EXPECT_EQ(std::string(k_DoubleRule), std::string(72, '='));
+}
+
+}  // namespace
