@@ -1,0 +1,116 @@
+// The base of the tests of one card test: a card is open, the test's group runs, and the verdict
+// lines are on.
+#pragma once
+
+#include "Fixture.h"
+#include "TestEngine/TestGroups.h"
+#include "TestEngine/te_main.h"
+#include "TestEngine/te_main_frontend.h"
+#include "TestEngine/te_main_params.h"
+#include "TestEngine/te_summary.h"
+#include "ZelAccess.h"
+
+class RunningTest : public fakes::Fixture {
+protected:
+    RunningTest(U32 group, U16 test) : group_(ifstTstGrps[group]), savedRow_(group_) {
+        ifstSetupParams = {};
+        ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
+        curTstGroup = group;
+        group_.frontEnd->gen->valid = 1;
+        group_.frontEnd->gen->eventCnt = 77;
+        group_.tstList = group_.frontEnd->tests;
+        group_.numTests = group_.frontEnd->numTests;
+        group_.curTest = test;
+        group_.dbgLvl = k_DbgLvlPassed | k_DbgLvlFailed;
+        TE::SUMMARY_INSTANCE = TE::TESummary();
+        TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");
+        TE::SUMMARY_INSTANCE.SetGroupName(group_.frontEnd->summaryName);
+    }
+    ~RunningTest() override {
+        g_ZelAccess = _ZelAccess();
+        curTstGroup = 0;
+        group_.frontEnd->gen->valid = 0;
+        for (U16 i = 0; i < group_.numTests; ++i) {
+            group_.tstList[i].result = 0;
+            group_.tstList[i].passCnt = group_.tstList[i].failCnt = 0;
+        }
+        group_ = savedRow_;
+        TE::SUMMARY_INSTANCE = TE::TESummary();
+        ifstSetupParams = {};
+    }
+
+    // Runs the test on the open card; everything that it did stands in done_.
+    void Run(I16 expectedStatus = k_TestFinished) {
+        if (!zelAccess->m_accessHandle) {
+            ASSERT_TRUE(zelAccess->setAccessHandle());
+            zelAccess->InitAdapterforDiag(0, false);
+        }
+        fakes::TheJournal().Clear();
+        ifstTstCb& test = group_.tstList[group_.curTest];
+        const std::string block = std::to_string(reinterpret_cast<U64>(group_.frontEnd->gen));
+        ActualArg list{ARGTYPE_U64, block.c_str(), nullptr};
+        fakes::CaptureOutput capture;
+        EXPECT_EQ(test.tst(&list), expectedStatus);
+        out_ = capture.Out();
+        err_ = capture.Err();
+        done_ = fakes::TheJournal().Lines();
+    }
+
+    U8 EventCount() const { return group_.frontEnd->gen->eventCnt; }
+
+    // The line that a failure leaves on standard error.
+    std::string FailLine(const std::string& file, int line, const std::string& reason) const {
+        return "Test " + std::to_string(group_.curTest + 1) + " Failed in file " + file +
+               ", line " + std::to_string(line) + " with reason [" + reason + "]\n\n";
+    }
+    std::string PassLine() const {
+        return "Test " + std::to_string(group_.curTest + 1) + " Passed \n\n";
+    }
+
+    // The error lines of the summary, without their indent.
+    static std::vector<std::string> SummaryErrors() {
+        std::string name = "x";
+        std::string option = "-summary";
+        char* argv[] = {name.data(), option.data(), nullptr};
+        int consumed = 0;
+        TE::TESummary copy = TE::SUMMARY_INSTANCE;
+        copy.ProcessGlobalOptions(2, argv, &consumed);
+        fakes::CaptureOutput capture;
+        copy.SendSummaryToConsole();
+        std::vector<std::string> errors;
+        std::string text = capture.Out();
+        for (size_t at = text.find("\n  "); at != std::string::npos; at = text.find("\n  ", at + 1))
+            errors.push_back(text.substr(at + 3, text.find('\n', at + 1) - at - 3));
+        return errors;
+    }
+
+    // Exactly one failure, told on standard error and in the summary, and nothing passed.
+    void ExpectFailed(const std::string& file, int line, const std::string& reason,
+                      const std::string& summary) {
+        EXPECT_EQ(err_, FailLine(file, line, reason));
+        EXPECT_EQ(SummaryErrors(), std::vector<std::string>{summary});
+        EXPECT_EQ(out_.find("Passed"), std::string::npos) << out_;
+        EXPECT_EQ(EventCount(), 0);
+    }
+    void ExpectPassed() {
+        EXPECT_EQ(err_, "");
+        EXPECT_TRUE(SummaryErrors().empty());
+        EXPECT_NE(out_.find(PassLine()), std::string::npos) << out_;
+        EXPECT_EQ(EventCount(), 0);
+    }
+
+    fakes::Card& Card() { return fakes::ZelAccess().cards[0]; }
+    static std::vector<std::string> Traced(DebugLevel level) {
+        return fakes::Trace().TextsAt(level);
+    }
+
+    using Texts = std::vector<std::string>;
+
+    ifstTstGroup& group_;
+    std::string out_;
+    std::string err_;
+    Texts done_;
+
+private:
+    const ifstTstGroup savedRow_;
+};
