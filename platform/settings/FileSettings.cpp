@@ -18,7 +18,7 @@
 namespace {
 
 constexpr char kFileName[] = "Settings.ini";
-constexpr std::size_t kMaxFileBytes = 1024 * 1024;
+constexpr std::size_t kMaxFileBytes = std::size_t{1024} * 1024;
 
 constexpr int kSuccess = 0;
 constexpr int kFailure = 1;

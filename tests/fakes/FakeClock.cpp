@@ -65,6 +65,8 @@ void SetEffectiveUser(uid_t user) {
 
 }  // namespace fakes
 
+// libc declares its parameters with reserved names.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" {
 
 unsigned sleep(unsigned seconds) {
@@ -114,3 +116,4 @@ uid_t geteuid() noexcept {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

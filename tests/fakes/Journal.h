@@ -63,7 +63,7 @@ private:
     friend class Journal;
 
     struct Stream {
-        Stream(int descriptor, const char* label);
+        Stream(int taken, const char* name);
         Stream(const Stream&) = delete;
         Stream& operator=(const Stream&) = delete;
         ~Stream();

@@ -36,6 +36,8 @@ int Now(clockid_t clock, timespec* now) {
 
 }  // namespace
 
+// libc declares its parameters with reserved names.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" {
 
 unsigned sleep(unsigned seconds) {
@@ -71,3 +73,4 @@ time_t time(time_t* copy) noexcept {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
