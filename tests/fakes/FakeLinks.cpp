@@ -24,6 +24,8 @@ void fakes::ClearLinks() {
     Links().clear();
 }
 
+// libc declares its parameters with reserved names, and a link's text has no terminator.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name,bugprone-not-null-terminated-result)
 extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) noexcept {
     const auto link = Links().find(path);
     if (link == Links().end())
@@ -32,3 +34,4 @@ extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) noexcep
     std::memcpy(buffer, link->second.data(), length);
     return static_cast<ssize_t>(length);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name,bugprone-not-null-terminated-result)
