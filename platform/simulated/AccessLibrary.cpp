@@ -1,0 +1,171 @@
+// The simulated card-access library.
+#include "AccessLibrary.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace simulated {
+
+namespace {
+
+constexpr char kApiVersion[] = "3.1.2";
+constexpr U32 kProcessorClass = 0x0B4000;  // co-processor
+
+// The card's MMIO space.
+constexpr U32 kMmioBytes = 0x20000;
+constexpr U32 kSboxBase = 0x10000;
+constexpr U32 kCpuIdRegister = 0x1AB54;
+constexpr U32 kThreadEnableRegister = 0x1AB30;
+
+struct SboxDefault {
+    U32 offset;
+    U32 width;
+    U64 value;
+};
+
+constexpr SboxDefault kSboxDefaults[] = {
+#define SBOX_REGISTER(name, offset, size, default_value, origin) {offset, size, default_value},
+#include "SboxRegisters.def"
+#undef SBOX_REGISTER
+};
+
+// The SBOX at power-on, a word an element.
+using SboxWords = std::array<U32, (kMmioBytes - kSboxBase) / 4>;
+
+const SboxWords& PowerOnSbox() {
+    static const SboxWords words = [] {
+        SboxWords made{};
+        for (const SboxDefault& row : kSboxDefaults) {
+            made[row.offset / 4] = static_cast<U32>(row.value);
+            if (row.width == 64)
+                made[row.offset / 4 + 1] = static_cast<U32>(row.value >> 32);
+        }
+        return made;
+    }();
+    return words;
+}
+
+U32 ReadSbox(U32 offset, std::span<const SboxValue> changed) {
+    for (const SboxValue& value : changed) {
+        if (offset == value.offset)
+            return static_cast<U32>(value.value);
+        if (value.width == 64 && offset == value.offset + 4)
+            return static_cast<U32>(value.value >> 32);
+    }
+    return PowerOnSbox()[offset / 4];
+}
+
+template <std::size_t Size>
+void CopyText(char (&out)[Size], std::string_view text) {
+    const std::size_t length = std::min(text.size(), Size - 1);
+    std::memcpy(out, text.data(), length);
+    out[length] = '\0';
+}
+
+void Describe(const CardState& card, ZelDeviceOnSystem& record) {
+    record = {};
+    record.deviceId = card.deviceId;
+    record.busNumber = card.pcie.bus;
+    record.deviceNumber = card.pcie.device;
+    const std::string_view name = card.name.View();
+    std::memcpy(record.deviceName, name.data(),
+                std::min(name.size(), sizeof(record.deviceName) - 1));
+    record.node = card.node;
+    record.subSystemId = card.subsystemId;
+    record.classCode = kProcessorClass;
+}
+
+bool SameCard(const ZelDeviceOnSystem& a, const ZelDeviceOnSystem& b) {
+    return a.node == b.node && a.deviceId == b.deviceId && a.busNumber == b.busNumber &&
+           a.deviceNumber == b.deviceNumber && a.subSystemId == b.subSystemId &&
+           std::memcmp(a.deviceName, b.deviceName, sizeof(a.deviceName)) == 0;
+}
+
+}  // namespace
+
+U32 AccessLibrary::Enumerate(ZelDeviceOnSystem* devices, U32 capacity) const {
+    const auto cards = host_->Cards();
+    const U32 count = std::min(capacity, static_cast<U32>(cards.size()));
+    for (U32 i = 0; i < count; ++i)
+        Describe(cards[i], devices[i]);
+    return count;
+}
+
+U32 AccessLibrary::OpenCard(const ZelDeviceOnSystem& device) {
+    if (card_ != nullptr)
+        return ZEL_ADAPTER_ALREADY_OPEN;
+    for (CardState& card : host_->Cards()) {
+        ZelDeviceOnSystem record{};
+        Describe(card, record);
+        if (!SameCard(record, device))
+            continue;
+        const U32 status = host_->FailCardCall(card, "ZelInitAdapter");
+        if (status == 0)
+            card_ = &card;
+        return status;
+    }
+    return ZEL_NO_SUCH_DEVICE;
+}
+
+// A card that fails to close is closed all the same: nothing can be asked of it any more.
+U32 AccessLibrary::CloseCard() {
+    if (card_ == nullptr)
+        return ZEL_NO_ADAPTER_OPEN;
+    const U32 status = host_->FailCardCall(*card_, "ZelCloseAdapter");
+    card_ = nullptr;
+    return status;
+}
+
+U32 AccessLibrary::Version(_E_ZEL_VERSION_TYPE type, char* text, U32* length) const {
+    std::string_view version;
+    if (type == ZEL_VERSION_API)
+        version = kApiVersion;
+    else if (type == ZEL_VERSION_FLASH_IMAGE)
+        version = card_->flashVersion.View();
+    else
+        return type < ZEL_VERSION_MAX ? ZEL_NOT_SUPPORTED : ZEL_INVALID_PARAMETER;
+    if (version.size() >= *length)
+        return ZEL_BUFFER_TOO_SMALL;
+    std::memcpy(text, version.data(), version.size());
+    text[version.size()] = '\0';
+    *length = static_cast<U32>(version.size());
+    return ZEL_SUCCESS;
+}
+
+U32 AccessLibrary::SetMode(ZEL_CARD_USAGE_MODE mode) {
+    // Memory-diagnostic mode needs a handler image; the last three are no modes to ask for.
+    if (mode == ZEL_USAGE_MODE_MEMDIAG || mode >= ZEL_USAGE_MODE_IN_TRANSITION)
+        return ZEL_INVALID_PARAMETER;
+    card_->usageMode = mode;
+    return ZEL_SUCCESS;
+}
+
+U32 AccessLibrary::SetModeWithImage(ZEL_CARD_USAGE_MODE mode, const char* image) {
+    if (mode != ZEL_USAGE_MODE_MEMDIAG)
+        return SetMode(mode);
+    if (card_->usageMode == ZEL_USAGE_MODE_NORMAL)
+        return ZEL_DEVICE_IN_NORMAL_MODE;
+    if (access(image, R_OK) != 0)
+        return ZEL_IMAGE_NOT_FOUND;
+    card_->usageMode = mode;
+    return ZEL_SUCCESS;
+}
+
+U32 AccessLibrary::ReadRegister(U32 offset, U32* value) const {
+    if (offset % 4 != 0 || offset >= kMmioBytes)
+        return ZEL_OUT_OF_RANGE;
+    if (offset == kCpuIdRegister)
+        *value = card_->cpuId;
+    else if (offset == kThreadEnableRegister)
+        *value = card_->threadMask;
+    else if (offset >= kSboxBase)
+        *value = ReadSbox(offset - kSboxBase, host_->Sbox(*card_));
+    else
+        *value = 0;
+    return ZEL_SUCCESS;
+}
+
+}  // namespace simulated

@@ -1,0 +1,116 @@
+// A fleet: one simulated host and its cards, as a fleet file describes them. Every key that the file
+// leaves out has the value of a healthy card.
+#pragma once
+
+#include <array>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "ZelAccessApi.h"
+
+namespace simulated {
+
+enum class Generation { Er1x, Ev1x };
+
+const char* GenerationName(Generation generation);
+
+// A platform call that fails: `skip` calls pass first, then `count` fail; count 0: every one.
+struct Fault {
+    std::string call;
+    U32 status = ZEL_DEVICE_IO_ERROR;
+    U32 skip = 0;
+    U32 count = 1;
+};
+
+// A broken memory cell: the bit reads as `stuck` whatever was written.
+struct MemoryFault {
+    U64 address = 0;
+    U32 bit = 0;
+    U32 stuck = 1;
+};
+
+// A register that does not power up with its default.
+struct SboxValue {
+    U32 offset = 0;  // from the start of the SBOX region
+    U32 width = 32;  // bits
+    U64 value = 0;
+};
+
+struct PcieAddress {
+    U32 domain = 0;
+    U8 bus = 0;
+    U8 device = 0;
+    U8 function = 0;
+    bool operator==(const PcieAddress&) const = default;
+};
+
+std::string ToText(const PcieAddress& address);
+
+struct Card {
+    Generation generation = Generation::Er1x;
+    std::string name;
+    PcieAddress pcie;
+    U16 node = 0;
+    U32 deviceId = 0;
+    U32 subsystemId = 0;
+    U32 revisionId = 0;
+    U32 linkSpeed = LINK_SPEED_5;
+    U32 linkWidth = LINK_WIDTH_16;
+    std::string postCode = "12";
+    ZEL_CARD_USAGE_MODE usageMode = ZEL_USAGE_MODE_NORMAL;
+    U32 cores = 60;
+    U32 cpuId = 0x0000B000;
+    U32 threadMask = 0xF;
+    U32 smcFirmware = 0;
+    U32 smcHardware = 0x00030002;
+    std::array<U8, 16> uuid{};
+    std::string flashVersion = "2.1.02.0390";
+    U64 memoryBytes = U64{8} << 30;
+    std::string memoryVendor = "Elmwood";
+    std::string memoryType = "GDDR5";
+    U32 memorySpeed = 5000000;
+    U32 memoryDensity = 8192;
+    U16 memoryRevision = 1;
+    bool sshUp = true;
+    std::vector<SboxValue> sbox;
+    std::vector<Fault> faults;
+    std::vector<MemoryFault> memoryFaults;
+};
+
+// A healthy card of a generation, as the host's card number `index`.
+Card DefaultCard(Generation generation, U32 index);
+
+struct Fleet {
+    std::string hoskVersion = "3.1.2";
+    std::vector<Fault> faults;  // calls that come before any card is open
+    std::vector<Card> cards;
+};
+
+// More cards than any host takes, and than the tool supports, so that its limit can be shown.
+inline constexpr U32 kMaxCards = 1024;
+
+// What is wrong with a fleet file: "FILE:LINE: reason".
+class FleetError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+Fleet ReadFleet(const std::string& path);
+
+// A usage mode and its name in fleet files and commands.
+struct ModeName {
+    ZEL_CARD_USAGE_MODE mode;
+    const char* name;
+};
+inline constexpr ModeName kModeNames[] = {
+    {ZEL_USAGE_MODE_NORMAL, "normal"},
+    {ZEL_USAGE_MODE_MAINTENANCE, "maintenance"},
+    {ZEL_USAGE_MODE_ZOMBIE, "zombie"},
+    {ZEL_USAGE_MODE_MEMDIAG, "memdiag"},
+    {ZEL_USAGE_MODE_NORMAL_RESTRICTED, "normal_restricted"},
+    {ZEL_USAGE_MODE_OFFLINE, "offline"},
+    {ZEL_USAGE_MODE_IN_TRANSITION, "in_transition"},
+};
+
+}  // namespace simulated

@@ -1,0 +1,237 @@
+// The state of a simulated host.
+#include "HostState.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <type_traits>
+
+namespace simulated {
+
+// The file: this, then the four lists. A range here counts elements behind a byte offset.
+struct HostState::Header {
+    U64 magic;
+    Range cards;
+    Range hostFaults;
+    Range cardFaults;
+    Range memoryFaults;
+    Range sbox;
+};
+
+namespace {
+
+constexpr U64 kMagic = 0x31'6D69'736C'657AULL;  // "zelsim1"
+
+class Descriptor {
+public:
+    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+    ~Descriptor() {
+        if (descriptor_ >= 0)
+            close(descriptor_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int Get() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+[[noreturn]] void Throw(const std::string& what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+template <std::size_t Size>
+void Set(FixedText<Size>& out, const std::string& text) {
+    const std::size_t length = std::min(text.size(), Size - 1);
+    std::memcpy(out.text.data(), text.data(), length);
+}
+
+void Set(FaultState& state, const Fault& fault) {
+    Set(state.call, fault.call);
+    state.status = fault.status;
+    state.skip = fault.skip;
+    state.count = fault.count;
+}
+
+void Set(CardState& state, const Card& card) {
+    Set(state.name, card.name);
+    Set(state.flashVersion, card.flashVersion);
+    Set(state.postCode, card.postCode);
+    Set(state.memoryVendor, card.memoryVendor);
+    Set(state.memoryType, card.memoryType);
+    state.generation = card.generation;
+    state.pcie = card.pcie;
+    state.node = card.node;
+    state.deviceId = card.deviceId;
+    state.subsystemId = card.subsystemId;
+    state.revisionId = card.revisionId;
+    state.linkSpeed = card.linkSpeed;
+    state.linkWidth = card.linkWidth;
+    state.cores = card.cores;
+    state.cpuId = card.cpuId;
+    state.threadMask = card.threadMask;
+    state.smcFirmware = card.smcFirmware;
+    state.smcHardware = card.smcHardware;
+    state.uuid = card.uuid;
+    state.memoryBytes = card.memoryBytes;
+    state.memorySpeed = card.memorySpeed;
+    state.memoryDensity = card.memoryDensity;
+    state.memoryRevision = card.memoryRevision;
+    state.sshUp = card.sshUp;
+    state.usageMode = card.usageMode;
+}
+
+// Where the lists of a host with these cards lie, one behind the other.
+class Layout {
+public:
+    explicit Layout(std::size_t begin) : end_(begin) {}
+
+    template <typename Element>
+    Range Place(std::size_t count) {
+        end_ = (end_ + alignof(Element) - 1) / alignof(Element) * alignof(Element);
+        const Range range{static_cast<U32>(end_), static_cast<U32>(count)};
+        end_ += count * sizeof(Element);
+        return range;
+    }
+    std::size_t End() const { return end_; }
+
+private:
+    std::size_t end_;
+};
+
+// Copies each card's list behind those of the cards before it.
+template <typename Element, typename Copy>
+Range Append(std::span<Element> all, U32& used, std::size_t count, Copy copy) {
+    const Range range{used, static_cast<U32>(count)};
+    for (std::size_t i = 0; i < count; ++i)
+        copy(all[used++], i);
+    return range;
+}
+
+}  // namespace
+
+const HostState::Header& HostState::Head() const {
+    return *static_cast<const Header*>(memory_);
+}
+
+template <typename Element>
+std::span<Element> HostState::Elements(const Range& bytes) const {
+    auto* first = static_cast<std::byte*>(memory_) + bytes.first;
+    return {reinterpret_cast<Element*>(first), bytes.count};
+}
+
+void HostState::Create(const std::string& path, const Fleet& fleet) {
+    std::size_t cardFaults = 0;
+    std::size_t memoryFaults = 0;
+    std::size_t sbox = 0;
+    for (const Card& card : fleet.cards) {
+        cardFaults += card.faults.size();
+        memoryFaults += card.memoryFaults.size();
+        sbox += card.sbox.size();
+    }
+    Layout layout(sizeof(Header));
+    Header header{};
+    header.magic = kMagic;
+    header.cards = layout.Place<CardState>(fleet.cards.size());
+    header.hostFaults = layout.Place<FaultState>(fleet.faults.size());
+    header.cardFaults = layout.Place<FaultState>(cardFaults);
+    header.memoryFaults = layout.Place<MemoryFault>(memoryFaults);
+    header.sbox = layout.Place<SboxValue>(sbox);
+
+    const Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    // Programs of other users see the cards too, and their usage.
+    if (file.Get() < 0 || fchmod(file.Get(), 0666) != 0 ||
+        ftruncate(file.Get(), static_cast<off_t>(layout.End())) != 0)
+        Throw(path);
+    void* memory = mmap(nullptr, layout.End(), PROT_READ | PROT_WRITE, MAP_SHARED, file.Get(), 0);
+    if (memory == MAP_FAILED)
+        Throw(path);
+    const HostState state(memory, layout.End());
+    std::memcpy(memory, &header, sizeof(header));
+
+    const auto hostFaultStates = state.Elements<FaultState>(header.hostFaults);
+    for (std::size_t i = 0; i < fleet.faults.size(); ++i)
+        Set(hostFaultStates[i], fleet.faults[i]);
+    U32 usedFaults = 0;
+    U32 usedMemoryFaults = 0;
+    U32 usedSbox = 0;
+    for (std::size_t i = 0; i < fleet.cards.size(); ++i) {
+        const Card& card = fleet.cards[i];
+        CardState& cardState = state.Cards()[i];
+        Set(cardState, card);
+        cardState.faults =
+            Append(state.Elements<FaultState>(header.cardFaults), usedFaults, card.faults.size(),
+                   [&](FaultState& out, std::size_t n) { Set(out, card.faults[n]); });
+        cardState.memoryFaults =
+            Append(state.Elements<MemoryFault>(header.memoryFaults), usedMemoryFaults,
+                   card.memoryFaults.size(),
+                   [&](MemoryFault& out, std::size_t n) { out = card.memoryFaults[n]; });
+        cardState.sbox = Append(state.Elements<SboxValue>(header.sbox), usedSbox, card.sbox.size(),
+                                [&](SboxValue& out, std::size_t n) { out = card.sbox[n]; });
+    }
+}
+
+std::unique_ptr<HostState> HostState::Open(const std::string& path) {
+    const Descriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    struct stat status {};
+    if (file.Get() < 0 || fstat(file.Get(), &status) != 0)
+        return nullptr;
+    const auto bytes = static_cast<std::size_t>(status.st_size);
+    if (bytes < sizeof(Header))
+        return nullptr;
+    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.Get(), 0);
+    if (memory == MAP_FAILED)
+        return nullptr;
+    std::unique_ptr<HostState> state(new HostState(memory, bytes));
+    return state->Head().magic == kMagic ? std::move(state) : nullptr;
+}
+
+HostState::~HostState() {
+    munmap(memory_, bytes_);
+}
+
+std::span<CardState> HostState::Cards() const {
+    return Elements<CardState>(Head().cards);
+}
+
+std::span<const MemoryFault> HostState::MemoryFaults(const CardState& card) const {
+    return Elements<const MemoryFault>(Head().memoryFaults)
+        .subspan(card.memoryFaults.first, card.memoryFaults.count);
+}
+
+std::span<const SboxValue> HostState::Sbox(const CardState& card) const {
+    return Elements<const SboxValue>(Head().sbox).subspan(card.sbox.first, card.sbox.count);
+}
+
+U32 HostState::FailHostCall(std::string_view call) const {
+    return FailCall(Elements<FaultState>(Head().hostFaults), call);
+}
+
+U32 HostState::FailCardCall(const CardState& card, std::string_view call) const {
+    const auto faults = Elements<FaultState>(Head().cardFaults);
+    return FailCall(faults.subspan(card.faults.first, card.faults.count), call);
+}
+
+// Every fault of the call counts it, so that two faults of one call are independent of each other.
+U32 HostState::FailCall(std::span<FaultState> faults, std::string_view call) const {
+    U32 status = 0;
+    for (FaultState& fault : faults) {
+        if (fault.call.View() != call)
+            continue;
+        const U32 before = fault.calls.fetch_add(1);
+        const bool due = before >= fault.skip;
+        const bool over = fault.count != 0 && before - fault.skip >= fault.count;
+        if (due && !over && status == 0)
+            status = fault.status;
+    }
+    return status;
+}
+
+}  // namespace simulated

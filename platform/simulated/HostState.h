@@ -1,0 +1,111 @@
+// The state of a simulated host: its cards as the fleet file made them, and what changes while
+// programs run there (usage modes, how often each fault has been passed).
+//
+// The state is one file on the host, mapped by every program that asks the simulated libraries: a
+// second command sees what the first one did. What changes is atomic; everything else is written
+// once, before the first program starts.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "CallNames.h"
+#include "Fleet.h"
+
+namespace simulated {
+
+// Where the state lies on the simulated host, and nowhere else.
+inline constexpr char kStateFile[] = "/run/zelsim/state";
+
+template <std::size_t Size>
+struct FixedText {
+    std::array<char, Size> text;
+    std::string_view View() const { return text.data(); }
+};
+
+struct FaultState {
+    FixedText<kMaxCallLength + 1> call;
+    U32 status;
+    U32 skip;
+    U32 count;
+    std::atomic<U32> calls;
+};
+
+struct Range {
+    U32 first;
+    U32 count;
+};
+
+struct CardState {
+    FixedText<255> name;
+    FixedText<255> flashVersion;
+    FixedText<16> postCode;
+    FixedText<33> memoryVendor;
+    FixedText<33> memoryType;
+    Generation generation;
+    PcieAddress pcie;
+    U16 node;
+    U32 deviceId;
+    U32 subsystemId;
+    U32 revisionId;
+    U32 linkSpeed;
+    U32 linkWidth;
+    U32 cores;
+    U32 cpuId;
+    U32 threadMask;
+    U32 smcFirmware;
+    U32 smcHardware;
+    std::array<U8, 16> uuid;
+    U64 memoryBytes;
+    U32 memorySpeed;
+    U32 memoryDensity;
+    U16 memoryRevision;
+    bool sshUp;
+    std::atomic<U32> usageMode;  // ZEL_CARD_USAGE_MODE
+    Range faults;
+    Range memoryFaults;
+    Range sbox;
+};
+
+static_assert(std::atomic<U32>::is_always_lock_free);
+
+class HostState {
+public:
+    // Writes the state of a new host. Throws std::system_error.
+    static void Create(const std::string& path, const Fleet& fleet);
+
+    // Maps a host's state; null when there is none, as on a machine that is no simulated host.
+    static std::unique_ptr<HostState> Open(const std::string& path = kStateFile);
+
+    ~HostState();
+    HostState(const HostState&) = delete;
+    HostState& operator=(const HostState&) = delete;
+
+    std::span<CardState> Cards() const;
+    std::span<const MemoryFault> MemoryFaults(const CardState& card) const;
+    std::span<const SboxValue> Sbox(const CardState& card) const;
+
+    // The status with which this call of the host, or of the card, is to fail; 0 when it passes. Counts
+    // the call.
+    U32 FailHostCall(std::string_view call) const;
+    U32 FailCardCall(const CardState& card, std::string_view call) const;
+
+private:
+    struct Header;
+
+    HostState(void* memory, std::size_t bytes) : memory_(memory), bytes_(bytes) {}
+
+    const Header& Head() const;
+    template <typename Element>
+    std::span<Element> Elements(const Range& bytes) const;
+    U32 FailCall(std::span<FaultState> faults, std::string_view call) const;
+
+    void* memory_;
+    std::size_t bytes_;
+};
+
+}  // namespace simulated

@@ -1,0 +1,162 @@
+// Makes a simulated host around this process.
+#include "Host.h"
+
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include "../HostState.h"
+
+namespace simulated {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kHostFolder[] = "/run/zelsim";
+
+// Where the kernel's class folder links to; the devices themselves are not there.
+constexpr char kDevicePath[] = "../../devices/pci0000:00/0000:00:02.0/";
+
+// Folders that a host with cards has more files in than this machine.
+constexpr const char* kGrowingFolders[] = {"/etc", "/run", "/usr/share", "/sys/class"};
+
+constexpr const char* kHandlerImages[] = {
+    "/usr/share/hosk/boot/memdiag-kernel.emberridge.elf",
+    "/usr/share/flash/MFG/md_handler_ev1x.elf",
+};
+
+[[noreturn]] void Throw(const std::string& what) {
+    throw HostError(what + ": " + std::strerror(errno));
+}
+
+void Mount(const char* source, const char* target, const char* type, unsigned long flags,
+           const std::string& options) {
+    if (mount(source, target, type, flags, options.c_str()) != 0)
+        Throw(std::string("cannot mount ") + type + " on " + target);
+}
+
+// Lays a memory file system over each of the folders: what is written there exists on this host alone.
+void GrowFolders() {
+    constexpr char kScratch[] = "/tmp";
+    Mount("zelsim", kScratch, "tmpfs", MS_NOSUID, "mode=0700");
+    for (const char* folder : kGrowingFolders) {
+        const std::string upper = std::string(kScratch) + "/upper" + folder;
+        const std::string work = std::string(kScratch) + "/work" + folder;
+        fs::create_directories(upper);
+        fs::create_directories(work);
+        Mount("zelsim", folder, "overlay", 0,
+              std::string("lowerdir=") + folder + ",upperdir=" + upper + ",workdir=" + work);
+    }
+    if (umount2(kScratch, MNT_DETACH) != 0)
+        Throw("cannot unmount the scratch folder");
+}
+
+void StartLoopback() {
+    const int control = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ifreq request{};
+    std::strcpy(request.ifr_name, "lo");
+    request.ifr_flags = IFF_UP | IFF_RUNNING;
+    const bool started = control >= 0 && ioctl(control, SIOCSIFFLAGS, &request) == 0;
+    const int error = errno;
+    if (control >= 0)
+        close(control);
+    errno = error;
+    if (!started)
+        Throw("cannot start the loopback network");
+}
+
+void WriteFile(const fs::path& path, const std::string& text, fs::perms permissions) {
+    fs::create_directories(path.parent_path());
+    std::ofstream file(path);
+    file << text;
+    file.close();
+    if (!file)
+        Throw("cannot write " + path.string());
+    fs::permissions(path, permissions);
+}
+
+void AddCardLinks(const std::vector<Card>& cards) {
+    const fs::path classFolder = "/sys/class/zel";
+    fs::create_directories(classFolder);
+    for (std::size_t i = 0; i < cards.size(); ++i) {
+        const std::string name = "zel" + std::to_string(i);
+        fs::create_symlink(kDevicePath + ToText(cards[i].pcie) + "/zel/" + name,
+                           classFolder / name);
+    }
+}
+
+// Text in single quotes for the shell.
+std::string ShellQuoted(const std::string& text) {
+    std::string quoted = "'";
+    for (const char c : text)
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+// The package manager of the simulated host, which knows one package.
+std::string PackageManager(const std::string& hoskVersion) {
+    std::string script = "#!/bin/sh\n# Answers the query for the host stack's package.\n";
+    if (hoskVersion.empty())
+        return script + "echo \"package $2 is not installed\"\nexit 1\n";
+    return script +
+           "if [ \"$*\" != '-qi hosk-daemon' ]; then\n"
+           "    echo \"package $2 is not installed\"\n    exit 1\nfi\n"
+           "printf '%s\\n' 'Name        : hosk-daemon' 'Version     : '" +
+           ShellQuoted(hoskVersion) + " 'Release     : 1'\n";
+}
+
+void AddPrograms(const Fleet& fleet, const std::string& programFolder) {
+    const std::string hostPrograms = std::string(kHostFolder) + "/bin";
+    WriteFile(hostPrograms + "/rpm", PackageManager(fleet.hoskVersion), fs::perms(0755));
+    const char* path = std::getenv("PATH");
+    const std::string searchPath =
+        hostPrograms + ":" + programFolder + (path == nullptr ? "" : std::string(":") + path);
+    setenv("PATH", searchPath.c_str(), 1);
+}
+
+void AddFiles() {
+    fs::create_directories("/etc/hosk");
+    for (const char* image : kHandlerImages)
+        WriteFile(image, "simulated memory-diagnostic handler\n", fs::perms(0644));
+}
+
+}  // namespace
+
+void EnterNamespaces() {
+    if (geteuid() != 0)
+        throw HostError("a simulated host needs root rights");
+    if (unshare(CLONE_NEWNS | CLONE_NEWNET | CLONE_NEWPID) != 0)
+        Throw("cannot make private namespaces");
+    // Nothing that is mounted from here on reaches the machine.
+    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+        Throw("cannot make the mounts private");
+}
+
+void BuildHost(const Fleet& fleet, const std::string& programFolder) {
+    try {
+        Mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, "");
+        GrowFolders();
+        StartLoopback();
+        fs::create_directories(kHostFolder);
+        HostState::Create(kStateFile, fleet);
+        AddCardLinks(fleet.cards);
+        AddFiles();
+        AddPrograms(fleet, programFolder);
+    } catch (const std::system_error& failure) {
+        throw HostError(failure.what());
+    }
+}
+
+}  // namespace simulated
