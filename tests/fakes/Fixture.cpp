@@ -8,12 +8,14 @@ void ResetAll() {
     SettingsFake().Reset();
     Trace().Reset();
     Clock().Reset();
+    Shell().Reset();
     TheJournal().Clear();
 }
 
 void VerifyAll() {
     ZelAccess().Verify();
     SettingsFake().Verify();
+    Shell().Verify();
 }
 
 Fixture::Fixture() {

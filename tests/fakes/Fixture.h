@@ -6,6 +6,7 @@
 
 #include "FakeClock.h"
 #include "FakeSettings.h"
+#include "FakeShell.h"
 #include "FakeTrace.h"
 #include "FakeZelAccess.h"
 #include "Journal.h"
