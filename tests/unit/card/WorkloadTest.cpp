@@ -1,0 +1,266 @@
+// The workload programs, run as they are: they pass, use every processor, and notice each kind of
+// result that is made wrong on purpose.
+#include <elf.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+struct Result {
+    int status = -1;
+    std::string output;
+
+    std::vector<std::string> Mismatches() const {
+        std::vector<std::string> lines;
+        constexpr char kMark[] = "MISMATCH: ";
+        for (std::size_t at = output.find(kMark); at != std::string::npos;
+             at = output.find(kMark, at + 1))
+            lines.push_back(output.substr(at, output.find('\n', at) - at));
+        return lines;
+    }
+};
+
+Result Execute(const std::string& commandLine) {
+    Result result;
+    FILE* const stream = popen((CARD_PROGRAMS + commandLine).c_str(), "r");
+    if (stream == nullptr)
+        return result;
+    for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream))
+        result.output += static_cast<char>(c);
+    const int status = pclose(stream);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+void ExpectPassed(const Result& result) {
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_TRUE(result.output.ends_with("\nTEST PASSED\n")) << result.output;
+    EXPECT_THAT(result.output, Not(HasSubstr("MISMATCH")));
+}
+
+void ExpectFailed(const Result& result) {
+    EXPECT_EQ(result.status, 1) << result.output;
+    EXPECT_THAT(result.output, HasSubstr("\nTEST FAILED: "));
+    EXPECT_THAT(result.output, Not(HasSubstr("TEST PASSED")));
+}
+
+void ExpectMisused(const std::string& commandLine) {
+    const Result result = Execute(commandLine);
+    EXPECT_EQ(result.status, 2) << commandLine;
+    EXPECT_THAT(result.output, HasSubstr("usage: ")) << commandLine;
+    EXPECT_THAT(result.output, Not(HasSubstr("TEST PASSED"))) << commandLine;
+}
+
+std::string Processors() {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    sched_getaffinity(0, sizeof(set), &set);
+    return std::to_string(CPU_COUNT(&set));
+}
+
+class AnyWorkload : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(AnyWorkload, PassesAsTheToolStartsIt) {
+    ExpectPassed(Execute(GetParam() + " "));
+}
+
+TEST_P(AnyWorkload, SaysWhatItIs) {
+    const std::string& name = GetParam();
+    EXPECT_THAT(Execute(name + " --rounds=1").output,
+                HasSubstr(name.substr(0, name.rfind('_')) + " (" +
+                          name.substr(name.rfind('_') + 1) + "): "));
+}
+
+TEST_P(AnyWorkload, NeedsNoLibrary) {
+    std::ifstream file(CARD_PROGRAMS + GetParam(), std::ios::binary);
+    Elf64_Ehdr header{};
+    ASSERT_TRUE(file.read(reinterpret_cast<char*>(&header), sizeof(header)));
+    ASSERT_GT(header.e_phnum, 0);
+    file.seekg(static_cast<std::streamoff>(header.e_phoff));
+    for (int i = 0; i < header.e_phnum; ++i) {
+        Elf64_Phdr segment{};
+        ASSERT_TRUE(file.read(reinterpret_cast<char*>(&segment), sizeof(segment)));
+        EXPECT_NE(segment.p_type, Elf64_Word{PT_INTERP}) << "it asks for a loader";
+    }
+}
+
+TEST_P(AnyWorkload, RefusesArgumentsThatItDoesNotTake) {
+    for (const char* arguments :
+         {"x", "--rounds", "--rounds=", "--rounds=0", "--rounds=1x", "--rounds=-1",
+          "--rounds=99999999999999999999", "--corrupt=", "--corrupt=x", "--corrupt=x:0",
+          "--corrupt=:0", "--corrupt=write:", "--corrupt=add:-1", "--corrupt=add:16",
+          "--corrupt=write:99999999", "--wait=soon"})
+        ExpectMisused(GetParam() + " " + arguments);
+}
+
+TEST_P(AnyWorkload, FailsWhenItsReportDoesNotArrive) {
+    EXPECT_EQ(Execute(GetParam() + " --rounds=1 >/dev/full").status, 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Card, AnyWorkload,
+                         ::testing::Values("vpu_workload_er1x", "vpu_workload_ev1x",
+                                           "cache_workload_er1x", "cache_workload_ev1x"),
+                         [](const auto& name) { return name.param; });
+
+// Vector units --------------------------------------------------------------------------------------
+
+struct LaneKind {
+    const char* name;
+    int lanes;
+    const char* digits;  // of a value, as a regular expression
+};
+constexpr LaneKind kKinds[] = {{"single", 16, "0x[0-9a-f]{8}"},
+                               {"double", 8, "0x[0-9a-f]{16}"},
+                               {"integer", 16, "0x[0-9a-f]{8}"}};
+
+class VpuOperation : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(VpuOperation, NoticesEveryWrongLane) {
+    const std::string& operation = GetParam();
+    for (const LaneKind& kind : kKinds) {
+        for (int lane = 0; lane < kind.lanes; ++lane) {
+            const std::string place =
+                std::string(kind.name) + "-" + operation + ":" + std::to_string(lane);
+            SCOPED_TRACE(place);
+            const Result result = Execute("vpu_workload_er1x --rounds=2 --corrupt=" + place);
+            ExpectFailed(result);
+            EXPECT_THAT(result.output, HasSubstr("TEST FAILED: 1 faults\n"));
+            EXPECT_THAT(result.Mismatches(),
+                        testing::ElementsAre(testing::ContainsRegex(
+                            std::string("^MISMATCH: thread 0 on processor [0-9]+, ") + kind.name +
+                            " " + operation + ", lane " + std::to_string(lane) + ": expected " +
+                            kind.digits + ", found " + kind.digits + "$")));
+        }
+    }
+}
+
+TEST_P(VpuOperation, NoticesWrongLanesOfEveryKindAtOnce) {
+    EXPECT_EQ(
+        Execute("vpu_workload_ev1x --rounds=1 --corrupt=" + GetParam() + ":3").Mismatches().size(),
+        3U);
+    EXPECT_EQ(
+        Execute("vpu_workload_ev1x --rounds=1 --corrupt=" + GetParam() + ":9").Mismatches().size(),
+        2U)
+        << "there are 8 double lanes";
+}
+
+INSTANTIATE_TEST_SUITE_P(Card, VpuOperation,
+                         ::testing::Values("add", "multiply", "fma", "shuffle", "reduce"),
+                         [](const auto& name) { return name.param; });
+
+TEST(VpuWorkload, UsesEveryProcessor) {
+    const Result result = Execute("vpu_workload_er1x --rounds=1");
+    ExpectPassed(result);
+    EXPECT_THAT(result.output, HasSubstr(": " + Processors() +
+                                         " threads, 512-bit vectors of 16 "
+                                         "single, 8 double and 16 integer "
+                                         "lanes\n"));
+}
+
+TEST(Workloads, UseNoProcessorThatTheyMayNot) {
+    cpu_set_t all;
+    cpu_set_t first;
+    ASSERT_EQ(sched_getaffinity(0, sizeof(all), &all), 0);
+    CPU_ZERO(&first);
+    for (int processor = 0; CPU_COUNT(&first) == 0; ++processor) {
+        if (CPU_ISSET(processor, &all))
+            CPU_SET(processor, &first);
+    }
+    ASSERT_EQ(sched_setaffinity(0, sizeof(first), &first), 0);
+    const Result vpu = Execute("vpu_workload_er1x --rounds=1");
+    const Result cache = Execute("cache_workload_er1x --rounds=2");
+    ASSERT_EQ(sched_setaffinity(0, sizeof(all), &all), 0);
+    ExpectPassed(vpu);
+    ExpectPassed(cache);
+    EXPECT_THAT(vpu.output, HasSubstr(": 1 threads, "));
+    EXPECT_THAT(cache.output, HasSubstr(": 2 threads, ")) << "a line travels between two";
+}
+
+TEST(VpuWorkload, ComparesEveryLaneOfEveryRound) {
+    const std::string once = std::to_string(std::stoul(Processors()) * 3 * 5 * (16 + 8 + 16));
+    EXPECT_THAT(Execute("vpu_workload_er1x --rounds=3").output,
+                HasSubstr("3 rounds a thread, " + once + " lanes compared\n"));
+}
+
+TEST(VpuWorkload, HasNoSuchKindOrLane) {
+    ExpectMisused("vpu_workload_er1x --corrupt=half-add:0");
+    ExpectMisused("vpu_workload_er1x --corrupt=double-add:8");
+    ExpectMisused("vpu_workload_er1x --corrupt=single-add:16");
+    ExpectMisused("vpu_workload_er1x --corrupt=single-divide:0");
+}
+
+// Caches --------------------------------------------------------------------------------------------
+
+std::string CacheMismatch(const std::string& test, int line) {
+    return "^MISMATCH: thread [0-9]+ on processor [0-9]+, " + test + ", line " +
+           std::to_string(line) +
+           ", address 0x[0-9a-f]+: expected 0x[0-9a-f]{16}, found 0x[0-9a-f]{16}$";
+}
+
+class CacheLine : public ::testing::TestWithParam<int> {};
+
+TEST_P(CacheLine, NoticesAWrongTagOnTheWalk) {
+    const Result result =
+        Execute("cache_workload_er1x --rounds=2 --corrupt=walk:" + std::to_string(GetParam()));
+    ExpectFailed(result);
+    EXPECT_THAT(result.Mismatches(),
+                testing::ElementsAre(testing::ContainsRegex(CacheMismatch("walk", GetParam())),
+                                     testing::ContainsRegex(CacheMismatch("walk", GetParam()))))
+        << "once in each of the two buffers";
+}
+
+TEST_P(CacheLine, NoticesAWrongLinkByTheLinesThatWereMissed) {
+    const Result result =
+        Execute("cache_workload_er1x --rounds=1 --corrupt=link:" + std::to_string(GetParam()));
+    ExpectFailed(result);
+    ASSERT_FALSE(result.Mismatches().empty());
+    EXPECT_THAT(result.Mismatches()[0], HasSubstr("visits of the walk"));
+}
+
+TEST_P(CacheLine, NoticesAWrongWrite) {
+    const Result result =
+        Execute("cache_workload_er1x --rounds=2 --corrupt=write:" + std::to_string(GetParam()));
+    ExpectFailed(result);
+    EXPECT_THAT(result.Mismatches(),
+                testing::ElementsAre(testing::ContainsRegex(CacheMismatch("write", GetParam())),
+                                     testing::ContainsRegex(CacheMismatch("write", GetParam()))));
+}
+
+TEST_P(CacheLine, NoticesAWrongLineFromANeighbour) {
+    const Result result =
+        Execute("cache_workload_er1x --rounds=2 --corrupt=pingpong:" + std::to_string(GetParam()));
+    ExpectFailed(result);
+    EXPECT_THAT(
+        result.Mismatches(),
+        testing::ElementsAre(testing::ContainsRegex(CacheMismatch("pingpong", GetParam()))));
+    EXPECT_THAT(result.output, Not(HasSubstr("thread 0 on"))) << "the neighbour notices";
+}
+
+INSTANTIATE_TEST_SUITE_P(Card, CacheLine, ::testing::Values(0, 1, 100, 255));
+
+TEST(CacheWorkload, DoesNotWaitForeverForALineThatIsLost) {
+    const Result result = Execute("cache_workload_er1x --rounds=1 --wait=2 --corrupt=lost:5");
+    ExpectFailed(result);
+    EXPECT_THAT(result.output, HasSubstr("pingpong, line 5, address 0x"));
+    EXPECT_THAT(result.output, HasSubstr("expected turn 1, found turn 0 after 2 seconds\n"));
+}
+
+TEST(CacheWorkload, UsesEveryProcessorAndAtLeastTwoThreads) {
+    const Result result = Execute("cache_workload_er1x --rounds=1");
+    ExpectPassed(result);
+    const std::string threads = Processors() == "1" ? "2" : Processors();
+    EXPECT_THAT(result.output, HasSubstr(": " + threads + " threads, buffers of "));
+    EXPECT_THAT(result.output, HasSubstr(" KiB, 64-byte lines\n"));
+}
+
+}  // namespace
