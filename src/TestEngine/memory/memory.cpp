@@ -3,14 +3,24 @@
 
 #include <cstring>
 
-#include "TestEngine/te_main_console.h"
-#include "TestEngine/te_main_params.h"
+#include "TestEngine/memory/memoryErrorList.h"
 
 memoryCb m_memoryCb;
 
 namespace {
+
 ifstGroupParseState parseState;
+
+bool TakeOption(const char* word) {
+    return memory_TGParseUserCustom(word) != 0;
 }
+
+void ForgetErrors() {
+    freeErrorList(&m_memoryCb.gddrDiagCb.errorList);
+    m_memoryCb.gddrDiagCb.flags = 0;
+}
+
+}  // namespace
 
 // The names of this group's tests compare with case, unlike all other words.
 const ifstGroupFrontEnd k_memoryFrontEnd = {
@@ -22,9 +32,9 @@ const ifstGroupFrontEnd k_memoryFrontEnd = {
     .fileName = m_memoryCb.fileName,
     .parseState = &parseState,
     .compareTestName = std::strcmp,
-    .takeAll = nullptr,
-    .takeOption = nullptr,
-    .resetOptions = nullptr,
+    .takeAll = memory_TakeAll,
+    .takeOption = TakeOption,
+    .resetOptions = memory_ResetOptions,
     .notNormalText = nullptr,
     .cfgName = nullptr,
     .usage = memoryUsage,
@@ -39,14 +49,12 @@ int memory_ParseTestParam(ifstTstGroup* group, char* word) {
 }
 
 I16 memory_TGInit(ifstTstGroup* group) {
+    ForgetErrors();
     return ifstInitGroup(k_memoryFrontEnd, group);
 }
 
-I16 memory_TGCfg(ifstTstGroup* group) {
-    group->state = IFST_GROUP_RUNNING;
-    return 0;
-}
-
 I16 memory_TGClean(ifstTstGroup* group) {
+    ForgetErrors();
+    m_memoryCb.gddrDiagCb.usrInput = 0;
     return ifstCleanGroup(group);
 }

@@ -32,6 +32,24 @@ struct memoryCb {
     GDDRDiagCb gddrDiagCb;
 };
 
+// Bits of usrInput.
+enum memoryUserInput : U32 {
+    k_GivenDataWidth = 0x01,
+    k_GivenStartAddress = 0x02,
+    k_GivenEndAddress = 0x04,
+    k_GivenMemSize = 0x08,
+    k_GivenDataPattern = 0x10,
+    k_GivenTestChannel = 0x20,
+    k_GivenAll = 0x40
+};
+
+// Values of memTestMode.
+inline constexpr U32 k_MemTestModeNormal = 1;
+inline constexpr U32 k_MemTestModeAll = 4;
+
+// Left in gen.eventCnt by a test that failed, so that its next call is only the end of it.
+inline constexpr U8 k_AlreadyFailed = 100;
+
 extern memoryCb m_memoryCb;
 extern const ifstGroupFrontEnd k_memoryFrontEnd;
 
@@ -44,6 +62,22 @@ I16 memory_TGInit(ifstTstGroup* group);
 I16 memory_TGCfg(ifstTstGroup* group);
 I16 memory_TGClean(ifstTstGroup* group);
 void memoryUsage();
+
+// Takes a word of the form "key=value" that is one of the group's options, the key in any letter
+// case; 1 when it was taken, 0 when the key or the value is none.
+int memory_TGParseUserCustom(const char* word);
+
+// Every option begins from its initial value at each parse, so that like cards are tested alike.
+void memory_ResetOptions();
+// -all: every test, the full-range one as a step that is skipped.
+void memory_TakeAll();
+
+// Whether the parameters can be used on the open card, and who has told the run summary if not.
+enum class MemTestParams { usable, unusable, unusableAndLogged };
+MemTestParams memory_CheckParams(const memoryCb* control);
+
+// 1 when the parameters can be used on the open card, else 0.
+int Validate_MemTest_Param(memoryCb* control);
 
 // Each test takes the address of the control block and returns k_TestFinished when it has finished.
 I16 memory_memoryfullRange(U64 tstSpecCb);
