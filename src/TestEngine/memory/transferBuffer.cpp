@@ -1,0 +1,35 @@
+// The buffer through which a memory test writes a card's memory and reads it back.
+#include "TestEngine/memory/transferBuffer.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t kAlignment = 4096;
+
+bool IsElementWidth(U32 width) {
+    return width == 1 || width == 2 || width == 4 || width == 8;
+}
+
+}  // namespace
+
+TransferBuffer::TransferBuffer(const void* pattern, U32 dataWidth)
+    : width_(dataWidth),
+      step_(std::max(dataWidth, U32{1})),
+      hasPattern_(IsElementWidth(dataWidth)),
+      bytes_(static_cast<U8*>(std::aligned_alloc(kAlignment, k_Bytes))) {
+    fillPattern(block_.data(), pattern, width_, kBlockBytes);
+    // What is written behind the last whole element is defined, too.
+    if (IsAllocated())
+        Clear();
+}
+
+void TransferBuffer::FillWithPattern(U32 length) {
+    if (!holdsPattern_)
+        fillPattern(bytes_.get(), block_.data(), width_, length);
+}
+
+void TransferBuffer::Clear() {
+    std::memset(bytes_.get(), 0, k_Bytes);
+    holdsPattern_ = false;
+}
