@@ -12,6 +12,7 @@
 #include <iostream>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "SI/si_main.h"
 
@@ -59,6 +60,27 @@ unsigned int CardNumber(std::string_view digits) {
 }
 
 }  // namespace
+
+void SummaryLines::Append(std::string line) {
+    Append(std::move(line), 1);
+}
+
+void SummaryLines::Append(const SummaryLines& lines) {
+    for (const Run& run : lines.runs_)
+        Append(run.text, run.count);
+}
+
+void SummaryLines::Append(std::string line, std::size_t count) {
+    if (runs_.empty() || runs_.back().text != line)
+        runs_.push_back({std::move(line), 0});
+    runs_.back().count += count;
+    size_ += count;
+}
+
+void SummaryLines::Clear() {
+    runs_.clear();
+    size_ = 0;
+}
 
 TESummary::TESummary() : _useSummary(false), _currentZELNumber(kNoCard) {}
 
@@ -138,8 +160,8 @@ void TESummary::SetTestName(const char* name) {
 }
 
 void TESummary::LogError(const char* message) {
-    _currentErrors.push_back(FormatLine<kErrorLineBytes>("  %s.%s: %s", _currentGroupname.c_str(),
-                                                         _currentTestname.c_str(), message));
+    _currentErrors.Append(FormatLine<kErrorLineBytes>("  %s.%s: %s", _currentGroupname.c_str(),
+                                                      _currentTestname.c_str(), message));
 }
 
 std::string TESummary::GetPCIeFromDeviceNo(unsigned int card) const {
@@ -160,18 +182,17 @@ void TESummary::finishPreviousZELCard() {
     if (_currentZELNumber == kNoCard)
         return;
     const auto card = static_cast<int>(_currentZELNumber);
-    if (_currentErrors.empty()) {
-        _summaryLines.push_back(FormatLine<kCardLineBytes>(
+    if (_currentErrors.Size() == 0) {
+        _summaryLines.Append(FormatLine<kCardLineBytes>(
             "zel%d (%s; Flash=%s; SMC=%s): PASSED", card, _zelPCIeAddr.c_str(),
             _currentFlashVersion.c_str(), _currentSMCVersion.c_str()));
         return;
     }
-    _summaryLines.push_back(FormatLine<kCardLineBytes>(
-        "zel%d (%s; Flash=%s; SMC=%s): FAILED (%d)", card, _zelPCIeAddr.c_str(),
-        _currentFlashVersion.c_str(), _currentSMCVersion.c_str(),
-        static_cast<int>(_currentErrors.size())));
-    _summaryLines.insert(_summaryLines.end(), _currentErrors.begin(), _currentErrors.end());
-    _currentErrors.clear();
+    _summaryLines.Append(FormatLine<kCardLineBytes>(
+        "zel%d (%s; Flash=%s; SMC=%s): FAILED (%zu)", card, _zelPCIeAddr.c_str(),
+        _currentFlashVersion.c_str(), _currentSMCVersion.c_str(), _currentErrors.Size()));
+    _summaryLines.Append(_currentErrors);
+    _currentErrors.Clear();
     if (!_listOfErrorCards.empty())
         _listOfErrorCards += ",";
     _listOfErrorCards += std::to_string(card);
@@ -182,8 +203,7 @@ void TESummary::SendSummaryToConsole() {
     if (_useSummary) {
         const std::string rule(kRuleLength, '=');
         std::cout << "\nHOSK Version: " << _hoskVersion << "\n" << rule << "\n";
-        for (const std::string& line : _summaryLines)
-            std::cout << line << "\n";
+        _summaryLines.ForEach([](const std::string& line) { std::cout << line << "\n"; });
         std::cout << rule << "\n";
         if (_listOfErrorCards.empty())
             std::cout << "No ZEL Cards with Errors." << std::endl;
@@ -195,7 +215,7 @@ void TESummary::SendSummaryToConsole() {
 
 // The SMC version stays: it is the last card's until the next card brings its own.
 void TESummary::resetInstance() {
-    _summaryLines.clear();
+    _summaryLines.Clear();
     _listOfErrorCards.clear();
     _zelPCIeAddr.clear();
     _currentFlashVersion.clear();

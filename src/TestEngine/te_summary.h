@@ -3,10 +3,43 @@
 // -devicelist. Used from the main thread.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace TE {
+
+// Lines of text in order. A run of equal lines takes the room of one, so that a card that reports the
+// same failure millions of times does not fill the host's memory.
+class SummaryLines {
+public:
+    void Append(std::string line);
+    void Append(const SummaryLines& lines);
+    void Clear();
+
+    // Lines, every one of a run counted.
+    std::size_t Size() const { return size_; }
+
+    // Calls `use(text)` for each line, every one of a run.
+    template <typename Use>
+    void ForEach(Use use) const {
+        for (const Run& run : runs_) {
+            for (std::size_t i = 0; i < run.count; ++i)
+                use(run.text);
+        }
+    }
+
+private:
+    struct Run {
+        std::string text;
+        std::size_t count;
+    };
+
+    void Append(std::string line, std::size_t count);
+
+    std::vector<Run> runs_;
+    std::size_t size_ = 0;
+};
 
 class TESummary {
 public:
@@ -55,10 +88,10 @@ private:
     std::string _currentGroupname;
     std::string _currentTestname;
     unsigned int _currentZELNumber;
-    std::vector<std::string> _currentErrors;
+    SummaryLines _currentErrors;
     std::string _listOfErrorCards;
     std::string _zelPCIeAddr;
-    std::vector<std::string> _summaryLines;
+    SummaryLines _summaryLines;
     std::vector<unsigned int> _activeDeviceList;
 };
 
