@@ -20,6 +20,7 @@
 #include <string_view>
 #include <vector>
 
+#include "SparseMemory.h"
 #include "ZelAccessApi.h"
 
 namespace fakes {
@@ -77,6 +78,9 @@ public:
     std::vector<Card> cards;
     std::vector<StuckBit> stuckBits;
 
+    // Changes what is read from card memory, if set; comes behind the stuck bits.
+    std::function<void(U64 address, U8* data, U32 bytes)> corruptRead;
+
     // The next calls of function `name` answer so, one answer a call; later ones as usual.
     void AnswerNext(const std::string& name, Answer answer);
     void AnswerNext(const std::string& name, std::initializer_list<Answer> answers);
@@ -126,7 +130,7 @@ private:
     bool open_ = false;
     int openCard_ = -1;
     const ZelDeviceOnSystem* devices_ = nullptr;
-    std::map<U64, std::array<U8, 4096>> pages_;
+    std::map<int, SparseMemory> memories_;  // by card
 
     std::vector<std::string> calls_;
     std::map<std::string, std::deque<Answer>> next_;

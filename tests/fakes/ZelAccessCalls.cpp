@@ -13,8 +13,6 @@ namespace fakes {
 
 namespace {
 
-constexpr U64 kPageBytes = 4096;
-
 int handleTarget = 0;
 
 HANDLE TheHandle() {
@@ -181,23 +179,17 @@ struct ZelAccessCalls {
         if (bytes > card.memoryBytes || address > card.memoryBytes - bytes) {
             return ZEL_OUT_OF_RANGE;
         }
-        U64 position = address;
-        U64 left = bytes;
-        for (U8* data = buffer; left > 0;) {
-            auto& page = ZelAccess().pages_[position / kPageBytes];
-            const U64 offset = position % kPageBytes;
-            const U64 piece = std::min(left, kPageBytes - offset);
-            if (write) {
-                std::memcpy(page.data() + offset, data, piece);
-            } else {
-                std::memcpy(data, page.data() + offset, piece);
-            }
-            data += piece;
-            position += piece;
-            left -= piece;
+        FakeZelAccess& fake = ZelAccess();
+        SparseMemory& memory =
+            fake.memories_.try_emplace(fake.openCard_, card.memoryBytes).first->second;
+        if (write) {
+            memory.Write(address, buffer, bytes);
+            return ZEL_SUCCESS;
         }
-        if (!write) {
-            ApplyStuckBits(address, buffer, bytes);
+        memory.Read(address, buffer, bytes);
+        ApplyStuckBits(address, buffer, bytes);
+        if (fake.corruptRead) {
+            fake.corruptRead(address, buffer, bytes);
         }
         return ZEL_SUCCESS;
     }
