@@ -2,6 +2,7 @@
 #include "TestEngine/te_summary.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <string>
@@ -209,6 +210,30 @@ TEST_F(Summary, CutsErrorLines) {
     const std::string longest = "  G.T: " + std::string(248, 'e');
     ASSERT_EQ(longest.size(), 255U);
     EXPECT_NE(Send().find("\n" + longest + "\n" + longest + "\n"), std::string::npos);
+}
+
+TEST_F(Summary, KeepsEqualLinesApartFromOthers) {
+    Parse({"-summary", "x"});
+    summary.SetZelNumberAndVersions(0, "f", "s");
+    for (const char* error : {"a", "a", "b", "a", "a", "a"})
+        summary.LogError(error);
+    EXPECT_EQ(Send(), "\nHOSK Version: \n" + kRule +
+                          "\nzel0 (0000:00:00.0; Flash=f; SMC=s): FAILED (6)\n"
+                          "  <none>.<none>: a\n  <none>.<none>: a\n  <none>.<none>: b\n"
+                          "  <none>.<none>: a\n  <none>.<none>: a\n  <none>.<none>: a\n" +
+                          kRule + "\nZEL Card Numbers with Errors: 0\n");
+}
+
+TEST_F(Summary, TakesNoMemoryForLinesThatAreAlike) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer's allocator does not tell what is in use";
+#endif
+    summary.SetZelNumberAndVersions(0, "f", "s");
+    const auto before = mallinfo2().uordblks;
+    for (int i = 0; i < 1000000; ++i)
+        summary.LogError("Memory write verify failure");
+    summary.SetZelNumberAndVersions(1, "f", "s");
+    EXPECT_LT(mallinfo2().uordblks, before + 10000);
 }
 
 }  // namespace
