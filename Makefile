@@ -5,6 +5,7 @@
 #   make test       every test
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
 #   make check-sbox whether the SBOX register table still holds what is known about it
+#   make bench      measures, and prints ratios of what it measured
 #   make format     the formatter over every source file;  make check-format only looks
 
 ARGS  ?= -summary -pcie -vls -vlw -vdi -vrs -vbs -core -gec -gnt -gid -smc -fwv -hwr -uuid
@@ -13,7 +14,7 @@ JOBS  ?= $(shell nproc)
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: packages build run test check-sbox sanitize format check-format clean
+.PHONY: packages build run test check-sbox sanitize bench format check-format clean
 
 packages:
 	@packaging/install-packages
@@ -38,10 +39,18 @@ sanitize: packages
 	    ctest --preset $$preset -j $(JOBS) || exit 1; \
 	done
 
+bench: build
+	@cmake --build --preset release --target bench -j $(JOBS)
+	@build/bench/aperture
+
 format:
 	@clang-format -i $(sources)
 
-check-format:
+check-bench: build
+	@cmake --build --preset release --target bench -j $(JOBS)
+	@build/bench/aperture
+
+format:
 	@clang-format --dry-run --Werror $(sources)
 
 clean:

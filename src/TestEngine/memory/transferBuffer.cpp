@@ -19,14 +19,14 @@ TransferBuffer::TransferBuffer(const void* pattern, U32 dataWidth)
       hasPattern_(IsElementWidth(dataWidth)),
       bytes_(static_cast<U8*>(std::aligned_alloc(kAlignment, k_Bytes))) {
     fillPattern(block_.data(), pattern, width_, kBlockBytes);
-    // What is written behind the last whole element is defined, too.
-    if (IsAllocated())
-        Clear();
 }
 
 void TransferBuffer::FillWithPattern(U32 length) {
-    if (!holdsPattern_)
-        fillPattern(bytes_.get(), block_.data(), width_, length);
+    if (holdsPattern_)
+        return;
+    const U32 filled = hasPattern_ ? length - length % step_ : 0;
+    fillPattern(bytes_.get(), block_.data(), width_, filled);
+    std::memset(&bytes_[filled], 0, length - filled);
 }
 
 void TransferBuffer::Clear() {

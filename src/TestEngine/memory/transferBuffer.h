@@ -24,7 +24,8 @@ public:
 
     U8* Data() { return bytes_.get(); }
 
-    // Makes the first `length` bytes the pattern, as far as whole elements reach.
+    // Makes the first `length` bytes the pattern, as far as whole elements reach; they have to hold
+    // something before any other use.
     void FillWithPattern(U32 length);
 
     // Sets all of the buffer to zero.

@@ -26,21 +26,26 @@ bool AllZero(TransferBuffer& buffer) {
                        [](U8 byte) { return byte == 0; });
 }
 
-TEST(TransferBuffer, BeginsWithZeros) {
-    TransferBuffer buffer(&kPattern, 8);
-    ASSERT_TRUE(buffer.IsAllocated());
-    EXPECT_TRUE(AllZero(buffer));
-}
-
 TEST(TransferBuffer, FillsAndFindsNothingWrong) {
     for (const U32 width : {1U, 2U, 4U, 8U}) {
         TransferBuffer buffer(&kPattern, width);
+        ASSERT_TRUE(buffer.IsAllocated());
+        buffer.Data()[5000] = 0xEE;
         buffer.FillWithPattern(5000);
         EXPECT_EQ(Verify(buffer, 5000), Found{}) << width;
         EXPECT_EQ(buffer.Data()[0], 0x88);
         EXPECT_EQ(buffer.Data()[4999], (kPattern >> (8 * (4999 % width))) & 0xFF) << width;
-        EXPECT_EQ(buffer.Data()[5000], 0);
+        EXPECT_EQ(buffer.Data()[5000], 0xEE);
     }
+}
+
+TEST(TransferBuffer, FillsWhatIsNoWholeElementWithZeros) {
+    TransferBuffer buffer(&kPattern, 8);
+    std::fill_n(buffer.Data(), 16, U8{0xEE});
+    buffer.FillWithPattern(15);
+    EXPECT_EQ(std::vector<U8>(buffer.Data(), buffer.Data() + 16),
+              (std::vector<U8>{0x88, 0x77, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11, 0, 0, 0, 0, 0, 0, 0,
+                               0xEE}));
 }
 
 TEST(TransferBuffer, FindsEveryWrongElementInOrder) {
@@ -63,6 +68,7 @@ TEST(TransferBuffer, FindsEveryWrongElementInOrder) {
 
 TEST(TransferBuffer, StopsWhereTheReportSaysSo) {
     TransferBuffer buffer(&kPattern, 4);
+    buffer.Clear();
     int reports = 0;
     EXPECT_FALSE(buffer.Verify(64, [&](U32, U8) { return ++reports < 3; }));
     EXPECT_EQ(reports, 3);
@@ -84,6 +90,7 @@ TEST(TransferBuffer, HoldsThePatternAgainAfterFailuresAndNotAfterClearing) {
 
 TEST(TransferBuffer, LeavesOutWhatIsNoWholeElement) {
     TransferBuffer buffer(&kPattern, 8);
+    buffer.Clear();
     EXPECT_EQ(Verify(buffer, 7), Found{});
     EXPECT_EQ(Verify(buffer, 15), (Found{{0, 0}}));
 }
@@ -91,10 +98,11 @@ TEST(TransferBuffer, LeavesOutWhatIsNoWholeElement) {
 TEST(TransferBuffer, AtAWidthThatIsNoneEveryElementDiffers) {
     TransferBuffer three(&kPattern, 3);
     three.FillWithPattern(12);
-    EXPECT_TRUE(AllZero(three));
+    EXPECT_TRUE(std::all_of(three.Data(), three.Data() + 12, [](U8 byte) { return byte == 0; }));
     EXPECT_EQ(Verify(three, 10), (Found{{0, 0}, {3, 0}, {6, 0}}));
     EXPECT_EQ(Verify(three, 10).size(), 3U) << "again";
     TransferBuffer none(&kPattern, 0);
+    none.FillWithPattern(3);
     EXPECT_EQ(Verify(none, 3), (Found{{0, 0}, {1, 0}, {2, 0}}));
 }
 
