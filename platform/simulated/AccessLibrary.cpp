@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 
 namespace simulated {
@@ -166,6 +167,39 @@ U32 AccessLibrary::ReadRegister(U32 offset, U32* value) const {
     else
         *value = 0;
     return ZEL_SUCCESS;
+}
+
+U32 AccessLibrary::ReadMemory(U64 address, void* buffer, U32 bytes, U32 width, U32 caching) {
+    if (const U32 status = CheckMemoryAccess(address, bytes, width, caching))
+        return status;
+    Memory().Read(address, buffer, bytes);
+    return ZEL_SUCCESS;
+}
+
+U32 AccessLibrary::WriteMemory(U64 address, const void* buffer, U32 bytes, U32 width, U32 caching) {
+    if (const U32 status = CheckMemoryAccess(address, bytes, width, caching))
+        return status;
+    Memory().Write(address, buffer, bytes);
+    return ZEL_SUCCESS;
+}
+
+U32 AccessLibrary::CheckMemoryAccess(U64 address, U32 bytes, U32 width, U32 caching) const {
+    constexpr U32 kNotCached = 0;
+    if (card_->usageMode != ZEL_USAGE_MODE_MEMDIAG)
+        return ZEL_ACCESS_DENIED;
+    if (width == 0 || width > 8 || !std::has_single_bit(width) || caching != kNotCached)
+        return ZEL_INVALID_PARAMETER;
+    const bool inside = bytes <= card_->memoryBytes && address <= card_->memoryBytes - bytes;
+    return inside ? ZEL_SUCCESS : ZEL_OUT_OF_RANGE;
+}
+
+SparseMemory& AccessLibrary::Memory() {
+    const auto [found, isNew] = memories_.try_emplace(card_, card_->memoryBytes);
+    if (isNew) {
+        for (const MemoryFault& fault : host_->MemoryFaults(*card_))
+            found->second.StickBit(fault.address, fault.bit, fault.stuck != 0);
+    }
+    return found->second;
 }
 
 }  // namespace simulated

@@ -1,10 +1,12 @@
 // The simulated card-access library: what the exported functions do, on the cards of one host.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <vector>
 
 #include "HostState.h"
+#include "SparseMemory.h"
 #include "ZelAccessApi.h"
 
 namespace simulated {
@@ -29,9 +31,18 @@ public:
     U32 SetModeWithImage(ZEL_CARD_USAGE_MODE mode, const char* image);
     U32 ReadRegister(U32 offset, U32* value) const;
 
+    // The open card's memory, in memory-diagnostic mode. What was written is kept, each card's for
+    // itself, as long as this object lives.
+    U32 ReadMemory(U64 address, void* buffer, U32 bytes, U32 width, U32 caching);
+    U32 WriteMemory(U64 address, const void* buffer, U32 bytes, U32 width, U32 caching);
+
 private:
+    U32 CheckMemoryAccess(U64 address, U32 bytes, U32 width, U32 caching) const;
+    SparseMemory& Memory();
+
     std::unique_ptr<HostState> host_;
     CardState* card_ = nullptr;
+    std::map<const CardState*, SparseMemory> memories_;
 };
 
 }  // namespace simulated

@@ -51,6 +51,19 @@ U32 ReportField(const char* call, HANDLE handle, U32* out, U32 CardState::*field
     });
 }
 
+// An operation on the open card's memory. When the host has no room left to keep it in, the card does
+// not answer.
+template <typename Operation>
+U32 OnMemory(const char* call, HANDLE handle, const void* buffer, Operation operation) {
+    return OnCard(call, handle, {buffer}, [&](AccessLibrary& library, const CardState&) -> U32 {
+        try {
+            return operation(library);
+        } catch (const std::bad_alloc&) {
+            return ZEL_DEVICE_IO_ERROR;
+        }
+    });
+}
+
 template <std::size_t Size>
 void CopyText(char (&out)[Size], std::string_view text) {
     const std::size_t length = std::min(text.size(), Size - 1);
@@ -237,14 +250,18 @@ ZEL_EXPORT U32 ZelGetDevMemInfo(HANDLE handle, ZelDevMemInfo* info) {
                   });
 }
 
-ZEL_EXPORT U32 ZelReadMemPhysical(HANDLE handle, U64, void* buffer, U32, U32, U32) {
-    return OnCard("ZelReadMemPhysical", handle, {buffer},
-                  [](AccessLibrary&, const CardState&) -> U32 { return ZEL_NOT_SUPPORTED; });
+ZEL_EXPORT U32 ZelReadMemPhysical(HANDLE handle, U64 address, void* buffer, U32 bytes, U32 width,
+                                  U32 caching) {
+    return OnMemory("ZelReadMemPhysical", handle, buffer, [&](AccessLibrary& library) {
+        return library.ReadMemory(address, buffer, bytes, width, caching);
+    });
 }
 
-ZEL_EXPORT U32 ZelWriteMemPhysical(HANDLE handle, U64, void* buffer, U32, U32, U32) {
-    return OnCard("ZelWriteMemPhysical", handle, {buffer},
-                  [](AccessLibrary&, const CardState&) -> U32 { return ZEL_NOT_SUPPORTED; });
+ZEL_EXPORT U32 ZelWriteMemPhysical(HANDLE handle, U64 address, void* buffer, U32 bytes, U32 width,
+                                   U32 caching) {
+    return OnMemory("ZelWriteMemPhysical", handle, buffer, [&](AccessLibrary& library) {
+        return library.WriteMemory(address, buffer, bytes, width, caching);
+    });
 }
 
 }  // extern "C"
