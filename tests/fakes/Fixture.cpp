@@ -8,6 +8,8 @@ void ResetAll() {
     SettingsFake().Reset();
     Trace().Reset();
     Clock().Reset();
+    Memory().Reset();
+    Vorl().Reset();
     Shell().Reset();
     TheJournal().Clear();
 }
@@ -15,6 +17,8 @@ void ResetAll() {
 void VerifyAll() {
     ZelAccess().Verify();
     SettingsFake().Verify();
+    Memory().Verify();
+    Vorl().Verify();
     Shell().Verify();
 }
 

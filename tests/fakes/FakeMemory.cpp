@@ -1,0 +1,71 @@
+// Replaces the functions at link time: definitions in the program come before those of libraries.
+#include "FakeMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+
+namespace fakes {
+
+FakeMemory& Memory() {
+    static FakeMemory* const memory =
+        new FakeMemory;  // outlives every static object of the program
+    return *memory;
+}
+
+void FakeMemory::FailAligned(int error, unsigned skip) {
+    skip_ = skip;
+    error_ = error;
+}
+
+void FakeMemory::FailArray() {
+    arrayFails_ = true;
+}
+
+void FakeMemory::Reset() {
+    error_ = 0;
+    skip_ = 0;
+    arrayFails_ = false;
+}
+
+void FakeMemory::Verify() {
+    EXPECT_EQ(error_, 0) << "posix_memalign was to fail and did not";
+    EXPECT_FALSE(arrayFails_) << "an array was not to be allocated, and none was asked for";
+}
+
+int FakeMemory::AlignedError() {
+    if (error_ == 0)
+        return 0;
+    if (skip_ > 0) {
+        --skip_;
+        return 0;
+    }
+    return error_.exchange(0);
+}
+
+bool FakeMemory::ArrayFails() {
+    return arrayFails_.exchange(false);
+}
+
+}  // namespace fakes
+
+// libc declares its parameters with reserved names.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
+extern "C" int posix_memalign(void** memory, size_t alignment, size_t bytes) {
+    if (const int error = fakes::Memory().AlignedError(); error != 0)
+        return error;
+    *memory = std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+    return *memory != nullptr ? 0 : ENOMEM;
+}
+
+void* operator new[](size_t bytes, const std::nothrow_t&) noexcept {
+    if (fakes::Memory().ArrayFails())
+        return nullptr;
+    try {
+        return ::operator new[](bytes);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
