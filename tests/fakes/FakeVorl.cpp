@@ -92,6 +92,11 @@ private:
 
 // Asynchronous cancellation would leave the lock held; here the thread waits as the library does.
 void FakeVorl::WaitWhileBlocked() {
+    {
+        const std::lock_guard lock(blockLock_);
+        if (!blocked_)
+            return;
+    }
     int type = PTHREAD_CANCEL_DEFERRED;
     pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &type);
     {

@@ -1,0 +1,156 @@
+// Replaces the functions at link time: definitions in the program come before those of libc, and of a
+// sanitizer, which are called from here.
+#include "FakeThreads.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sched.h>
+
+#include <atomic>
+#include <filesystem>
+#include <iterator>
+
+namespace fakes {
+
+namespace {
+
+// One function: the original, and the failure that is to come. The replacements take no locks and
+// hold nothing, because a thread may be cancelled in them.
+template <typename Function>
+struct Replaced {
+    explicit Replaced(const char* functionName)
+        : name(functionName),
+          original(reinterpret_cast<Function*>(dlsym(RTLD_NEXT, functionName))) {}
+
+    int Failure() {
+        if (error == 0)
+            return 0;
+        if (skip > 0) {
+            --skip;
+            return 0;
+        }
+        return error.exchange(0);
+    }
+
+    const char* const name;
+    Function* const original;
+    std::atomic<int> error{0};
+    std::atomic<unsigned> skip{0};
+};
+
+using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+using Join = int(pthread_t, void**);
+using Cancel = int(pthread_t);
+using SetCancel = int(int, int*);
+
+struct Functions {
+    Replaced<Create> create{"pthread_create"};
+    Replaced<Join> join{"pthread_join"};
+    Replaced<Cancel> cancel{"pthread_cancel"};
+    Replaced<SetCancel> setCancelType{"pthread_setcanceltype"};
+    Replaced<SetCancel> setCancelState{"pthread_setcancelstate"};
+
+    template <typename Action>
+    void ForEach(Action action) {
+        action(create);
+        action(join);
+        action(cancel);
+        action(setCancelType);
+        action(setCancelState);
+    }
+};
+
+Functions& All() {
+    static Functions* const functions =
+        new Functions;  // outlives every static object of the program
+    return *functions;
+}
+
+// Looked up before any thread could be cancelled in the middle of it.
+__attribute__((constructor)) void LookUp() {
+    All();
+}
+
+}  // namespace
+
+FakeThreads& Threads() {
+    static FakeThreads threads;
+    return threads;
+}
+
+void FakeThreads::Fail(const std::string& function, int error, unsigned skip) {
+    bool found = false;
+    All().ForEach([&](auto& replaced) {
+        if (function != replaced.name)
+            return;
+        found = true;
+        replaced.skip = skip;
+        replaced.error = error;
+    });
+    EXPECT_TRUE(found) << function << " is not replaced";
+}
+
+unsigned FakeThreads::Count() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<unsigned>(std::distance(tasks, std::filesystem::directory_iterator()));
+}
+
+void FakeThreads::AwaitCount(unsigned count) {
+    while (Count() != count) {
+        sched_yield();
+    }
+}
+
+void FakeThreads::Reset() {
+    All().ForEach([](auto& replaced) {
+        replaced.error = 0;
+        replaced.skip = 0;
+    });
+}
+
+void FakeThreads::Verify() {
+    All().ForEach([](auto& replaced) {
+        EXPECT_EQ(replaced.error, 0) << replaced.name << " was to fail and did not";
+    });
+}
+
+}  // namespace fakes
+
+// libc declares its parameters with reserved names.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+extern "C" {
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*),
+                   void* argument) {
+    auto& replaced = fakes::All().create;
+    const int error = replaced.Failure();
+    return error != 0 ? error : replaced.original(thread, attributes, function, argument);
+}
+
+int pthread_join(pthread_t thread, void** result) {
+    auto& replaced = fakes::All().join;
+    const int error = replaced.Failure();
+    return error != 0 ? error : replaced.original(thread, result);
+}
+
+int pthread_cancel(pthread_t thread) {
+    auto& replaced = fakes::All().cancel;
+    const int error = replaced.Failure();
+    return error != 0 ? error : replaced.original(thread);
+}
+
+int pthread_setcanceltype(int type, int* before) {
+    auto& replaced = fakes::All().setCancelType;
+    const int error = replaced.Failure();
+    return error != 0 ? error : replaced.original(type, before);
+}
+
+int pthread_setcancelstate(int state, int* before) {
+    auto& replaced = fakes::All().setCancelState;
+    const int error = replaced.Failure();
+    return error != 0 ? error : replaced.original(state, before);
+}
+
+}  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
