@@ -2,9 +2,9 @@
 #include "FakeMemory.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <new>
 
 namespace fakes {
@@ -31,7 +31,7 @@ void FakeMemory::Reset() {
 }
 
 void FakeMemory::Verify() {
-    EXPECT_EQ(error_, 0) << "posix_memalign was to fail and did not";
+    EXPECT_EQ(error_, 0) << "aligned memory was to run out, and none was asked for";
     EXPECT_FALSE(arrayFails_) << "an array was not to be allocated, and none was asked for";
 }
 
@@ -52,13 +52,26 @@ bool FakeMemory::ArrayFails() {
 }  // namespace fakes
 
 // libc declares its parameters with reserved names.
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
-extern "C" int posix_memalign(void** memory, size_t alignment, size_t bytes) {
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+extern "C" {
+
+int posix_memalign(void** memory, size_t alignment, size_t bytes) {
     if (const int error = fakes::Memory().AlignedError(); error != 0)
         return error;
-    *memory = std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+    *memory = memalign(alignment, bytes);
     return *memory != nullptr ? 0 : ENOMEM;
 }
+
+void* aligned_alloc(size_t alignment, size_t bytes) {
+    if (const int error = fakes::Memory().AlignedError(); error != 0) {
+        errno = error;
+        return nullptr;
+    }
+    return memalign(alignment, bytes);
+}
+
+}  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 void* operator new[](size_t bytes, const std::nothrow_t&) noexcept {
     if (fakes::Memory().ArrayFails())

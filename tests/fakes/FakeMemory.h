@@ -1,5 +1,5 @@
-// Memory that runs out where a test wants it to: posix_memalign and the array new that returns null,
-// of the whole test program.
+// Memory that runs out where a test wants it to: posix_memalign, aligned_alloc and the array new that
+// returns null, of the whole test program.
 #pragma once
 
 #include <atomic>
@@ -8,7 +8,7 @@ namespace fakes {
 
 class FakeMemory {
 public:
-    // posix_memalign returns `error` once, after `skip` more calls that succeed.
+    // One of the first two fails with `error` once, after `skip` more calls that succeed.
     void FailAligned(int error, unsigned skip = 0);
 
     // The next `new (std::nothrow) T[n]` returns null.

@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sched.h>
 
 #include <cerrno>
 
@@ -128,6 +129,10 @@ TEST_F(DmaHostToZel, AnUploadOfThePassBeforeIsNotTakenForThisOne) {
     upload_ = [&](const std::string&) {
         (uploads++ == 0 ? first : second).Await();
         return ShellAnswer{};
+    };
+    onSleep_ = [&](unsigned) {
+        while (uploads == 0)
+            sched_yield();
     };
     Run();
     EXPECT_EQ(err_, FailLine(kFile, 153, kConnectFailed));

@@ -2,10 +2,9 @@
 #include "TestEngine/memory/hostAperture.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <algorithm>
-#include <fstream>
+#include <cerrno>
 #include <random>
 
 #include "MemoryFixture.h"
@@ -457,18 +456,8 @@ TEST_F(Aperture, ShowsTheTimeThatItTook) {
 }
 
 TEST_F(Aperture, FailsWithoutAPlaceForItsBuffer) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "a sanitizer needs the address space that this test takes away";
-#endif
-    rlimit saved{};
-    ASSERT_EQ(getrlimit(RLIMIT_AS, &saved), 0);
-    long pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    rlimit tight = saved;
-    tight.rlim_cur = static_cast<rlim_t>(pages) * 4096 + 4 * kMiB;
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
+    fakes::Memory().FailAligned(ENOMEM);
     const int result = Run(0, 0x1000);
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &saved), 0);
     EXPECT_EQ(result, 0);
     EXPECT_EQ(ErrorTraces(), Texts{"fail buffer allocation in hostApertureMemTest \n"});
     EXPECT_EQ(TakeErrors(), Texts{"MemDiag.Some: Out of heap memory"});
