@@ -13,7 +13,8 @@
 namespace {
 
 // Sends what is written to standard error to nowhere for as long as it lives: a host without the
-// package manager is no news to an operator, but its shell would say so for every card.
+// package manager is no news to an operator, but its shell would say so for every card. A DMA worker
+// that was given up loses what it reports in that moment.
 class SilentStandardError {
 public:
     SilentStandardError() : saved_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {

@@ -2,12 +2,11 @@
 #include <cstdio>
 #include <initializer_list>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "CommonTool/ShellExecuter.h"
 #include "SI/cm_stub0.h"
 #include "SI/cm_stub1.h"
+#include "SI/si_main.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_console.h"
@@ -29,9 +28,9 @@ bool Contains(const char* word, const char* part) {
     return cmFindFirstString(word, part) != nullptr;
 }
 
-bool EqualsAny(const std::string& name, std::initializer_list<const char*> spellings) {
+bool EqualsAny(const char* name, std::initializer_list<const char*> spellings) {
     for (const char* spelling : spellings) {
-        if (cmStringCmp(name.c_str(), spelling) == 0)
+        if (cmStringCmp(name, spelling) == 0)
             return true;
     }
     return false;
@@ -39,27 +38,32 @@ bool EqualsAny(const std::string& name, std::initializer_list<const char*> spell
 
 // "-help" at the word's very end: "--help" and "x-help" ask for help, "x-helpful" does not.
 bool AsksForHelp(const char* word) {
-    const char* found = cmFindFirstString(word, kHelpWord);
-    return found != nullptr && found[sizeof(kHelpWord) - 1] == '\0';
+    constexpr U32 kLength = sizeof(kHelpWord) - 1;
+    const U32 length = cmFindStrLength(word);
+    return length >= kLength && cmStringCmp(word + length - kLength, kHelpWord) == 0;
 }
 
-// "-dbgLvl=8" as "-dbgLvl" and 8; a word without "=" or without a number behind it is no option of
-// this form.
-struct ValueOption {
-    bool hasName = false;
-    bool hasValue = false;
-    std::string name;
-    U32 value = 0;
-
-    explicit ValueOption(const char* word) {
-        std::vector<char> nameText(cmFindStrLength(word) + 1);
-        std::vector<char> valueText(nameText.size());
-        if (cmSplitAndStore(word, '=', nameText.data(), valueText.data()) != 0)
-            return;
-        hasName = true;
-        name = nameText.data();
-        hasValue = cmConvertChar2U32(valueText.data(), &value) == 0;
+// "-dbgLvl=8" as "-dbgLvl" and 8. A word without "=", or without a number behind it, is no option of
+// this form, and so is one that there is no memory to split.
+class ValueOption {
+public:
+    explicit ValueOption(const char* word)
+        : name_(ssTextAlloc(static_cast<int>(cmFindStrLength(word)) + 1)) {
+        const ssText valueText = ssTextAlloc(static_cast<int>(cmFindStrLength(word)) + 1);
+        hasValue_ = name_ && valueText &&
+                    cmSplitAndStore(word, '=', name_.get(), valueText.get()) == 0 &&
+                    cmConvertChar2U32(valueText.get(), &value_) == 0;
     }
+
+    bool IsNamed(std::initializer_list<const char*> spellings) const {
+        return hasValue_ && EqualsAny(name_.get(), spellings);
+    }
+    U32 Value() const { return value_; }
+
+private:
+    ssText name_;
+    U32 value_ = 0;
+    bool hasValue_ = false;
 };
 
 File OpenHelpText() {
@@ -139,14 +143,14 @@ bool SelectGroups(const char* word) {
 // one answered.
 I16 OfferToGroups(char* word) {
     const ValueOption option(word);
-    const bool debugLevel = option.hasValue && EqualsAny(option.name, {"-debugLevel", "-dbgLvl"});
+    const bool debugLevel = option.IsNamed({"-debugLevel", "-dbgLvl"});
     bool accepted = false;
     I16 status = IFST_PARSE_REFUSED;
     for (ifstTstGroup& group : ifstTstGrps) {
         if (group.state != IFST_GROUP_SELECTED)
             continue;
         if (debugLevel) {
-            group.dbgLvl = option.value & k_DbgLvlMask;
+            group.dbgLvl = option.Value() & k_DbgLvlMask;
             accepted = true;
             continue;
         }
@@ -163,17 +167,15 @@ I16 OfferToGroups(char* word) {
 // count is reached by its long name only.
 void StoreRunValue(const char* word) {
     const ValueOption option(word);
-    if (!option.hasValue)
-        return;
     auto& conc = ifstSetupParams.conc;
-    if (EqualsAny(option.name, {"-b", "-bs", "-beginSeed"}))
-        conc.startSeed = option.value;
-    else if (EqualsAny(option.name, {"-e", "-es", "-endSeed"}))
-        conc.endSeed = option.value;
-    else if (EqualsAny(option.name, {"-r", "-repeat", "-innerLpCnt"}))
-        conc.innerLoopCnt = option.value + 1;
-    else if (EqualsAny(option.name, {"-R", "-Repeat", "-outerLpCnt"}))
-        conc.outerLoopCnt = option.value + 1;
+    if (option.IsNamed({"-b", "-bs", "-beginSeed"}))
+        conc.startSeed = option.Value();
+    else if (option.IsNamed({"-e", "-es", "-endSeed"}))
+        conc.endSeed = option.Value();
+    else if (option.IsNamed({"-r", "-repeat", "-innerLpCnt"}))
+        conc.innerLoopCnt = option.Value() + 1;
+    else if (option.IsNamed({"-R", "-Repeat", "-outerLpCnt"}))
+        conc.outerLoopCnt = option.Value() + 1;
 }
 
 }  // namespace

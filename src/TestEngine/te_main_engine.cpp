@@ -33,6 +33,9 @@ public:
         for (std::size_t i = 1; i < nodes_.size(); ++i)
             nodes_[i - 1].Next = &nodes_[i];
     }
+    ActualArgList(const ActualArgList&) = delete;
+    ActualArgList& operator=(const ActualArgList&) = delete;
+
     ActualArg* Head() { return nodes_.data(); }
 
 private:

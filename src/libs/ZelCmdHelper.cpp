@@ -7,10 +7,6 @@
 #include "CommonTool/ShellExecuter.h"
 #include "CommonTool/Utils.h"
 
-const std::string ZelCmdHelper::k_ZelCmdPath = "/usr/bin/ssh";
-const std::string ZelCmdHelper::k_ZelRUXToolPath =
-    "/opt/ostrel/zel/rux/tools/zelnativeloadex/release/zelnativeloadex";
-
 namespace {
 
 // A bare file name gets a folder; a path stays as it is.
@@ -31,7 +27,7 @@ std::string ZelCmdHelper::GenerateCommand(std::string deviceExecPath, std::strin
                                           const std::string& envVars) {
     output.clear();
     PutInFolder(deviceExecPath, "/");
-    std::string command = k_ZelCmdPath + " zel" + std::to_string(deviceNumber) + "  ";
+    std::string command = std::string(k_ZelCmdPath) + " zel" + std::to_string(deviceNumber) + "  ";
     if (!envVars.empty())
         command += envVars + " ";
     return command + deviceExecPath + " " + args;
@@ -49,8 +45,8 @@ void ZelCmdHelper::Execute(std::string deviceExecPath, std::string& output, cons
 void ZelCmdHelper::ExecutewithRUXTool(std::string deviceExecPath, std::string& output,
                                       const std::string& args, const short& deviceNumber) {
     PutInFolder(deviceExecPath, "./");
-    const std::string command = k_ZelRUXToolPath + " " + deviceExecPath + " -a \"" + args +
-                                "\" -d " + std::to_string(deviceNumber);
+    const std::string command = std::string(k_ZelRUXToolPath) + " " + deviceExecPath + " -a \"" +
+                                args + "\" -d " + std::to_string(deviceNumber);
     std::cout << command << std::endl;
     ShellExecuter shell(command);
     shell.Execute();

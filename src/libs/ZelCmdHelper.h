@@ -11,8 +11,9 @@
 
 class ZelCmdHelper {
 public:
-    static const std::string k_ZelCmdPath;
-    static const std::string k_ZelRUXToolPath;
+    static constexpr char k_ZelCmdPath[] = "/usr/bin/ssh";
+    static constexpr char k_ZelRUXToolPath[] =
+        "/opt/ostrel/zel/rux/tools/zelnativeloadex/release/zelnativeloadex";
 
     // Throws CommonException when there is no secure-shell client. The launcher is not looked for.
     ZelCmdHelper();

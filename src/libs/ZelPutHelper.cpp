@@ -5,11 +5,9 @@
 #include "CommonTool/ShellExecuter.h"
 #include "CommonTool/Utils.h"
 
-const std::string ZelPutHelper::k_ZelPutPath = "/usr/bin/scp";
-
 ZelPutHelper::ZelPutHelper() {
     if (!Utils::FileExists(k_ZelPutPath))
-        throw CommonException("Upload tool not found in: " + k_ZelPutPath);
+        throw CommonException(std::string("Upload tool not found in: ") + k_ZelPutPath);
 }
 
 void ZelPutHelper::Upload(const std::string& filePath, std::string& output,
@@ -20,7 +18,7 @@ void ZelPutHelper::Upload(const std::string& filePath, std::string& output,
 
     const std::string target = "zel" + std::to_string(deviceNumber) + ":" + devicePath;
     // The copy tells of its failure on standard error only; callers show it.
-    ShellExecuter shell(k_ZelPutPath + " " + fullFilePath + "  " + target + "  2>&1");
+    ShellExecuter shell(std::string(k_ZelPutPath) + " " + fullFilePath + "  " + target + "  2>&1");
     shell.Execute();
     output = shell.GetOutput();
     if (shell.GetReturnCode() != 0)

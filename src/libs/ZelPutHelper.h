@@ -8,7 +8,7 @@
 
 class ZelPutHelper {
 public:
-    static const std::string k_ZelPutPath;
+    static constexpr char k_ZelPutPath[] = "/usr/bin/scp";
 
     // Throws CommonException when there is no secure-copy client.
     ZelPutHelper();

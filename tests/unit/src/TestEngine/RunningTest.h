@@ -4,6 +4,7 @@
 
 #include "Fixture.h"
 #include "TestEngine/TestGroups.h"
+#include "TestEngine/VerdictWatch.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
@@ -82,6 +83,30 @@ protected:
         for (size_t at = text.find("\n  "); at != std::string::npos; at = text.find("\n  ", at + 1))
             errors.push_back(text.substr(at + 3, text.find('\n', at + 1) - at - 3));
         return errors;
+    }
+
+    // How many errors the summary holds when a failing test gives its verdict.
+    int ErrorsBeforeVerdict() {
+        EXPECT_TRUE(zelAccess->setAccessHandle());
+        if (zelAccess->GetCurrentDevice() < 0)
+            zelAccess->InitAdapterforDiag(0, false);
+        const std::string block = std::to_string(reinterpret_cast<U64>(group_.frontEnd->gen));
+        ActualArg list{ARGTYPE_U64, block.c_str(), nullptr};
+        const fakes::CaptureOutput capture;
+        const VerdictWatch watch;
+        EXPECT_EQ(group_.tstList[group_.curTest].tst(&list), k_TestFinished);
+        return watch.ErrorsBefore();
+    }
+
+    // Runs the test with the library closed.
+    void RunWithoutHandle() {
+        ASSERT_TRUE(zelAccess->setAccessHandle());
+        g_ZelAccess.m_accessHandle = nullptr;
+        const std::string block = std::to_string(reinterpret_cast<U64>(group_.frontEnd->gen));
+        ActualArg list{ARGTYPE_U64, block.c_str(), nullptr};
+        fakes::CaptureOutput capture;
+        EXPECT_EQ(group_.tstList[group_.curTest].tst(&list), k_TestFinished);
+        err_ = capture.Err();
     }
 
     // Exactly one failure, told on standard error and in the summary, and nothing passed.

@@ -278,11 +278,21 @@ TEST_F(Run, RefusesMoreCardsThanItSupports) {
 
 TEST_F(Run, HandsTheArgumentsOver) {
     Cards(1);
+    ifstSetupParams.conc = {7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7};
     Tool("-summary -core -gec");
     EXPECT_EQ(ifstSetupParams.inpArg.inpArgCnt, 3);
     EXPECT_STREQ(ifstSetupParams.inpArg.inpArgVal[0], "-summary");
     EXPECT_NE(ifstSetupParams.oMain, nullptr);
     EXPECT_STREQ(ifstSetupParams.logCtl.logPath, "./log/");
+    EXPECT_EQ(ifstSetupParams.logCtl.logEna, 0);
+    EXPECT_EQ(ifstSetupParams.conc.concPhaseEna, 2U);
+    EXPECT_EQ(ifstSetupParams.conc.randomMode, 1U);
+    EXPECT_EQ(ifstSetupParams.conc.innerLoopCnt, 1U);
+    EXPECT_EQ(ifstSetupParams.conc.outerLoopCnt, 1U);
+    EXPECT_EQ(ifstSetupParams.conc.startSeed, 0U);
+    EXPECT_EQ(ifstSetupParams.conc.endSeed, 0U);
+    EXPECT_EQ(ifstSetupParams.failCtlState, U32{IFST_EXIT_ON_FAIL});
+    EXPECT_EQ(ifstSetupParams.timeLog.startTime, 1704164645U);
     EXPECT_STREQ(ifstSetupParams.timeLog.stTmSVal.sYear, "2024");
     EXPECT_EQ(fakes::Trace().Callback() != nullptr, true);
 }

@@ -228,7 +228,8 @@ TEST_F(CommandLine, RefusesUnknownWords) {
 }
 
 TEST_F(CommandLine, PrintsHelpBeforeAnyGroup) {
-    for (const char* line : {"-help", "-HELP", "--help", "x-help", "-quietMode -help nonsense"}) {
+    for (const char* line : {"-help", "-HELP", "--help", "x-help", "-help-help", "-helpme-help",
+                             "-quietMode -help nonsense"}) {
         Rearm();
         EXPECT_EQ(Parse(line), 0) << line;
         EXPECT_EQ(out_.rfind("\nZelDiag provides diagnostic tests for Ostrel(R) Vimbra(TM) "

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Fixture.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_params.h"
@@ -394,6 +395,24 @@ TEST(LoopControl, EndsOnlyLoopsThatItKnows) {
     lp.testLpEna = IFST_LOOP_TIMED;
     lp.lp.timeCtl.timerEna = 0;
     EXPECT_EQ(ifstCheckTstPendingLoop(&lp), 0) << "a timer that is not armed";
+}
+
+class TimedLoop : public fakes::Fixture {};
+
+TEST_F(TimedLoop, RunsForItsSeconds) {
+    ifstSetupParams = {};
+    ifstLoopCb lp{};
+    lp.testLpEna = IFST_LOOP_TIMED;
+    lp.lp.timeCtl.timerVal = 3;
+    ifstResetLpCtlParam(&lp);
+    fakes::CaptureOutput capture;
+    EXPECT_NE(ifstCheckTstPendingLoop(&lp), 0);
+    fakes::Clock().Advance(2'999'000);
+    EXPECT_NE(ifstCheckTstPendingLoop(&lp), 0);
+    EXPECT_EQ(capture.Out(), "");
+    fakes::Clock().Advance(1'000);
+    EXPECT_EQ(ifstCheckTstPendingLoop(&lp), 0);
+    EXPECT_EQ(capture.Out(), "Test is run for 3 second(s).\n");
 }
 
 }  // namespace

@@ -72,6 +72,12 @@ TEST_F(LinkWidth, FailsWhenTrainedDown) {
     EXPECT_EQ(Traced(DLVL_DIAG1), Texts{"FAILED: Link trained down to 8 Lanes \n"});
 }
 
+TEST_F(LinkWidth, GivesTheVerdictBeforeItTellsTheSummary) {
+    Card().linkWidth = 8;
+    EXPECT_EQ(ErrorsBeforeVerdict(), 0);
+    EXPECT_EQ(CountSummaryErrors(), 1U);
+}
+
 TEST_F(LinkWidth, FailsAtAWiderLinkToo) {
     Card().linkWidth = 32;
     Run();

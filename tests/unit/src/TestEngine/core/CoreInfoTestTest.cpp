@@ -33,18 +33,15 @@ TEST_F(EnabledCores, FailsWhenItCannotRead) {
 }
 
 TEST_F(EnabledCores, FailsWhenTheLibraryIsNotOpen) {
-    ASSERT_TRUE(zelAccess->setAccessHandle());
-    group_.frontEnd->gen->eventCnt = 9;
-    g_ZelAccess.m_accessHandle = nullptr;
-    const std::string block = std::to_string(reinterpret_cast<U64>(group_.frontEnd->gen));
-    ActualArg list{ARGTYPE_U64, block.c_str(), nullptr};
-    {
-        fakes::CaptureOutput capture;
-        EXPECT_EQ(group_.tstList[0].tst(&list), k_TestFinished);
-        err_ = capture.Err();
-    }
+    RunWithoutHandle();
     ExpectFailed(kFile, 37, "Access handle is NULL\n",
                  "CoreDiag.Cores: Test execution failed for unknown reason");
+}
+
+TEST_F(EnabledCores, GivesTheVerdictBeforeItTellsTheSummary) {
+    fakes::ZelAccess().Fail("ZelGetNumCores", 13);
+    EXPECT_EQ(ErrorsBeforeVerdict(), 0);
+    EXPECT_EQ(CountSummaryErrors(), 1U);
 }
 
 class Threads : public RunningTest {
@@ -92,6 +89,12 @@ TEST_F(Threads, FailsWhenTheCoresCannotBeRead) {
                  "CoreDiag.Threads: Could not get number of cores");
 }
 
+TEST_F(Threads, FailsWhenTheLibraryIsNotOpen) {
+    RunWithoutHandle();
+    ExpectFailed(kFile, 77, "Access handle is NULL\n",
+                 "CoreDiag.Threads: Test execution failed for unknown reason");
+}
+
 class CpuId : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/core/CoreDiagGetCPUID";
@@ -122,6 +125,12 @@ TEST_F(CpuId, FailsWhenItCannotRead) {
     ExpectFailed(kFile, 27, "Could not get CPU information\n",
                  "CoreDiag.CPUID: Could not get CPU information");
     EXPECT_EQ(fakes::ZelAccess().Calls().back(), "ZelReadMMIOReg(0x1AB54)");
+}
+
+TEST_F(CpuId, FailsWhenTheLibraryIsNotOpen) {
+    RunWithoutHandle();
+    ExpectFailed(kFile, 53, "Access handle is NULL\n",
+                 "CoreDiag.CPUID: Test execution failed for unknown reason");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "CommonTool/ShellExecuter.h"
 #include "FakeLinks.h"
 #include "TestEngine/RunningTest.h"
+#include "TestEngine/VerdictWatch.h"
 #include "TestEngine/core/CoreDiag.h"
 
 namespace {
@@ -253,56 +254,6 @@ INSTANTIATE_TEST_SUITE_P(Core, Workload, ::testing::Values(kCache, kVpu),
                          [](const auto& subject) { return subject.param.name; });
 
 // Which of summary and verdict comes first ---------------------------------------------------------
-
-// How many errors the summary holds.
-std::size_t CountSummaryErrors() {
-    std::string name = "x";
-    std::string option = "-summary";
-    char* argv[] = {name.data(), option.data(), nullptr};
-    int consumed = 0;
-    TE::TESummary copy = TE::SUMMARY_INSTANCE;
-    copy.ProcessGlobalOptions(2, argv, &consumed);
-    std::ostringstream text;
-    std::streambuf* const before = std::cout.rdbuf(text.rdbuf());
-    copy.SendSummaryToConsole();
-    std::cout.rdbuf(before);
-    const std::string summary = text.str();
-    std::size_t count = 0;
-    for (std::size_t at = summary.find("\n  "); at != std::string::npos;
-         at = summary.find("\n  ", at + 1))
-        ++count;
-    return count;
-}
-
-// Stands in for standard error, and counts the errors of the summary when the verdict is written.
-class VerdictWatch {
-public:
-    VerdictWatch() : before_(stderr) {
-        stderr = fopencookie(this, "w",
-                             {.read = nullptr, .write = Write, .seek = nullptr, .close = nullptr});
-        std::setvbuf(stderr, nullptr, _IOLBF, BUFSIZ);
-    }
-    VerdictWatch(const VerdictWatch&) = delete;
-    VerdictWatch& operator=(const VerdictWatch&) = delete;
-    ~VerdictWatch() {
-        std::fclose(stderr);
-        stderr = before_;
-    }
-
-    // -1 when no verdict was written.
-    int ErrorsBefore() const { return errors_; }
-
-private:
-    static ssize_t Write(void* cookie, const char*, std::size_t size) {
-        auto& watch = *static_cast<VerdictWatch*>(cookie);
-        if (watch.errors_ < 0)
-            watch.errors_ = static_cast<int>(CountSummaryErrors());
-        return static_cast<ssize_t>(size);
-    }
-
-    FILE* before_;
-    int errors_ = -1;
-};
 
 class Order : public Workload {
 protected:

@@ -24,6 +24,14 @@ TEST_F(Firmware, FailsWithTraceThenVerdictThenSummary) {
     EXPECT_EQ(Traced(DLVL_ERROR), Texts{"Failed to get SMC FW Version"});
     ExpectFailed("TestEngine/smc/FwVersion", 45, "",
                  "SmcDiag.FwVersion: Failed to get the SMC FW Version");
+    EXPECT_EQ(done_.at(1), "trace 2 \"Failed to get SMC FW Version\"");
+    EXPECT_EQ(done_.at(2).substr(0, 8), "stderr \"");
+}
+
+TEST_F(Firmware, GivesTheVerdictBeforeItTellsTheSummary) {
+    fakes::ZelAccess().Fail("ZelGetSMCFWVersion", 13);
+    EXPECT_EQ(ErrorsBeforeVerdict(), 0);
+    EXPECT_EQ(CountSummaryErrors(), 1U);
 }
 
 TEST_F(Firmware, DoesNothingOnAnotherCard) {
@@ -90,6 +98,18 @@ TEST_F(Hardware, FailsWithTheFirmwareMessage) {
                  "SmcDiag.HwRevision: Failed to get SMC FW Version");
 }
 
+TEST_F(Hardware, TellsTheSummaryBeforeItGivesTheVerdict) {
+    fakes::ZelAccess().Fail("ZelGetSMCHWRevision", 13);
+    EXPECT_EQ(ErrorsBeforeVerdict(), 1);
+    EXPECT_EQ(CountSummaryErrors(), 1U);
+}
+
+TEST_F(Hardware, DoesNothingOnAnotherCard) {
+    Card().name = "Other";
+    Run();
+    EXPECT_EQ(done_, Texts{"trace 11 \"Test not supported on this device\\n\""});
+}
+
 class Uuid : public RunningTest {
 protected:
     Uuid() : RunningTest(kSmcGroup, 2) {}
@@ -113,6 +133,19 @@ TEST_F(Uuid, FailsWhenItCannotRead) {
     Run();
     EXPECT_EQ(Traced(DLVL_ERROR), Texts{"Failed to get SMC UUID"});
     ExpectFailed("TestEngine/smc/Uuid", 57, "", "SmcDiag.Uuid: Failed to get SMC UUID");
+}
+
+TEST_F(Uuid, TellsTheSummaryBeforeItGivesTheVerdict) {
+    fakes::ZelAccess().Fail("ZelGetUUID", 13);
+    EXPECT_EQ(ErrorsBeforeVerdict(), 1);
+    EXPECT_EQ(CountSummaryErrors(), 1U);
+}
+
+TEST_F(Uuid, DoesNothingWithoutAnOpenCard) {
+    ASSERT_TRUE(zelAccess->setAccessHandle());
+    ASSERT_EQ(zelAccess->GetCurrentDevice(), -1);
+    Run();
+    EXPECT_EQ(done_, Texts{"trace 11 \"Test not supported on this device\\n\""});
 }
 
 }  // namespace

@@ -1,0 +1,150 @@
+// What the five test groups' front ends share.
+#include "TestEngine/te_main_frontend.h"
+
+#include "CommonException.h"
+#include "Fixture.h"
+#include "TestEngine/TestGroups.h"
+#include "TestEngine/VerdictWatch.h"
+#include "TestEngine/te_main.h"
+#include "TestEngine/te_main_params.h"
+#include "ZelAccess.h"
+
+namespace {
+
+class FrontEnd : public fakes::Fixture {
+protected:
+    FrontEnd() {
+        ifstSetupParams = {};
+        g_ZelAccess = _ZelAccess();
+        TE::SUMMARY_INSTANCE = TE::TESummary();
+        TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");
+    }
+    ~FrontEnd() override {
+        zelAccess = &g_ZelAccess;
+        g_ZelAccess = _ZelAccess();
+        TE::SUMMARY_INSTANCE = TE::TESummary();
+    }
+
+    // Configures a copy of the group's row; its state afterwards.
+    U8 Configure(U32 index) {
+        ifstTstGroup group = ifstTstGrps[index];
+        group.state = IFST_GROUP_INITIALISED;
+        fakes::CaptureOutput capture;
+        EXPECT_EQ(group.cfg(&group), 0);
+        out_ = capture.Out();
+        return group.state;
+    }
+
+    std::string out_;
+};
+
+constexpr U32 kNormalModeGroups[] = {0, 2, 3, 4};
+
+TEST_F(FrontEnd, LetsAGroupRunInNormalMode) {
+    ASSERT_TRUE(zelAccess->setAccessHandle());
+    zelAccess->InitAdapterforDiag(0, false);
+    for (const U32 group : kNormalModeGroups) {
+        EXPECT_EQ(Configure(group), IFST_GROUP_RUNNING) << group;
+        EXPECT_EQ(out_, "") << group;
+    }
+    EXPECT_EQ(CountSummaryErrors(), 0U);
+}
+
+TEST_F(FrontEnd, SaysThatThereIsNoCardAccess) {
+    zelAccess = nullptr;
+    const char* first[] = {
+        "*** PCIE Diagnostics : zelAccess is NULL in PCIExpress_TGCfg [3] ***\n", "",
+        "*** DMA Diagnostics : zelAccess is NULL in Dma_TGCfg [3] ***\n",
+        "*** SMC Diagnostics (Ostrel(R) Vimbra(TM) Coprocessor only) : zelAccess is NULL in "
+        "Smc_TGCfg [3] ***\n"};
+    for (size_t i = 0; i < std::size(kNormalModeGroups); ++i) {
+        EXPECT_EQ(Configure(kNormalModeGroups[i]), IFST_GROUP_IDLE);
+        EXPECT_EQ(out_.substr(0, out_.find(" *** ")), first[i]);
+        EXPECT_NE(out_.find("in normal mode, set it to Normal mode"), std::string::npos);
+    }
+    EXPECT_EQ(CountSummaryErrors(), 4U);
+}
+
+TEST_F(FrontEnd, ThrowsWithoutAHandle) {
+    for (const U32 group : kNormalModeGroups) {
+        ifstTstGroup row = ifstTstGrps[group];
+        EXPECT_THROW(row.cfg(&row), CommonException) << group;
+    }
+}
+
+TEST_F(FrontEnd, PreparesAndClosesAGroup) {
+    for (ifstTstGroup row : ifstTstGrps) {
+        row.dbgLvl = 5;
+        row.testDone = 3;
+        row.eventCnt = 3;
+        row.frontEnd->gen->id = 9;
+        row.frontEnd->gen->eventCnt = 9;
+        row.frontEnd->gen->valid = 0;
+        row.frontEnd->gen->onFailCb.blkStepCnt = 9;
+        row.frontEnd->gen->onFailCb.currStepCnt = 9;
+        EXPECT_EQ(row.init(&row), 0);
+        EXPECT_EQ(row.state, IFST_GROUP_INITIALISED);
+        EXPECT_EQ(row.tstList, row.frontEnd->tests);
+        EXPECT_EQ(row.numTests, row.frontEnd->numTests);
+        EXPECT_EQ(row.tstCb, reinterpret_cast<U64>(row.frontEnd->gen));
+        EXPECT_EQ(row.testDone, 0);
+        EXPECT_EQ(row.eventCnt, 0);
+        EXPECT_EQ(*row.frontEnd->debugLevel, 5U);
+        EXPECT_EQ(row.frontEnd->gen->id, 0);
+        EXPECT_EQ(row.frontEnd->gen->eventCnt, 0);
+        EXPECT_EQ(row.frontEnd->gen->valid, 1);
+        EXPECT_EQ(row.frontEnd->gen->onFailCb.blkStepCnt, 0U);
+        EXPECT_EQ(row.frontEnd->gen->onFailCb.currStepCnt, 0U);
+        EXPECT_EQ(row.clean(&row), 0);
+        EXPECT_EQ(row.state, IFST_GROUP_DONE);
+    }
+}
+
+// A group whose one test declares arguments of its own.
+class OwnArguments : public FrontEnd {
+protected:
+    OwnArguments() {
+        test_.Args = args_;
+        frontEnd_ = *ifstTstGrps[2].frontEnd;
+        frontEnd_.tests = &test_;
+        frontEnd_.numTests = 1;
+        group_.curTest = 0;
+        ifstSetupParams.inpArg = {5, words_};
+    }
+
+    const TaskArg args_[5] = {{ARGTYPE_U64, "0"},
+                              {ARGTYPE_INT, "-1"},
+                              {ARGTYPE_INT, "1"},
+                              {ARGTYPE_INT, "2"},
+                              {ARGTYPE_END, nullptr}};
+    const char* words_[5] = {"program", "-group", "-test", "7", "8"};
+    ifstTstCb test_{};
+    ifstTstGroup group_{};
+    ifstGroupFrontEnd frontEnd_{};
+};
+
+TEST_F(OwnArguments, TakesAsManyWordsAsAreDeclared) {
+    EXPECT_NE(ifstParseTestParam(frontEnd_, &group_, "7"), 0);
+    EXPECT_TRUE(group_.argVerified);
+    EXPECT_EQ(test_.tstArgsStartIdx, 3U);
+    EXPECT_EQ(test_.tstArgsEndIdx, 5U);
+    EXPECT_NE(ifstParseTestParam(frontEnd_, &group_, "anything"), 0)
+        << "once verified, all is taken";
+}
+
+TEST_F(OwnArguments, RefusesMoreWordsThanAreDeclared) {
+    EXPECT_EQ(ifstParseTestParam(frontEnd_, &group_, "-TEST"), 0) << "three words, two arguments";
+    EXPECT_EQ(ifstParseTestParam(frontEnd_, &group_, "absent"), 0);
+    EXPECT_FALSE(group_.argVerified);
+}
+
+TEST_F(OwnArguments, RefusesAnyWordForATestWithoutOwnArguments) {
+    const TaskArg none[] = {{ARGTYPE_END, nullptr}};
+    const TaskArg engineOnly[] = {{ARGTYPE_U64, "0"}, {ARGTYPE_INT, "-1"}, {ARGTYPE_END, nullptr}};
+    for (const TaskArg* args : {none, engineOnly}) {
+        test_.Args = args;
+        EXPECT_EQ(ifstParseTestParam(frontEnd_, &group_, "8"), 0);
+    }
+}
+
+}  // namespace
