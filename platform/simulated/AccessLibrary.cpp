@@ -140,7 +140,7 @@ U32 AccessLibrary::SetMode(ZEL_CARD_USAGE_MODE mode) {
     // Memory-diagnostic mode needs a handler image; the last three are no modes to ask for.
     if (mode == ZEL_USAGE_MODE_MEMDIAG || mode >= ZEL_USAGE_MODE_IN_TRANSITION)
         return ZEL_INVALID_PARAMETER;
-    card_->usageMode = mode;
+    HostState::SetUsageMode(*card_, mode);
     return ZEL_SUCCESS;
 }
 
@@ -151,7 +151,7 @@ U32 AccessLibrary::SetModeWithImage(ZEL_CARD_USAGE_MODE mode, const char* image)
         return ZEL_DEVICE_IN_NORMAL_MODE;
     if (access(image, R_OK) != 0)
         return ZEL_IMAGE_NOT_FOUND;
-    card_->usageMode = mode;
+    HostState::SetUsageMode(*card_, mode);
     return ZEL_SUCCESS;
 }
 

@@ -20,6 +20,7 @@ constexpr std::size_t kMaxNameLength = 254;
 constexpr std::size_t kMaxVersionLength = 254;
 constexpr std::size_t kMaxPostCodeLength = 15;
 constexpr std::size_t kMaxMemoryTextLength = 32;
+constexpr U64 kMaxNode = 0xFFFE;  // the card's own number is one more, and 16 bits wide too
 constexpr U64 kMaxMemoryBytes = U64{64} << 30;
 
 struct SboxRegister {
@@ -315,7 +316,7 @@ void ReadIdentity(Table& table, Card& card) {
     table.Text("name", kMaxNameLength, card.name);
     table.Converted<PcieAddress>("pcie", "an address such as \"0000:02:00.0\"", card.pcie,
                                  ParsePcie);
-    table.Integer("node", 0xFFFF, card.node);
+    table.Integer("node", kMaxNode, card.node);
     table.Integer("device_id", kMaxU32, card.deviceId);
     table.Integer("subsystem_id", kMaxU32, card.subsystemId);
     table.Integer("revision_id", kMaxU32, card.revisionId);

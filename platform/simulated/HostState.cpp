@@ -12,6 +12,9 @@
 #include <system_error>
 #include <type_traits>
 
+#include "Descriptor.h"
+#include "ModeChange.h"
+
 namespace simulated {
 
 // The file: this, then the four lists. A range here counts elements behind a byte offset.
@@ -27,21 +30,6 @@ struct HostState::Header {
 namespace {
 
 constexpr U64 kMagic = 0x31'6D69'736C'657AULL;  // "zelsim1"
-
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    ~Descriptor() {
-        if (descriptor_ >= 0)
-            close(descriptor_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int Get() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
 
 [[noreturn]] void Throw(const std::string& what) {
     throw std::system_error(errno, std::generic_category(), what);
@@ -208,6 +196,11 @@ std::span<const MemoryFault> HostState::MemoryFaults(const CardState& card) cons
 
 std::span<const SboxValue> HostState::Sbox(const CardState& card) const {
     return Elements<const SboxValue>(Head().sbox).subspan(card.sbox.first, card.sbox.count);
+}
+
+void HostState::SetUsageMode(CardState& card, ZEL_CARD_USAGE_MODE mode) {
+    card.usageMode = mode;
+    TellModeChange();
 }
 
 U32 HostState::FailHostCall(std::string_view call) const {

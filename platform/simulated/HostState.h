@@ -73,6 +73,11 @@ struct CardState {
 
 static_assert(std::atomic<U32>::is_always_lock_free);
 
+// Whether the card's own operating system runs, and takes connections.
+inline bool IsReachable(const CardState& card) {
+    return card.sshUp && card.usageMode == ZEL_USAGE_MODE_NORMAL;
+}
+
 class HostState {
 public:
     // Writes the state of a new host. Throws std::system_error.
@@ -88,6 +93,9 @@ public:
     std::span<CardState> Cards() const;
     std::span<const MemoryFault> MemoryFaults(const CardState& card) const;
     std::span<const SboxValue> Sbox(const CardState& card) const;
+
+    // Moves a card to another usage mode, and returns when the host has followed.
+    static void SetUsageMode(CardState& card, ZEL_CARD_USAGE_MODE mode);
 
     // The status with which this call of the host, or of the card, is to fail; 0 when it passes. Counts
     // the call.

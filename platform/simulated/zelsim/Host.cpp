@@ -13,10 +13,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
 #include "../HostState.h"
+#include "CardSystems.h"
+#include "HostFiles.h"
+#include "SecureShell.h"
 
 namespace simulated {
 
@@ -30,22 +32,12 @@ constexpr char kHostFolder[] = "/run/zelsim";
 constexpr char kDevicePath[] = "../../devices/pci0000:00/0000:00:02.0/";
 
 // Folders that a host with cards has more files in than this machine.
-constexpr const char* kGrowingFolders[] = {"/etc", "/run", "/usr/share", "/sys/class"};
+constexpr const char* kGrowingFolders[] = {"/etc", "/run", "/usr/share", "/sys/class", "/var/log"};
 
 constexpr const char* kHandlerImages[] = {
     "/usr/share/hosk/boot/memdiag-kernel.emberridge.elf",
     "/usr/share/flash/MFG/md_handler_ev1x.elf",
 };
-
-[[noreturn]] void Throw(const std::string& what) {
-    throw HostError(what + ": " + std::strerror(errno));
-}
-
-void Mount(const char* source, const char* target, const char* type, unsigned long flags,
-           const std::string& options) {
-    if (mount(source, target, type, flags, options.c_str()) != 0)
-        Throw(std::string("cannot mount ") + type + " on " + target);
-}
 
 // Lays a memory file system over each of the folders: what is written there exists on this host alone.
 void GrowFolders() {
@@ -60,7 +52,7 @@ void GrowFolders() {
               std::string("lowerdir=") + folder + ",upperdir=" + upper + ",workdir=" + work);
     }
     if (umount2(kScratch, MNT_DETACH) != 0)
-        Throw("cannot unmount the scratch folder");
+        ThrowHostError("cannot unmount the scratch folder");
 }
 
 void StartLoopback() {
@@ -74,17 +66,7 @@ void StartLoopback() {
         close(control);
     errno = error;
     if (!started)
-        Throw("cannot start the loopback network");
-}
-
-void WriteFile(const fs::path& path, const std::string& text, fs::perms permissions) {
-    fs::create_directories(path.parent_path());
-    std::ofstream file(path);
-    file << text;
-    file.close();
-    if (!file)
-        Throw("cannot write " + path.string());
-    fs::permissions(path, permissions);
+        ThrowHostError("cannot start the loopback network");
 }
 
 void AddCardLinks(const std::vector<Card>& cards) {
@@ -138,22 +120,29 @@ void EnterNamespaces() {
     if (geteuid() != 0)
         throw HostError("a simulated host needs root rights");
     if (unshare(CLONE_NEWNS | CLONE_NEWNET | CLONE_NEWPID) != 0)
-        Throw("cannot make private namespaces");
+        ThrowHostError("cannot make private namespaces");
     // Nothing that is mounted from here on reaches the machine.
     if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-        Throw("cannot make the mounts private");
+        ThrowHostError("cannot make the mounts private");
 }
 
 void BuildHost(const Fleet& fleet, const std::string& programFolder) {
+    // The host's folders are readable, and sshd refuses those that others may write, whatever the
+    // caller's mask.
+    const mode_t callersMask = umask(022);
     try {
         Mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, "");
         GrowFolders();
         StartLoopback();
         fs::create_directories(kHostFolder);
+        SecureShell secureShell(fleet.cards.size());
         HostState::Create(kStateFile, fleet);
+        MakeCardRoots(fleet.cards);
         AddCardLinks(fleet.cards);
         AddFiles();
         AddPrograms(fleet, programFolder);
+        secureShell.Finish();
+        umask(callersMask);
     } catch (const std::system_error& failure) {
         throw HostError(failure.what());
     }

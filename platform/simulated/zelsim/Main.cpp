@@ -13,6 +13,7 @@
 #include "../Suggestion.h"
 #include "Host.h"
 #include "RunCommand.h"
+#include "SecureShell.h"
 
 using namespace std::string_literals;
 using simulated::CardState;
@@ -132,7 +133,7 @@ int Mode(int argc, char** argv) {
     std::vector<std::string> names;
     for (const simulated::ModeName& row : simulated::kModeNames) {
         if (std::strcmp(argv[1], row.name) == 0) {
-            card->usageMode = row.mode;
+            HostState::SetUsageMode(*card, row.mode);
             return 0;
         }
         names.emplace_back(row.name);
@@ -147,12 +148,14 @@ int Status(int argc, char**) {
     const auto host = OpenHost();
     if (!host)
         return kFailed;
-    std::printf("%-8s%-12s%-16s%s\n", "card", "generation", "PCIe address", "usage mode");
+    const char* const row = "%-8s%-12s%-16s%-19s%s\n";
+    std::printf(row, "card", "generation", "PCIe address", "usage mode", "reached at");
     for (std::size_t i = 0; i < host->Cards().size(); ++i) {
         const CardState& card = host->Cards()[i];
-        std::printf("%-8s%-12s%-16s%s\n", ("zel" + std::to_string(i)).c_str(),
+        std::printf(row, ("zel" + std::to_string(i)).c_str(),
                     simulated::GenerationName(card.generation), ToText(card.pcie).c_str(),
-                    ModeNameOf(card.usageMode));
+                    ModeNameOf(card.usageMode),
+                    IsReachable(card) ? simulated::CardAddressText(i).c_str() : "-");
     }
     return 0;
 }

@@ -1,13 +1,15 @@
 // Runs a command on a simulated host.
 //
-// Three processes: this one stays outside and waits; its child is the first process of the host, and
-// with its end the kernel ends everything on it; the child's child is the command. The first process
+// Three processes: this one stays outside and waits; its child is the first process of the host, which
+// serves the cards' connections, and with whose end the kernel ends everything on the host; the child's
+// child is the command. The first process
 // dies with the one outside, however that ends, so that a killed zelsim leaves nothing.
 #include "RunCommand.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,8 +18,13 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
+#include "../Descriptor.h"
+#include "../HostState.h"
+#include "CardServer.h"
 #include "Host.h"
+#include "HostFiles.h"
 
 namespace simulated {
 
@@ -27,7 +34,11 @@ int StatusOf(int waitStatus) {
     return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
 }
 
-[[noreturn]] void BecomeCommand(char* const* command) {
+[[noreturn]] void BecomeCommand(char* const* command, const CardServer& cards) {
+    cards.PrepareChild();
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGQUIT, SIG_DFL);
     execvp(command[0], command);
@@ -36,16 +47,64 @@ int StatusOf(int waitStatus) {
     _exit(missing ? kNoSuchCommand : kNotExecutable);
 }
 
-// Waits for the command, and for every orphan of the host on the way.
-int WaitForCommand(pid_t command) {
-    for (;;) {
-        int status = 0;
-        const pid_t ended = wait(&status);
+// From here on the end of a child shows in the descriptor.
+Descriptor WatchChildren() {
+    sigset_t child;
+    sigemptyset(&child);
+    sigaddset(&child, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &child, nullptr);
+    Descriptor ended(signalfd(-1, &child, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!ended.IsOpen())
+        ThrowHostError("cannot watch the command");
+    return ended;
+}
+
+// Takes leave of all children that have ended, orphans of the host among them; the command's wait
+// status when it was one of them.
+std::optional<int> ReapChildren(pid_t command, CardServer& cards) {
+    std::optional<int> commandStatus;
+    int status = 0;
+    for (pid_t ended = 0; (ended = waitpid(-1, &status, WNOHANG)) > 0;) {
         if (ended == command)
-            return StatusOf(status);
-        if (ended < 0 && errno != EINTR)
-            return kOwnFailure;
+            commandStatus = status;
+        else
+            cards.ChildEnded(ended);
     }
+    return commandStatus;
+}
+
+// Serves the cards until the command ends.
+int WaitForCommand(pid_t command, const Descriptor& childrenEnded, CardServer& cards) {
+    std::array<pollfd, 2> events{{{childrenEnded.Get(), POLLIN, 0}, {cards.Events(), POLLIN, 0}}};
+    for (;;) {
+        if (poll(events.data(), events.size(), -1) < 0 && errno != EINTR)
+            ThrowHostError("cannot wait for the command");
+        signalfd_siginfo signal{};
+        while (read(childrenEnded.Get(), &signal, sizeof(signal)) > 0) {
+        }
+        if (const auto status = ReapChildren(command, cards))
+            return StatusOf(*status);
+        cards.Serve();
+    }
+}
+
+int Fail(const HostError& failure) {
+    std::fprintf(stderr, "zelsim: %s\n", failure.what());
+    return kOwnFailure;
+}
+
+int ServeCommand(char* const* command) {
+    const auto host = HostState::Open();
+    if (!host)
+        ThrowHostError(kStateFile);
+    CardServer cards(*host);
+    const Descriptor childrenEnded = WatchChildren();
+    const pid_t child = fork();
+    if (child < 0)
+        ThrowHostError("cannot start a process");
+    if (child == 0)
+        BecomeCommand(command, cards);
+    return WaitForCommand(child, childrenEnded, cards);
 }
 
 // The host's first process lives no longer than the process outside. The kernel sees to that from here
@@ -60,18 +119,10 @@ bool DieWithParent(int parentPipe) {
 int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* const* command) {
     try {
         BuildHost(fleet, programFolder);
+        return ServeCommand(command);
     } catch (const HostError& failure) {
-        std::fprintf(stderr, "zelsim: %s\n", failure.what());
-        return kOwnFailure;
+        return Fail(failure);
     }
-    const pid_t child = fork();
-    if (child < 0) {
-        std::fprintf(stderr, "zelsim: cannot start a process: %s\n", std::strerror(errno));
-        return kOwnFailure;
-    }
-    if (child == 0)
-        BecomeCommand(command);
-    return WaitForCommand(child);
 }
 
 }  // namespace

@@ -1,0 +1,196 @@
+// Makes the cards reachable over the network.
+#include "CardServer.h"
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "../ModeChange.h"
+#include "CardSystems.h"
+#include "Host.h"
+#include "HostFiles.h"
+#include "SecureShell.h"
+
+namespace simulated {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kBacklog = 64;
+constexpr std::size_t kEventsAtOnce = 64;
+constexpr rlim_t kOtherFiles = 64;  // that this process has open beside a socket for each card
+
+// In an event, instead of a card's number.
+constexpr U64 kModeChange = ~U64{0};
+
+void Watch(int events, int descriptor, U64 what) {
+    epoll_event event{.events = EPOLLIN, .data = {.u64 = what}};
+    if (epoll_ctl(events, EPOLL_CTL_ADD, descriptor, &event) != 0)
+        ThrowHostError("cannot watch a card's connections");
+}
+
+// Ends every process that sees `root` as its root. True when there was one.
+bool KillProcessesBelow(const std::string& root) {
+    bool found = false;
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc")) {
+        const std::string name = entry.path().filename();
+        pid_t process = 0;
+        const auto parsed = std::from_chars(name.data(), name.data() + name.size(), process);
+        if (parsed.ec != std::errc() || parsed.ptr != name.data() + name.size())
+            continue;
+        std::error_code gone;
+        if (fs::read_symlink(entry.path() / "root", gone) != root || gone)
+            continue;
+        found = kill(process, SIGKILL) == 0 || found;
+    }
+    return found;
+}
+
+}  // namespace
+
+CardServer::CardServer(const HostState& host)
+    : host_(host),
+      events_(epoll_create1(EPOLL_CLOEXEC)),
+      listeners_(host.Cards().size()),
+      started_(host.Cards().size()) {
+    if (!events_.IsOpen())
+        ThrowHostError("cannot watch the cards' connections");
+    RaiseFileLimit();
+    modeChanges_ = ListenForModeChanges();
+    if (!modeChanges_.IsOpen())
+        ThrowHostError("cannot listen for mode changes");
+    Watch(events_.Get(), modeChanges_.Get(), kModeChange);
+    FollowModes();
+}
+
+void CardServer::Serve() {
+    std::array<epoll_event, kEventsAtOnce> ready{};
+    const int count = epoll_wait(events_.Get(), ready.data(), kEventsAtOnce, 0);
+    for (int i = 0; i < count; ++i) {
+        const U64 what = ready[static_cast<std::size_t>(i)].data.u64;
+        // What a command does to a card's folder or address is no reason to end the host.
+        try {
+            ServeEvent(what);
+        } catch (const std::runtime_error& failure) {
+            std::fprintf(stderr, "zelsim: %s\n", failure.what());
+        }
+    }
+}
+
+void CardServer::ServeEvent(U64 what) {
+    if (what != kModeChange) {
+        Accept(what);
+        return;
+    }
+    const Descriptor teller(accept4(modeChanges_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    FollowModes();
+}
+
+void CardServer::PrepareChild() const {
+    setrlimit(RLIMIT_NOFILE, &fileLimit_);
+}
+
+void CardServer::RaiseFileLimit() {
+    if (getrlimit(RLIMIT_NOFILE, &fileLimit_) != 0)
+        ThrowHostError("cannot read the limit of open files");
+    const rlim_t needed = listeners_.size() + kOtherFiles;
+    if (fileLimit_.rlim_cur >= needed)
+        return;
+    rlimit raised = fileLimit_;
+    raised.rlim_cur = needed;
+    raised.rlim_max = std::max(raised.rlim_max, needed);
+    if (setrlimit(RLIMIT_NOFILE, &raised) != 0)
+        ThrowHostError("cannot open a socket for each of " + std::to_string(listeners_.size()) +
+                       " cards");
+}
+
+void CardServer::FollowModes() {
+    const auto cards = host_.Cards();
+    for (std::size_t i = 0; i < cards.size(); ++i) {
+        const bool reachable = IsReachable(cards[i]);
+        if (reachable && !listeners_[i].IsOpen())
+            StartListening(i);
+        else if (!reachable && listeners_[i].IsOpen())
+            StopCard(i);
+    }
+}
+
+void CardServer::StartListening(std::size_t card) {
+    Descriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(kSshPort);
+    address.sin_addr.s_addr = htonl(CardAddress(card));
+    const int yes = 1;
+    // A card that comes back may still have connections of its former life in the kernel's books.
+    if (!listener.IsOpen() ||
+        setsockopt(listener.Get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes)) != 0 ||
+        bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+        listen(listener.Get(), kBacklog) != 0)
+        ThrowHostError("cannot listen on " + CardAddressText(card));
+    Watch(events_.Get(), listener.Get(), card);
+    listeners_[card] = std::move(listener);
+}
+
+// With the card's operating system ends all that runs on it.
+void CardServer::StopCard(std::size_t card) {
+    listeners_[card].Close();
+    for (const auto& [sshd, where] : sessions_) {
+        if (where == card)
+            kill(sshd, SIGKILL);
+    }
+    while (KillProcessesBelow(CardRoot(card))) {
+    }
+}
+
+void CardServer::Accept(std::size_t card) {
+    // Not there any more when the caller has given up, or the card has stopped since.
+    const Descriptor connection(accept4(listeners_[card].Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!connection.IsOpen())
+        return;
+    if (!started_[card]) {
+        StartCardSystem(card);
+        started_[card] = true;
+    }
+    const pid_t child = fork();
+    if (child == 0)
+        BecomeSshd(card, connection.Get());
+    if (child > 0)
+        sessions_[child] = card;
+}
+
+void CardServer::BecomeSshd(std::size_t card, int connection) const {
+    PrepareChild();
+    // Another machine's processes: the terminal's signals do not reach them.
+    setsid();
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGQUIT, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    umask(022);
+    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (chdir("/") != 0 || dup2(connection, STDIN_FILENO) < 0 ||
+        dup2(connection, STDOUT_FILENO) < 0 || dup2(null, STDERR_FILENO) < 0)
+        _exit(1);
+    const std::string root = "ChrootDirectory=" + CardRoot(card);
+    const char* const arguments[] = {
+        kSshd, "-i", "-f", kSshdConfiguration, "-E", kSshdLog, "-o", root.c_str(), nullptr};
+    char* const environment[] = {nullptr};
+    execve(kSshd, const_cast<char* const*>(arguments), environment);
+    _exit(1);
+}
+
+}  // namespace simulated
