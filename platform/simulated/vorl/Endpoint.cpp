@@ -47,9 +47,10 @@ Endpoint::Endpoint(U16 node, UniqueFd connected)
 void Endpoint::Close() {
     const std::lock_guard lock(lock_);
     closed_ = true;
-    shutdown(socket_.Get(), SHUT_RDWR);
     if (connection_)
         connection_->Close();
+    else
+        shutdown(socket_.Get(), SHUT_RDWR);
 }
 
 int Endpoint::BindTo(U16 port) {
