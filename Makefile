@@ -8,7 +8,8 @@
 #   make bench      measures, and prints ratios of what it measured
 #   make format     the formatter over every source file;  make check-format only looks
 
-ARGS  ?= -summary -pcie -vls -vlw -vdi -vrs -vbs -core -gec -gnt -gid -smc -fwv -hwr -uuid
+ARGS  ?= -summary -pcie -vls -vlw -vdi -vrs -vbs -vsrdv -core -gec -gnt -gid -c -v \
+         -dma -vdh2l -vdl2h -smc -fwv -hwr -uuid
 FLEET ?= build/bin/fleets/default.toml
 JOBS  ?= $(shell nproc)
 

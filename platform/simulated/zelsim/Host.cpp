@@ -119,14 +119,17 @@ void AddFiles() {
 void EnterNamespaces() {
     if (geteuid() != 0)
         throw HostError("a simulated host needs root rights");
-    if (unshare(CLONE_NEWNS | CLONE_NEWNET | CLONE_NEWPID) != 0)
+    if (unshare(CLONE_NEWNET | CLONE_NEWPID) != 0)
         ThrowHostError("cannot make private namespaces");
-    // Nothing that is mounted from here on reaches the machine.
-    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-        ThrowHostError("cannot make the mounts private");
 }
 
 void BuildHost(const Fleet& fleet, const std::string& programFolder) {
+    // The first process's alone: the process outside keeps the /proc in which it finds itself. Nothing
+    // that is mounted from here on reaches the machine.
+    if (unshare(CLONE_NEWNS) != 0)
+        ThrowHostError("cannot make a private mount namespace");
+    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+        ThrowHostError("cannot make the mounts private");
     // The host's folders are readable, and sshd refuses those that others may write, whatever the
     // caller's mask.
     const mode_t callersMask = umask(022);

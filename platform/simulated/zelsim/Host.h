@@ -15,7 +15,8 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Moves this process into namespaces of its own; its next child becomes their first process. Throws
+// Moves this process into network and process namespaces of its own; its next child becomes the first
+// process of the host. Throws
 // HostError, without root rights above all.
 void EnterNamespaces();
 
