@@ -76,7 +76,9 @@ int Connection::Send(std::span<const std::byte> message, bool wait) {
     if (done == 0)
         return message.empty() ? 0 : -EAGAIN;
     const U64 last = queued_;
-    WaitUntil(lock, [this, last] { return sent_ >= last || ConnectionLost(); });
+    // A peer that has closed its end may have received the message before, so this waits for the
+    // sending thread's word alone.
+    WaitUntil(lock, [this, last] { return sent_ >= last || sendingEnded_; });
     return sent_ >= last ? static_cast<int>(done) : LossError();
 }
 
