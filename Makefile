@@ -47,11 +47,7 @@ bench: build
 format:
 	@clang-format -i $(sources)
 
-check-bench: build
-	@cmake --build --preset release --target bench -j $(JOBS)
-	@build/bench/aperture
-
-format:
+check-format:
 	@clang-format --dry-run --Werror $(sources)
 
 clean:

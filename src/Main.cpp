@@ -37,6 +37,9 @@ void HoldStandardStreams() {
 }
 
 void WatchStandardOutput() {
+    // Line by line also into a file or a pipe: a run that is killed leaves what it had found, and the
+    // lines stand in order with those on standard error.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     // A reader that goes away is a write error, not the end of the process. A handler, because an
     // ignored signal would stay ignored in the commands that the tool runs.
     std::signal(SIGPIPE, [](int) {});

@@ -1,13 +1,19 @@
 // Reads a fleet file. Whatever is wrong with it is told with its line, and nothing of it is used.
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <toml++/toml.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
-#include <cstdio>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <optional>
 
 #include "CallNames.h"
+#include "Descriptor.h"
 #include "Fleet.h"
 #include "Suggestion.h"
 
@@ -15,6 +21,7 @@ namespace simulated {
 
 namespace {
 
+constexpr off_t kMaxFileBytes = off_t{16} << 20;
 constexpr U64 kMaxU32 = 0xFFFFFFFF;
 constexpr std::size_t kMaxNameLength = 254;
 constexpr std::size_t kMaxVersionLength = 254;
@@ -387,20 +394,35 @@ void ReadHost(const Reader& reader, const toml::table& source, Fleet& fleet) {
     table.RefuseUnknownKeys();
 }
 
+// The file's text. Anything but a regular file is refused: a device or a pipe might never end.
+std::string ReadText(const std::string& path) {
+    const auto fail = [&](const std::string& reason) { throw FleetError(path + ": " + reason); };
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
+        fail(std::string("cannot be read: ") + std::strerror(errno));
+    if (!S_ISREG(status.st_mode))
+        fail("is not a regular file");
+    if (status.st_size > kMaxFileBytes)
+        fail("is larger than " + std::to_string(kMaxFileBytes >> 20) + " MiB");
+    std::string text(static_cast<std::size_t>(status.st_size), '\0');
+    std::size_t filled = 0;
+    while (filled < text.size()) {
+        const ssize_t length = read(file.Get(), text.data() + filled, text.size() - filled);
+        if (length < 0 && errno == EINTR)
+            continue;
+        if (length < 0)
+            fail(std::string("cannot be read: ") + std::strerror(errno));
+        if (length == 0)
+            break;
+        filled += static_cast<std::size_t>(length);
+    }
+    text.resize(filled);
+    return text;
+}
+
 toml::table ParseFile(const Reader& reader, const std::string& path) {
-    // The library reads a folder as an empty file; a fleet file must be a readable one.
-    FILE* file = std::fopen(path.c_str(), "re");
-    if (file == nullptr)
-        throw FleetError(path + ": cannot be read: " + std::strerror(errno));
-    std::string text;
-    char piece[4096];
-    while (const std::size_t length = std::fread(piece, 1, sizeof(piece), file))
-        text.append(piece, length);
-    const bool failed = std::ferror(file) != 0;
-    const int error = errno;
-    std::fclose(file);
-    if (failed)
-        throw FleetError(path + ": cannot be read: " + std::strerror(error));
+    const std::string text = ReadText(path);
     try {
         return toml::parse(text, path);
     } catch (const toml::parse_error& fault) {

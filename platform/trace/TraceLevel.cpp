@@ -58,8 +58,8 @@ TraceConfig TraceConfigFromEnvironment() {
     const std::optional<TraceConfig> config = ParseTraceConfig(text);
     if (!config) {
         std::fprintf(stderr,
-                     "%s: not a debug level; use none, a number from 0 to %d, or a name such as "
-                     "error or diag2\n",
+                     "%s: not a debug level, error is used; set none, a number from 0 to %d, or a "
+                     "name such as warning, info, diag1 or diag2\n",
                      kVariable, DLVL_NUM_LEVELS - 1);
         return {};
     }

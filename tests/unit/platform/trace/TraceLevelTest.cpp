@@ -67,8 +67,8 @@ TEST_F(TraceConfigFromEnvironmentTest, AnUnknownValueIsReportedAndChangesNothing
     const TraceConfig config = TraceConfigFromEnvironment();
     EXPECT_EQ(
         GetCapturedStderr(),
-        "PLYX_DEBUG_LEVEL: not a debug level; use none, a number from 0 to 11, or a name such "
-        "as error or diag2\n");
+        "PLYX_DEBUG_LEVEL: not a debug level, error is used; set none, a number from 0 to 11, or "
+        "a name such as warning, info, diag1 or diag2\n");
     EXPECT_EQ(config.threshold, DLVL_ERROR);
     EXPECT_FALSE(config.silent);
 }
