@@ -22,15 +22,6 @@ constexpr U32 Firmware(U32 major, U32 minor, U32 build) {
     return major << 24 | minor << 16 | build;
 }
 
-// One card a bus, from bus 2 of the first domain on.
-PcieAddress DefaultAddress(U32 index) {
-    const U32 slot = index + kFirstBus;
-    return {.domain = slot / kBusesPerDomain,
-            .bus = static_cast<U8>(slot % kBusesPerDomain),
-            .device = 0,
-            .function = 0};
-}
-
 }  // namespace
 
 const char* GenerationName(Generation generation) {
@@ -44,11 +35,17 @@ std::string ToText(const PcieAddress& address) {
     return text;
 }
 
-Card DefaultCard(Generation generation, U32 index) {
+PcieAddress DefaultAddress(U32 index) {
+    const U32 slot = index + kFirstBus;
+    return {.domain = slot / kBusesPerDomain,
+            .bus = static_cast<U8>(slot % kBusesPerDomain),
+            .device = 0,
+            .function = 0};
+}
+
+Card DefaultCard(Generation generation) {
     Card card;
     card.generation = generation;
-    card.pcie = DefaultAddress(index);
-    card.node = static_cast<U16>(index);
     card.smcFirmware = Firmware(1, 16, 42);
     for (U32 i = 0; i < card.uuid.size(); ++i)
         card.uuid[i] = static_cast<U8>(i * 0x11);

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <array>
+#include <compare>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ZelAccessApi.h"
@@ -42,10 +44,14 @@ struct PcieAddress {
     U8 bus = 0;
     U8 device = 0;
     U8 function = 0;
-    bool operator==(const PcieAddress&) const = default;
+    auto operator<=>(const PcieAddress&) const = default;
 };
 
 std::string ToText(const PcieAddress& address);
+
+// Where card number `index` is unless its fleet file says otherwise: one card a bus, from bus 2 of the
+// first domain on.
+PcieAddress DefaultAddress(U32 index);
 
 struct Card {
     Generation generation = Generation::Er1x;
@@ -78,8 +84,8 @@ struct Card {
     std::vector<MemoryFault> memoryFaults;
 };
 
-// A healthy card of a generation, as the host's card number `index`.
-Card DefaultCard(Generation generation, U32 index);
+// A healthy card of a generation. It has no place on a host yet.
+Card DefaultCard(Generation generation);
 
 struct Fleet {
     std::string hoskVersion = "3.1.2";
@@ -96,7 +102,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// Throw FleetError. `name` is what the error calls the text.
 Fleet ReadFleet(const std::string& path);
+Fleet ParseFleet(std::string_view text, const std::string& name);
 
 // A usage mode and its name in fleet files and commands.
 struct ModeName {

@@ -1,34 +1,33 @@
 // Reads a fleet file. Whatever is wrong with it is told with its line, and nothing of it is used.
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <toml++/toml.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
+#include <set>
 
 #include "CallNames.h"
-#include "Descriptor.h"
 #include "Fleet.h"
+#include "FleetValues.h"
 #include "Suggestion.h"
 
 namespace simulated {
 
 namespace {
 
-constexpr off_t kMaxFileBytes = off_t{16} << 20;
 constexpr U64 kMaxU32 = 0xFFFFFFFF;
 constexpr std::size_t kMaxNameLength = 254;
 constexpr std::size_t kMaxVersionLength = 254;
 constexpr std::size_t kMaxPostCodeLength = 15;
 constexpr std::size_t kMaxMemoryTextLength = 32;
 constexpr U64 kMaxNode = 0xFFFE;  // the card's own number is one more, and 16 bits wide too
-constexpr U64 kMaxMemoryBytes = U64{64} << 30;
+
+// Room for the greatest number of cards with every key many times over; a file beyond it is no fleet.
+constexpr std::size_t kMaxFileBytes = std::size_t{16} << 20;
 
 struct SboxRegister {
     const char* name;
@@ -42,6 +41,15 @@ constexpr SboxRegister kSboxRegisters[] = {
 #undef SBOX_REGISTER
 };
 
+// A name in quotes may hold line ends; a reason is one line.
+std::string OneLine(std::string text) {
+    for (char& c : text) {
+        if (static_cast<unsigned char>(c) < ' ')
+            c = '?';
+    }
+    return text;
+}
+
 class Reader {
 public:
     explicit Reader(const std::string& path) : path_(path) {}
@@ -50,7 +58,7 @@ public:
         FailAt(where.source().begin.line, reason);
     }
     [[noreturn]] void FailAt(std::size_t line, const std::string& reason) const {
-        throw FleetError(path_ + ":" + std::to_string(line) + ": " + reason);
+        throw FleetError(path_ + ":" + std::to_string(line) + ": " + OneLine(reason));
     }
 
 private:
@@ -106,7 +114,7 @@ public:
     // A text that `convert` turns into a value; `expected` says what it takes.
     template <typename Value>
     void Converted(const std::string& key, const std::string& expected, Value& out,
-                   const std::function<std::optional<Value>(const std::string&)>& convert) {
+                   const std::function<std::optional<Value>(std::string_view)>& convert) {
         const toml::node* node = Find(key);
         if (node == nullptr)
             return;
@@ -154,92 +162,6 @@ private:
     std::string name_;
     std::vector<std::string> known_;
 };
-
-template <typename Number>
-bool ParseNumber(std::string_view text, int base, Number max, Number& out) {
-    const auto result = std::from_chars(text.begin(), text.end(), out, base);
-    return result.ec == std::errc() && result.ptr == text.end() && out <= max;
-}
-
-std::optional<PcieAddress> ParsePcie(const std::string& text) {
-    PcieAddress address;
-    U32 domain = 0;
-    U32 bus = 0;
-    U32 device = 0;
-    U32 function = 0;
-    if (text.size() != 12 || text[4] != ':' || text[7] != ':' || text[10] != '.')
-        return std::nullopt;
-    const std::string_view view(text);
-    if (!ParseNumber(view.substr(0, 4), 16, 0xFFFFU, domain) ||
-        !ParseNumber(view.substr(5, 2), 16, 0xFFU, bus) ||
-        !ParseNumber(view.substr(8, 2), 16, 0x1FU, device) ||
-        !ParseNumber(view.substr(11, 1), 16, 7U, function))
-        return std::nullopt;
-    address.domain = domain;
-    address.bus = static_cast<U8>(bus);
-    address.device = static_cast<U8>(device);
-    address.function = static_cast<U8>(function);
-    return address;
-}
-
-std::optional<U32> ParseFirmware(const std::string& text) {
-    const std::size_t first = text.find('.');
-    const std::size_t second = first == std::string::npos ? first : text.find('.', first + 1);
-    if (second == std::string::npos)
-        return std::nullopt;
-    const std::string_view view(text);
-    U32 major = 0;
-    U32 minor = 0;
-    U32 build = 0;
-    if (!ParseNumber(view.substr(0, first), 10, 0xFFU, major) ||
-        !ParseNumber(view.substr(first + 1, second - first - 1), 10, 0xFFU, minor) ||
-        !ParseNumber(view.substr(second + 1), 10, 0xFFFFU, build))
-        return std::nullopt;
-    return major << 24 | minor << 16 | build;
-}
-
-std::optional<std::array<U8, 16>> ParseUuid(const std::string& text) {
-    constexpr std::string_view kShape = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
-    if (text.size() != kShape.size())
-        return std::nullopt;
-    std::string digits;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if ((kShape[i] == '-') != (text[i] == '-'))
-            return std::nullopt;
-        if (text[i] != '-')
-            digits += text[i];
-    }
-    std::array<U8, 16> uuid{};
-    for (std::size_t i = 0; i < uuid.size(); ++i) {
-        U32 byte = 0;
-        if (!ParseNumber(std::string_view(digits).substr(2 * i, 2), 16, 0xFFU, byte))
-            return std::nullopt;
-        uuid[i] = static_cast<U8>(byte);
-    }
-    return uuid;
-}
-
-std::optional<U64> ParseSize(const std::string& text) {
-    constexpr std::pair<const char*, int> kUnits[] = {{"KiB", 10}, {"MiB", 20}, {"GiB", 30}};
-    for (const auto& [unit, shift] : kUnits) {
-        if (!text.ends_with(unit))
-            continue;
-        U64 number = 0;
-        const auto digits = std::string_view(text).substr(0, text.size() - 3);
-        if (!ParseNumber(digits, 10, kMaxMemoryBytes >> shift, number))
-            return std::nullopt;
-        return number << shift;
-    }
-    return std::nullopt;
-}
-
-std::optional<ZEL_CARD_USAGE_MODE> ParseMode(const std::string& text) {
-    for (const ModeName& row : kModeNames) {
-        if (text == row.name)
-            return row.mode;
-    }
-    return std::nullopt;
-}
 
 Fault ReadFault(const Reader& reader, const toml::table& source, bool ofHost) {
     Table table(reader, source, "");
@@ -298,7 +220,7 @@ void ReadSbox(const Reader& reader, const toml::table& source, std::vector<SboxV
 Generation ReadGeneration(Table& table) {
     Generation generation = Generation::Er1x;
     table.Converted<Generation>("generation", "\"er1x\" or \"ev1x\"", generation,
-                                [](const std::string& text) -> std::optional<Generation> {
+                                [](std::string_view text) -> std::optional<Generation> {
                                     if (text == "er1x")
                                         return Generation::Er1x;
                                     if (text == "ev1x")
@@ -308,21 +230,20 @@ Generation ReadGeneration(Table& table) {
     return generation;
 }
 
-void ReadMemorySize(const Reader& reader, Table& table, const toml::table& source, U64& bytes) {
+void ReadMemorySize(Table& table, const toml::table& source, U64& bytes) {
     const toml::node* node = source.get("memory_size");
     if (node != nullptr && node->is_integer()) {
         table.Integer("memory_size", kMaxMemoryBytes, bytes);
         return;
     }
     table.Converted<U64>("memory_size", "bytes, or a text such as \"8GiB\", at most 64GiB", bytes,
-                         ParseSize);
-    (void)reader;
+                         ParseMemorySize);
 }
 
 void ReadIdentity(Table& table, Card& card) {
     table.Text("name", kMaxNameLength, card.name);
     table.Converted<PcieAddress>("pcie", "an address such as \"0000:02:00.0\"", card.pcie,
-                                 ParsePcie);
+                                 ParsePcieAddress);
     table.Integer("node", kMaxNode, card.node);
     table.Integer("device_id", kMaxU32, card.deviceId);
     table.Integer("subsystem_id", kMaxU32, card.subsystemId);
@@ -337,7 +258,7 @@ void ReadState(Table& table, Card& card) {
                                          "\"normal\", \"maintenance\", \"zombie\", \"memdiag\", "
                                          "\"normal_restricted\", \"offline\" or "
                                          "\"in_transition\"",
-                                         card.usageMode, ParseMode);
+                                         card.usageMode, ParseUsageMode);
     table.Integer("cores", kMaxU32, card.cores);
     table.Integer("cpuid", kMaxU32, card.cpuId);
     table.Integer("thread_mask", kMaxU32, card.threadMask);
@@ -348,19 +269,37 @@ void ReadState(Table& table, Card& card) {
         "uuid", "16 bytes such as \"00112233-4455-6677-8899-aabbccddeeff\"", card.uuid, ParseUuid);
     table.Text("flash_version", kMaxVersionLength, card.flashVersion);
     table.Converted<bool>("ssh", "\"up\" or \"down\"", card.sshUp,
-                          [](const std::string& text) -> std::optional<bool> {
+                          [](std::string_view text) -> std::optional<bool> {
                               if (text != "up" && text != "down")
                                   return std::nullopt;
                               return text == "up";
                           });
 }
 
-Card ReadCard(const Reader& reader, const toml::table& source, U32 index) {
+// Where the cards are: those whose address the file gives, and those that were placed beside them.
+class Slots {
+public:
+    void Take(const PcieAddress& address) { taken_.insert(address); }
+
+    // The first free address at or behind the place of card `index` on a host that gives none.
+    PcieAddress FirstFree(U32 index) const {
+        while (taken_.contains(DefaultAddress(index)))
+            ++index;
+        return DefaultAddress(index);
+    }
+
+private:
+    std::set<PcieAddress> taken_;
+};
+
+Card ReadCard(const Reader& reader, const toml::table& source, U32 index, const Slots& slots) {
     Table table(reader, source, "card.");
-    Card card = DefaultCard(ReadGeneration(table), index);
+    Card card = DefaultCard(ReadGeneration(table));
+    card.node = static_cast<U16>(index);
+    card.pcie = slots.FirstFree(index);
     ReadIdentity(table, card);
     ReadState(table, card);
-    ReadMemorySize(reader, table, source, card.memoryBytes);
+    ReadMemorySize(table, source, card.memoryBytes);
     table.Text("memory_vendor", kMaxMemoryTextLength, card.memoryVendor);
     table.Text("memory_type", kMaxMemoryTextLength, card.memoryType);
     table.Integer("memory_speed", kMaxU32, card.memorySpeed);
@@ -378,14 +317,25 @@ Card ReadCard(const Reader& reader, const toml::table& source, U32 index) {
     return card;
 }
 
-void RefuseSharedAddress(const Reader& reader, const toml::table& source,
-                         const std::vector<Card>& cards) {
-    const PcieAddress& added = cards.back().pcie;
-    for (std::size_t i = 0; i + 1 < cards.size(); ++i) {
-        if (cards[i].pcie == added)
-            reader.Fail(source, "zel" + std::to_string(cards.size() - 1) + " is on " +
-                                    ToText(added) + ", and so is zel" + std::to_string(i));
+// Takes the addresses that the file gives, wherever in it, and refuses one that it gives twice.
+Slots TakeGivenAddresses(const Reader& reader, const toml::table& source) {
+    Slots slots;
+    std::map<PcieAddress, std::size_t> owners;
+    const toml::array* cards = source["card"].as_array();
+    for (std::size_t i = 0; cards != nullptr && i < cards->size(); ++i) {
+        const toml::table* card = cards->get(i)->as_table();
+        const auto text = card == nullptr ? std::nullopt : (*card)["pcie"].value<std::string>();
+        const auto address = text ? ParsePcieAddress(*text) : std::nullopt;
+        if (!address)
+            continue;
+        const auto [owner, added] = owners.emplace(*address, i);
+        if (!added)
+            reader.Fail(*card->get("pcie"), "zel" + std::to_string(i) + " is on " +
+                                                ToText(*address) + ", and so is zel" +
+                                                std::to_string(owner->second));
+        slots.Take(*address);
     }
+    return slots;
 }
 
 void ReadHost(const Reader& reader, const toml::table& source, Fleet& fleet) {
@@ -394,37 +344,32 @@ void ReadHost(const Reader& reader, const toml::table& source, Fleet& fleet) {
     table.RefuseUnknownKeys();
 }
 
-// The file's text. Anything but a regular file is refused: a device or a pipe might never end.
-std::string ReadText(const std::string& path) {
-    const auto fail = [&](const std::string& reason) { throw FleetError(path + ": " + reason); };
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
-        fail(std::string("cannot be read: ") + std::strerror(errno));
-    if (!S_ISREG(status.st_mode))
-        fail("is not a regular file");
-    if (status.st_size > kMaxFileBytes)
-        fail("is larger than " + std::to_string(kMaxFileBytes >> 20) + " MiB");
-    std::string text(static_cast<std::size_t>(status.st_size), '\0');
-    std::size_t filled = 0;
-    while (filled < text.size()) {
-        const ssize_t length = read(file.Get(), text.data() + filled, text.size() - filled);
-        if (length < 0 && errno == EINTR)
-            continue;
-        if (length < 0)
-            fail(std::string("cannot be read: ") + std::strerror(errno));
-        if (length == 0)
-            break;
-        filled += static_cast<std::size_t>(length);
+struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+std::string ReadWhole(const std::string& path) {
+    const auto fail = [&](const std::string& why) {
+        throw FleetError(path + ": cannot be read: " + why);
+    };
+    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "re"));
+    if (!file)
+        fail(std::strerror(errno));
+    std::string text;
+    char piece[4096];
+    while (const std::size_t length = std::fread(piece, 1, sizeof(piece), file.get())) {
+        text.append(piece, length);
+        if (text.size() > kMaxFileBytes)
+            fail("it is larger than a fleet file can be");
     }
-    text.resize(filled);
+    if (std::ferror(file.get()) != 0)
+        fail(std::strerror(errno));
     return text;
 }
 
-toml::table ParseFile(const Reader& reader, const std::string& path) {
-    const std::string text = ReadText(path);
+toml::table ParseToml(const Reader& reader, std::string_view text) {
     try {
-        return toml::parse(text, path);
+        return toml::parse(text);
     } catch (const toml::parse_error& fault) {
         reader.FailAt(fault.source().begin.line, std::string(fault.description()));
     }
@@ -432,9 +377,9 @@ toml::table ParseFile(const Reader& reader, const std::string& path) {
 
 }  // namespace
 
-Fleet ReadFleet(const std::string& path) {
-    const Reader reader(path);
-    const toml::table source = ParseFile(reader, path);
+Fleet ParseFleet(std::string_view text, const std::string& name) {
+    const Reader reader(name);
+    const toml::table source = ParseToml(reader, text);
     Table table(reader, source, "");
     Fleet fleet;
     if (const toml::table* host = table.SubTable("host"))
@@ -442,14 +387,20 @@ Fleet ReadFleet(const std::string& path) {
     table.ForEachTable("fault", [&](const toml::table& fault) {
         fleet.faults.push_back(ReadFault(reader, fault, true));
     });
+    Slots slots = TakeGivenAddresses(reader, source);
     table.ForEachTable("card", [&](const toml::table& card) {
         if (fleet.cards.size() == kMaxCards)
             reader.Fail(card, "a host takes at most " + std::to_string(kMaxCards) + " cards");
-        fleet.cards.push_back(ReadCard(reader, card, static_cast<U32>(fleet.cards.size())));
-        RefuseSharedAddress(reader, card, fleet.cards);
+        const auto index = static_cast<U32>(fleet.cards.size());
+        fleet.cards.push_back(ReadCard(reader, card, index, slots));
+        slots.Take(fleet.cards.back().pcie);
     });
     table.RefuseUnknownKeys();
     return fleet;
+}
+
+Fleet ReadFleet(const std::string& path) {
+    return ParseFleet(ReadWhole(path), path);
 }
 
 }  // namespace simulated

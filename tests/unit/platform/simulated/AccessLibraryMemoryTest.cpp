@@ -19,7 +19,8 @@ protected:
     AccessLibraryMemory() {
         Fleet fleet;
         for (U32 i = 0; i < 2; ++i) {
-            fleet.cards.push_back(DefaultCard(Generation::Er1x, i));
+            fleet.cards.push_back(DefaultCard(Generation::Er1x));
+            fleet.cards.back().pcie = DefaultAddress(i);
             fleet.cards.back().memoryBytes = kMemoryBytes;
             fleet.cards.back().usageMode = ZEL_USAGE_MODE_MEMDIAG;
         }
