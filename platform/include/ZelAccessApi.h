@@ -20,6 +20,7 @@ enum ZelStatus : U32 {
     ZEL_NO_DRIVER = 6,              // the host driver stack is not running
     ZEL_BUFFER_TOO_SMALL = 7,       // the length given in does not hold the answer
     ZEL_NOT_SUPPORTED = 8,          // the card has no such item
+    ZEL_OUT_OF_MEMORY = 12,         // the host has no memory left
     ZEL_DEVICE_IO_ERROR = 13,       // the card does not answer
     ZEL_OUT_OF_RANGE = 14,          // no register or memory at this address
     ZEL_ACCESS_DENIED = 15,         // not reachable in the card's present usage mode
@@ -132,11 +133,14 @@ extern "C" {
 // out. No card at all is a success with 0.
 U32 ZelInitAPI(HANDLE* handle, U32 target, ZelDeviceOnSystem* devices, U32* count);
 
-// Closes the library and sets `*handle` to null. An open card is closed first.
+// Closes the library and sets `*handle` to null, also when it reports a failure. An open card is closed
+// first.
 U32 ZelCloseAPI(HANDLE* handle);
 
 // Opens the card that `device` describes, a record that ZelInitAPI filled.
 U32 ZelInitAdapter(HANDLE* handle, ZelDeviceOnSystem* device);
+
+// The card is closed also when this reports a failure: the next one can be opened.
 U32 ZelCloseAdapter(HANDLE handle);
 
 // Text of a status, never null; owned by the library, valid for ever.

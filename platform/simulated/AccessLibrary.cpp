@@ -1,6 +1,7 @@
 // The simulated card-access library.
 #include "AccessLibrary.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -85,9 +86,15 @@ bool SameCard(const ZelDeviceOnSystem& a, const ZelDeviceOnSystem& b) {
            std::memcmp(a.deviceName, b.deviceName, sizeof(a.deviceName)) == 0;
 }
 
+bool IsReadableFile(const char* path) {
+    struct stat status {};
+    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && access(path, R_OK) == 0;
+}
+
 }  // namespace
 
-U32 AccessLibrary::Enumerate(ZelDeviceOnSystem* devices, U32 capacity) const {
+U32 AccessLibrary::Enumerate(ZelDeviceOnSystem* devices, U32 capacity) {
+    devices_ = devices;
     const auto cards = host_->Cards();
     const U32 count = std::min(capacity, static_cast<U32>(cards.size()));
     for (U32 i = 0; i < count; ++i)
@@ -95,20 +102,34 @@ U32 AccessLibrary::Enumerate(ZelDeviceOnSystem* devices, U32 capacity) const {
     return count;
 }
 
+// A record does not tell cards apart that differ in PCI domain or function only. Of such cards the
+// record's place among those that the caller got decides; a copy elsewhere stands for the first.
+CardState* AccessLibrary::FindCard(const ZelDeviceOnSystem& device) const {
+    CardState* found = nullptr;
+    const auto cards = host_->Cards();
+    for (std::size_t i = 0; i < cards.size(); ++i) {
+        ZelDeviceOnSystem record{};
+        Describe(cards[i], record);
+        if (!SameCard(record, device))
+            continue;
+        if (&device == devices_ + i)
+            return &cards[i];
+        if (found == nullptr)
+            found = &cards[i];
+    }
+    return found;
+}
+
 U32 AccessLibrary::OpenCard(const ZelDeviceOnSystem& device) {
     if (card_ != nullptr)
         return ZEL_ADAPTER_ALREADY_OPEN;
-    for (CardState& card : host_->Cards()) {
-        ZelDeviceOnSystem record{};
-        Describe(card, record);
-        if (!SameCard(record, device))
-            continue;
-        const U32 status = host_->FailCardCall(card, "ZelInitAdapter");
-        if (status == 0)
-            card_ = &card;
-        return status;
-    }
-    return ZEL_NO_SUCH_DEVICE;
+    CardState* card = FindCard(device);
+    if (card == nullptr)
+        return ZEL_NO_SUCH_DEVICE;
+    const U32 status = host_->FailCardCall(*card, "ZelInitAdapter");
+    if (status == 0)
+        card_ = card;
+    return status;
 }
 
 // A card that fails to close is closed all the same: nothing can be asked of it any more.
@@ -140,6 +161,8 @@ U32 AccessLibrary::SetMode(ZEL_CARD_USAGE_MODE mode) {
     // Memory-diagnostic mode needs a handler image; the last three are no modes to ask for.
     if (mode == ZEL_USAGE_MODE_MEMDIAG || mode >= ZEL_USAGE_MODE_IN_TRANSITION)
         return ZEL_INVALID_PARAMETER;
+    if (card_->usageMode == ZEL_USAGE_MODE_IN_TRANSITION)
+        return ZEL_ACCESS_DENIED;
     HostState::SetUsageMode(*card_, mode);
     return ZEL_SUCCESS;
 }
@@ -149,14 +172,18 @@ U32 AccessLibrary::SetModeWithImage(ZEL_CARD_USAGE_MODE mode, const char* image)
         return SetMode(mode);
     if (card_->usageMode == ZEL_USAGE_MODE_NORMAL)
         return ZEL_DEVICE_IN_NORMAL_MODE;
-    if (access(image, R_OK) != 0)
+    if (card_->usageMode == ZEL_USAGE_MODE_IN_TRANSITION)
+        return ZEL_ACCESS_DENIED;
+    if (!IsReadableFile(image))
         return ZEL_IMAGE_NOT_FOUND;
     HostState::SetUsageMode(*card_, mode);
     return ZEL_SUCCESS;
 }
 
 U32 AccessLibrary::ReadRegister(U32 offset, U32* value) const {
-    if (offset % 4 != 0 || offset >= kMmioBytes)
+    if (offset % 4 != 0)
+        return ZEL_INVALID_PARAMETER;
+    if (offset >= kMmioBytes)
         return ZEL_OUT_OF_RANGE;
     if (offset == kCpuIdRegister)
         *value = card_->cpuId;

@@ -17,8 +17,9 @@ public:
 
     const HostState& Host() const { return *host_; }
 
-    // Fills the records of the first `capacity` cards; returns how many.
-    U32 Enumerate(ZelDeviceOnSystem* devices, U32 capacity) const;
+    // Fills the records of the first `capacity` cards; returns how many. The place of `devices` is kept,
+    // never read again.
+    U32 Enumerate(ZelDeviceOnSystem* devices, U32 capacity);
 
     U32 OpenCard(const ZelDeviceOnSystem& device);
     U32 CloseCard();
@@ -37,10 +38,12 @@ public:
     U32 WriteMemory(U64 address, const void* buffer, U32 bytes, U32 width, U32 caching);
 
 private:
+    CardState* FindCard(const ZelDeviceOnSystem& device) const;
     U32 CheckMemoryAccess(U64 address, U32 bytes, U32 width, U32 caching) const;
     SparseMemory& Memory();
 
     std::unique_ptr<HostState> host_;
+    const ZelDeviceOnSystem* devices_ = nullptr;  // the caller's records
     CardState* card_ = nullptr;
     std::map<const CardState*, SparseMemory> memories_;
 };

@@ -20,6 +20,7 @@ namespace simulated {
 // The file: this, then the four lists. A range here counts elements behind a byte offset.
 struct HostState::Header {
     U64 magic;
+    U64 bytes;  // of the whole file
     Range cards;
     Range hostFaults;
     Range cardFaults;
@@ -132,6 +133,7 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
     header.cardFaults = layout.Place<FaultState>(cardFaults);
     header.memoryFaults = layout.Place<MemoryFault>(memoryFaults);
     header.sbox = layout.Place<SboxValue>(sbox);
+    header.bytes = layout.End();
 
     const Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     // Programs of other users see the cards too, and their usage.
@@ -178,7 +180,8 @@ std::unique_ptr<HostState> HostState::Open(const std::string& path) {
     if (memory == MAP_FAILED)
         return nullptr;
     std::unique_ptr<HostState> state(new HostState(memory, bytes));
-    return state->Head().magic == kMagic ? std::move(state) : nullptr;
+    const bool whole = state->Head().magic == kMagic && state->Head().bytes == bytes;
+    return whole ? std::move(state) : nullptr;
 }
 
 HostState::~HostState() {

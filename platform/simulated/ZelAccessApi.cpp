@@ -17,6 +17,8 @@ using simulated::HostState;
 
 namespace {
 
+constexpr U32 kLocalCards = 3;  // the one target of ZelInitAPI
+
 // The library as ZelInitAPI opened it; its address is the handle.
 std::unique_ptr<AccessLibrary>& Library() {
     static std::unique_ptr<AccessLibrary> library;
@@ -64,6 +66,18 @@ U32 OnMemory(const char* call, HANDLE handle, const void* buffer, Operation oper
     });
 }
 
+U32 OpenLibrary(HANDLE* handle, ZelDeviceOnSystem* devices, U32* count) {
+    auto host = HostState::Open();
+    if (!host)
+        return ZEL_NO_DRIVER;
+    if (const U32 status = host->FailHostCall("ZelInitAPI"))
+        return status;
+    Library() = std::make_unique<AccessLibrary>(std::move(host));
+    *count = Library()->Enumerate(devices, *count);
+    *handle = Library().get();
+    return ZEL_SUCCESS;
+}
+
 template <std::size_t Size>
 void CopyText(char (&out)[Size], std::string_view text) {
     const std::size_t length = std::min(text.size(), Size - 1);
@@ -75,18 +89,14 @@ void CopyText(char (&out)[Size], std::string_view text) {
 
 extern "C" {
 
-ZEL_EXPORT U32 ZelInitAPI(HANDLE* handle, U32, ZelDeviceOnSystem* devices, U32* count) {
-    if (handle == nullptr || devices == nullptr || count == nullptr)
+ZEL_EXPORT U32 ZelInitAPI(HANDLE* handle, U32 target, ZelDeviceOnSystem* devices, U32* count) {
+    if (handle == nullptr || target != kLocalCards || devices == nullptr || count == nullptr)
         return ZEL_INVALID_PARAMETER;
-    auto host = HostState::Open();
-    if (!host)
-        return ZEL_NO_DRIVER;
-    if (const U32 status = host->FailHostCall("ZelInitAPI"))
-        return status;
-    Library() = std::make_unique<AccessLibrary>(std::move(host));
-    *count = Library()->Enumerate(devices, *count);
-    *handle = Library().get();
-    return ZEL_SUCCESS;
+    try {
+        return OpenLibrary(handle, devices, count);
+    } catch (const std::bad_alloc&) {
+        return ZEL_OUT_OF_MEMORY;
+    }
 }
 
 ZEL_EXPORT U32 ZelCloseAPI(HANDLE* handle) {
@@ -128,6 +138,8 @@ ZEL_EXPORT const char* ZelGetErrorString(U32 status) {
             return "Buffer too small";
         case ZEL_NOT_SUPPORTED:
             return "Not supported by this card";
+        case ZEL_OUT_OF_MEMORY:
+            return "The host has no memory left";
         case ZEL_DEVICE_IO_ERROR:
             return "The card does not answer";
         case ZEL_OUT_OF_RANGE:
