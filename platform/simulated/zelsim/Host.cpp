@@ -27,12 +27,17 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kHostFolder[] = "/run/zelsim";
+constexpr char kDefaultPath[] = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
 // Where the kernel's class folder links to; the devices themselves are not there.
 constexpr char kDevicePath[] = "../../devices/pci0000:00/0000:00:02.0/";
 
 // Folders that a host with cards has more files in than this machine.
 constexpr const char* kGrowingFolders[] = {"/etc", "/run", "/usr/share", "/sys/class", "/var/log"};
+
+// Folders whose files all belong to the cards and their software.
+constexpr const char* kOwnFolders[] = {kHostFolder, "/etc/hosk", "/usr/share/hosk",
+                                       "/usr/share/flash", "/sys/class/zel"};
 
 constexpr const char* kHandlerImages[] = {
     "/usr/share/hosk/boot/memdiag-kernel.emberridge.elf",
@@ -69,9 +74,15 @@ void StartLoopback() {
         ThrowHostError("cannot start the loopback network");
 }
 
+// A folder that holds nothing, whatever this machine has there: on one with cards of its own, they and
+// their files do not show on the simulated host.
+void AddEmptyFolder(const char* path) {
+    if (!fs::create_directories(path))
+        Mount("zelsim", path, "tmpfs", MS_NOSUID, "mode=0755");
+}
+
 void AddCardLinks(const std::vector<Card>& cards) {
     const fs::path classFolder = "/sys/class/zel";
-    fs::create_directories(classFolder);
     for (std::size_t i = 0; i < cards.size(); ++i) {
         const std::string name = "zel" + std::to_string(i);
         fs::create_symlink(kDevicePath + ToText(cards[i].pcie) + "/zel/" + name,
@@ -104,12 +115,11 @@ void AddPrograms(const Fleet& fleet, const std::string& programFolder) {
     WriteFile(hostPrograms + "/rpm", PackageManager(fleet.hoskVersion), fs::perms(0755));
     const char* path = std::getenv("PATH");
     const std::string searchPath =
-        hostPrograms + ":" + programFolder + (path == nullptr ? "" : std::string(":") + path);
+        hostPrograms + ":" + programFolder + ":" + (path == nullptr ? kDefaultPath : path);
     setenv("PATH", searchPath.c_str(), 1);
 }
 
-void AddFiles() {
-    fs::create_directories("/etc/hosk");
+void AddHandlerImages() {
     for (const char* image : kHandlerImages)
         WriteFile(image, "simulated memory-diagnostic handler\n", fs::perms(0644));
 }
@@ -134,18 +144,24 @@ void BuildHost(const Fleet& fleet, const std::string& programFolder) {
     // caller's mask.
     const mode_t callersMask = umask(022);
     try {
+        std::error_code error;
+        const fs::path folder = fs::current_path(error);
         Mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, "");
         GrowFolders();
+        for (const char* own : kOwnFolders)
+            AddEmptyFolder(own);
         StartLoopback();
-        fs::create_directories(kHostFolder);
         SecureShell secureShell(fleet.cards.size());
         HostState::Create(kStateFile, fleet);
         MakeCardRoots(fleet.cards);
         AddCardLinks(fleet.cards);
-        AddFiles();
+        AddHandlerImages();
         AddPrograms(fleet, programFolder);
         secureShell.Finish();
         umask(callersMask);
+        // The same folder as this host sees it: another one when a file system was laid over it. When it
+        // has gone meanwhile, there is nothing to move to.
+        fs::current_path(folder, error);
     } catch (const std::system_error& failure) {
         throw HostError(failure.what());
     }

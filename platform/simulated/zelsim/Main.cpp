@@ -2,8 +2,10 @@
 // line on standard error.
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -74,13 +76,7 @@ int Run(int argc, char** argv) {
             simulated::kOwnFailure);
     if (i == argc)
         return Complain("run takes a command; see zelsim --help", simulated::kOwnFailure);
-    try {
-        return simulated::RunOnHost(simulated::ReadFleet(fleetFile), ProgramFolder(), argv + i);
-    } catch (const simulated::FleetError& failure) {
-        return Complain(failure.what(), simulated::kOwnFailure);
-    } catch (const simulated::HostError& failure) {
-        return Complain(failure.what(), simulated::kOwnFailure);
-    }
+    return simulated::RunOnHost(simulated::ReadFleet(fleetFile), ProgramFolder(), argv + i);
 }
 
 int Check(int argc, char** argv) {
@@ -167,15 +163,17 @@ struct Command {
 constexpr Command kCommands[] = {
     {"run", Run}, {"mode", Mode}, {"status", Status}, {"check", Check}};
 
-}  // namespace
+bool IsHelp(const std::string& word) {
+    return word == "--help" || word == "-h";
+}
 
-int main(int argc, char** argv) {
+int Dispatch(int argc, char** argv) {
     if (argc < 2) {
         std::fputs(kHelp, stderr);
         return kUsageStatus;
     }
     const std::string word = argv[1];
-    if (word == "--help" || word == "-h") {
+    if (IsHelp(word) || (argc > 2 && IsHelp(argv[2]))) {
         std::fputs(kHelp, stdout);
         return 0;
     }
@@ -192,4 +190,17 @@ int main(int argc, char** argv) {
     return Complain(
         "no command " + word + simulated::Suggestion(word, names) + "; see zelsim --help",
         kUsageStatus);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        const int status = Dispatch(argc, argv);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+            return Complain("cannot write: "s + std::strerror(errno), kFailed);
+        return status;
+    } catch (const std::exception& failure) {
+        return Complain(failure.what(), simulated::kOwnFailure);
+    }
 }

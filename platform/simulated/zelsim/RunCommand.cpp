@@ -34,13 +34,25 @@ int StatusOf(int waitStatus) {
     return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
 }
 
-[[noreturn]] void BecomeCommand(char* const* command, const CardServer& cards) {
+// How zelsim was told to take the terminal's signals; the command takes them in the same way.
+struct TerminalSignals {
+    sighandler_t interrupt = SIG_DFL;
+    sighandler_t quit = SIG_DFL;
+};
+
+// The terminal's signals are the command's.
+TerminalSignals IgnoreTerminalSignals() {
+    return {.interrupt = std::signal(SIGINT, SIG_IGN), .quit = std::signal(SIGQUIT, SIG_IGN)};
+}
+
+[[noreturn]] void BecomeCommand(char* const* command, const CardServer& cards,
+                                const TerminalSignals& signals) {
     cards.PrepareChild();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGQUIT, SIG_DFL);
+    std::signal(SIGINT, signals.interrupt);
+    std::signal(SIGQUIT, signals.quit);
     execvp(command[0], command);
     const bool missing = errno == ENOENT || errno == ENOTDIR;
     std::fprintf(stderr, "zelsim: %s: %s\n", command[0], std::strerror(errno));
@@ -93,7 +105,7 @@ int Fail(const HostError& failure) {
     return kOwnFailure;
 }
 
-int ServeCommand(char* const* command) {
+int ServeCommand(char* const* command, const TerminalSignals& signals) {
     const auto host = HostState::Open();
     if (!host)
         ThrowHostError(kStateFile);
@@ -103,7 +115,7 @@ int ServeCommand(char* const* command) {
     if (child < 0)
         ThrowHostError("cannot start a process");
     if (child == 0)
-        BecomeCommand(command, cards);
+        BecomeCommand(command, cards, signals);
     return WaitForCommand(child, childrenEnded, cards);
 }
 
@@ -116,10 +128,11 @@ bool DieWithParent(int parentPipe) {
     return poll(&state, 1, 0) == 0;
 }
 
-int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* const* command) {
+int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* const* command,
+                    const TerminalSignals& signals) {
     try {
         BuildHost(fleet, programFolder);
-        return ServeCommand(command);
+        return ServeCommand(command, signals);
     } catch (const HostError& failure) {
         return Fail(failure);
     }
@@ -133,9 +146,9 @@ int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const*
         throw HostError(std::string("cannot make a pipe: ") + std::strerror(errno));
     EnterNamespaces();
 
-    // The terminal's signals are the command's.
-    std::signal(SIGINT, SIG_IGN);
-    std::signal(SIGQUIT, SIG_IGN);
+    const TerminalSignals signals = IgnoreTerminalSignals();
+    // Ignored, as it may be inherited, it would take away the statuses of the processes waited for.
+    std::signal(SIGCHLD, SIG_DFL);
     const pid_t first = fork();
     if (first < 0)
         throw HostError(std::string("cannot start a process: ") + std::strerror(errno));
@@ -143,7 +156,7 @@ int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const*
         close(parentPipe[1]);
         if (!DieWithParent(parentPipe[0]))
             _exit(kOwnFailure);
-        _exit(RunFirstProcess(fleet, programFolder, command));
+        _exit(RunFirstProcess(fleet, programFolder, command, signals));
     }
     int status = 0;
     while (waitpid(first, &status, 0) < 0) {
