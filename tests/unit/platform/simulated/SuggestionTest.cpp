@@ -1,0 +1,28 @@
+#include "Suggestion.h"
+
+#include <gtest/gtest.h>
+
+namespace simulated {
+namespace {
+
+const std::vector<std::string> kWords = {"run", "mode", "status", "check", "memory_size"};
+
+TEST(Suggestion, NamesTheNearestWord) {
+    EXPECT_EQ(Suggestion("rnu", kWords), "; did you mean \"run\"?");
+    EXPECT_EQ(Suggestion("stats", kWords), "; did you mean \"status\"?");
+    EXPECT_EQ(Suggestion("memory-size", kWords), "; did you mean \"memory_size\"?");
+    EXPECT_EQ(Suggestion("moded", kWords), "; did you mean \"mode\"?");
+}
+
+TEST(Suggestion, KeepsSilentWhenNothingIsNear) {
+    for (const char* word : {"", "frobnicate", "xyz", "memory"})
+        EXPECT_EQ(Suggestion(word, kWords), "") << '"' << word << '"';
+    EXPECT_EQ(Suggestion("run", {}), "");
+}
+
+TEST(Suggestion, TakesTheFirstOfTwoThatAreEquallyNear) {
+    EXPECT_EQ(Suggestion("cat", {"car", "bat"}), "; did you mean \"car\"?");
+}
+
+}  // namespace
+}  // namespace simulated
