@@ -1,5 +1,5 @@
-// Memory testers of the host. Neither tells how fast one of its parts is: memtester's start is taken
-// out by running it with one loop and with three.
+// Memory testers of the host. Their start and end are taken out by running each for a short and for a
+// longer while; what counts is the difference.
 #include "OtherTools.h"
 
 #include <sys/resource.h>
@@ -49,29 +49,43 @@ std::optional<double> MemtesterSeconds(std::size_t bytes, int loops) {
     return ChildrenSeconds() - begin;
 }
 
+struct Copied {
+    double copied;   // bytes, read and written
+    double seconds;  // of the processor, start and final check included
+};
+
+std::optional<Copied> RunStressapptest(std::size_t bytes, int seconds) {
+    const double begin = ChildrenSeconds();
+    const auto output = OutputOf("stressapptest -s " + std::to_string(seconds) + " -m 1 -M " +
+                                 std::to_string(bytes / kMiB) + " 2>&1");
+    constexpr char kResult[] = "Memory Copy: ";
+    const std::size_t at = output ? output->find(kResult) : std::string::npos;
+    double megabytes = 0;
+    if (at == std::string::npos ||
+        std::sscanf(output->c_str() + at + sizeof(kResult) - 1, "%lfM", &megabytes) != 1)
+        return std::nullopt;
+    return Copied{megabytes * kMiB, ChildrenSeconds() - begin};
+}
+
 }  // namespace
 
 std::optional<double> MeasureMemtester(std::size_t bytes) {
     if (!IsInstalled("memtester"))
         return std::nullopt;
     const auto one = MemtesterSeconds(bytes, 1);
-    const auto three = MemtesterSeconds(bytes, 3);
-    if (!one || !three || *three <= *one)
+    const auto two = MemtesterSeconds(bytes, 2);
+    if (!one || !two || *two <= *one)
         return std::nullopt;
-    return 2 * kStuckAddressPasses * static_cast<double>(bytes) / (*three - *one);
+    return kStuckAddressPasses * static_cast<double>(bytes) / (*two - *one);
 }
 
 std::optional<double> MeasureStressapptest(std::size_t bytes) {
     if (!IsInstalled("stressapptest"))
         return std::nullopt;
-    const auto output =
-        OutputOf("stressapptest -s 5 -m 1 -M " + std::to_string(bytes / kMiB) + " 2>&1");
-    const std::size_t line = output ? output->find("Memory Copy:") : std::string::npos;
-    const std::size_t at = output ? output->find(" at ", line) : std::string::npos;
-    if (line == std::string::npos || at == std::string::npos)
+    // It always copies for five seconds at least.
+    const auto brief = RunStressapptest(bytes, 5);
+    const auto longer = RunStressapptest(bytes, 10);
+    if (!brief || !longer || longer->seconds <= brief->seconds)
         return std::nullopt;
-    double megabytes = 0;
-    if (std::sscanf(output->c_str() + at, " at %lfMB/s", &megabytes) != 1)
-        return std::nullopt;
-    return megabytes * kMiB / 2;
+    return (longer->copied - brief->copied) / (longer->seconds - brief->seconds) / 2;
 }

@@ -8,6 +8,6 @@
 // when the program is not there or does not run.
 std::optional<double> MeasureMemtester(std::size_t bytes);
 
-// The same, by the clock, of stressapptest with one thread that copies: half of the bandwidth that it reports, which
-// counts each copied byte twice.
+// The same of stressapptest with one thread that copies: half of what it reports, which counts each
+// copied byte twice.
 std::optional<double> MeasureStressapptest(std::size_t bytes);

@@ -1,10 +1,9 @@
 // How fast the host-aperture test is on plain memory, beside what bounds it and beside other testers.
 //
 // Rounds go over everything in turn; what is printed are medians of ratios within one round, so that
-// a machine that is busy at times slows both sides of a ratio. The processor's time counts, but beside
-// stressapptest, which goes by the clock. Usage: aperture [MiB [ROUNDS]]
+// a machine that is busy at times slows both sides of a ratio. Only the processor's time counts.
+// Usage: aperture [MiB [ROUNDS]]
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,8 +11,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "OtherTools.h"
@@ -30,29 +27,21 @@ constexpr unsigned int kWidths[] = {1, 2, 4, 8};
 constexpr std::size_t kWidthCount = std::size(kWidths);
 constexpr unsigned long kPattern = 0x1122334455667788;
 
-// Bytes a second: of the processor's time, which other programs take no part of, and of the clock's.
-struct Speed {
-    double processor;
-    double clock;
-};
-
 double ProcessorSeconds() {
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-Speed SpeedOf(std::size_t bytes, const std::function<void()>& action) {
-    const double processor = ProcessorSeconds();
-    const auto clock = std::chrono::steady_clock::now();
+// Bytes a second of processor time.
+double SpeedOf(std::size_t bytes, const std::function<void()>& action) {
+    const double begin = ProcessorSeconds();
     action();
-    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - clock;
-    const auto amount = static_cast<double>(bytes);
-    return {amount / (ProcessorSeconds() - processor), amount / passed.count()};
+    return static_cast<double>(bytes) / (ProcessorSeconds() - begin);
 }
 
 // One test of the whole card.
-Speed MeasureTest(PlainCard& card, unsigned int width, bool spoil) {
+double MeasureTest(PlainCard& card, unsigned int width, bool spoil) {
     unsigned long pattern[8];
     std::fill(std::begin(pattern), std::end(pattern), kPattern);
     _GddrDiagErrorList* errors = nullptr;
@@ -60,7 +49,7 @@ Speed MeasureTest(PlainCard& card, unsigned int width, bool spoil) {
     card.MakeReady();
     card.SpoilReads(spoil);
     int result = 0;
-    const Speed speed = SpeedOf(card.Bytes(), [&] {
+    const double speed = SpeedOf(card.Bytes(), [&] {
         result = hostApertureMemTest(0, card.Bytes(), width, pattern, &errors, false, modeSet,
                                      false, 0, false);
     });
@@ -85,9 +74,9 @@ U64 ReadAll(const U8* data) {
 
 // The two copies that a test cannot do without, and, if asked, one clear and one read pass beside
 // them.
-Speed MeasureCopies(PlainCard& card, U8* buffer, bool clearAndRead) {
+double MeasureCopies(PlainCard& card, U8* buffer, bool clearAndRead) {
     U64 sum = 0;
-    const Speed speed = SpeedOf(card.Bytes(), [&] {
+    const double speed = SpeedOf(card.Bytes(), [&] {
         for (std::size_t at = 0; at < card.Bytes(); at += TransferBuffer::k_Bytes) {
             std::memcpy(card.Memory() + at, buffer, TransferBuffer::k_Bytes);
             if (clearAndRead)
@@ -104,23 +93,28 @@ Speed MeasureCopies(PlainCard& card, U8* buffer, bool clearAndRead) {
     return speed;
 }
 
+struct WidthSpeeds {
+    double copies;
+    double copiesClearRead;
+    double clean;
+    double spoiled;
+};
+
 struct Round {
-    Speed clean[kWidthCount];
-    Speed spoiled[kWidthCount];
-    Speed copies;
-    Speed copiesClearRead;
+    WidthSpeeds widths[kWidthCount];
     std::optional<double> memtester;
     std::optional<double> stressapptest;
 };
 
-// Everything but the other tools.
+// Everything but the other tools. What is compared is measured side by side.
 Round MeasureOwn(PlainCard& card, U8* buffer) {
     Round round{};
-    round.copies = MeasureCopies(card, buffer, false);
-    round.copiesClearRead = MeasureCopies(card, buffer, true);
     for (std::size_t i = 0; i < kWidthCount; ++i) {
-        round.clean[i] = MeasureTest(card, kWidths[i], false);
-        round.spoiled[i] = MeasureTest(card, kWidths[i], true);
+        WidthSpeeds& speeds = round.widths[i];
+        speeds.copies = MeasureCopies(card, buffer, false);
+        speeds.clean = MeasureTest(card, kWidths[i], false);
+        speeds.copiesClearRead = MeasureCopies(card, buffer, true);
+        speeds.spoiled = MeasureTest(card, kWidths[i], true);
     }
     return round;
 }
@@ -140,16 +134,20 @@ double Median(std::vector<double> values) {
 
 using Ratio = std::function<std::optional<double>(const Round&)>;
 
-void Print(const std::string& name, const std::vector<Round>& rounds, const Ratio& ratio) {
+std::optional<double> MedianOf(const std::vector<Round>& rounds, const Ratio& ratio) {
     std::vector<double> values;
     for (const Round& round : rounds) {
         if (const auto value = ratio(round))
             values.push_back(*value);
     }
-    if (values.empty())
-        std::printf("  %-46s  not installed\n", name.c_str());
+    return values.empty() ? std::nullopt : std::optional(Median(values));
+}
+
+void Print(const char* name, std::optional<double> value) {
+    if (value)
+        std::printf("  %-46s  %6.2f\n", name, *value);
     else
-        std::printf("  %-46s  %6.2f\n", name.c_str(), Median(values));
+        std::printf("  %-46s  not installed\n", name);
 }
 
 std::optional<double> Quotient(double value, std::optional<double> divisor) {
@@ -157,30 +155,38 @@ std::optional<double> Quotient(double value, std::optional<double> divisor) {
 }
 
 void PrintWidth(std::size_t width, const std::vector<Round>& rounds) {
+    const auto print = [&](const char* name, const Ratio& ratio) {
+        Print(name, MedianOf(rounds, ratio));
+    };
     std::printf("data width %u\n", kWidths[width]);
-    Print("to its two copies alone", rounds,
-          [=](const Round& r) { return r.clean[width].processor / r.copies.processor; });
-    Print("to two copies, one clear and one read pass", rounds,
-          [=](const Round& r) { return r.clean[width].processor / r.copiesClearRead.processor; });
-    Print("to memtester, Stuck Address", rounds,
-          [=](const Round& r) { return Quotient(r.clean[width].processor, r.memtester); });
-    Print("to stressapptest -m 1", rounds,
-          [=](const Round& r) { return Quotient(r.clean[width].clock, r.stressapptest); });
-    Print("with one wrong word in every chunk, to without", rounds,
-          [=](const Round& r) { return r.spoiled[width].processor / r.clean[width].processor; });
+    print("to its two copies alone",
+          [=](const Round& r) { return r.widths[width].clean / r.widths[width].copies; });
+    print("to two copies, one clear and one read pass",
+          [=](const Round& r) { return r.widths[width].clean / r.widths[width].copiesClearRead; });
+    print("to memtester, Stuck Address",
+          [=](const Round& r) { return Quotient(r.widths[width].clean, r.memtester); });
+    print("to stressapptest -m 1",
+          [=](const Round& r) { return Quotient(r.widths[width].clean, r.stressapptest); });
+    print("with one wrong word in every chunk, to without",
+          [=](const Round& r) { return r.widths[width].spoiled / r.widths[width].clean; });
+}
+
+// The widths' speeds beside that of the first one, of which the slowest is compared with the fastest.
+double SlowestToFastest(const std::vector<Round>& rounds) {
+    std::vector<double> relative;
+    for (std::size_t i = 0; i < kWidthCount; ++i)
+        relative.push_back(*MedianOf(
+            rounds, [=](const Round& r) { return r.widths[i].clean / r.widths[0].clean; }));
+    return std::ranges::min(relative) / std::ranges::max(relative);
 }
 
 void PrintReport(const std::vector<Round>& rounds) {
     for (std::size_t width = 0; width < kWidthCount; ++width)
         PrintWidth(width, rounds);
     std::printf("all data widths\n");
-    Print("slowest to fastest", rounds, [](const Round& r) {
-        const auto [slowest, fastest] = std::ranges::minmax(r.clean, {}, &Speed::processor);
-        return slowest.processor / fastest.processor;
-    });
-    Print("tested GB a second, slowest", rounds, [](const Round& r) {
-        return std::ranges::min(r.clean, {}, &Speed::processor).processor / 1e9;
-    });
+    Print("slowest to fastest", SlowestToFastest(rounds));
+    Print("tested GB a second, width 8",
+          MedianOf(rounds, [](const Round& r) { return r.widths[kWidthCount - 1].clean / 1e9; }));
 }
 
 }  // namespace
