@@ -137,12 +137,13 @@ void Buffers::VerifyAndRefill(U8 expected, U8 refill) {
     }
 }
 
+// Which of the two calls notices that the host has gone is a matter of microseconds, so the text does
+// not tell.
 void Meet(const Endpoint& endpoint, const char* point) {
     I32 message = 0;
-    if (vorl_send(endpoint.Get(), &message, sizeof message, VORL_SEND_BLOCK) != sizeof message)
-        throw LibraryFailure(std::string("vorl_send for msg ") + point);
-    if (vorl_recv(endpoint.Get(), &message, sizeof message, VORL_RECV_BLOCK) != sizeof message)
-        throw LibraryFailure(std::string("vorl_recv for msg ") + point);
+    if (vorl_send(endpoint.Get(), &message, sizeof message, VORL_SEND_BLOCK) != sizeof message ||
+        vorl_recv(endpoint.Get(), &message, sizeof message, VORL_RECV_BLOCK) != sizeof message)
+        throw LibraryFailure(std::string("msg -") + point + "-");
 }
 
 int Run(const char* name, int argc, char** argv, void (*exchange)(const Shape& shape)) {

@@ -1,5 +1,6 @@
 // Preloaded into the programs of an end-to-end case, so that a case does not wait for real seconds:
-// sleep returns at once, and the clocks of the process run ahead by what it would have waited.
+// sleep returns at once, and the clocks of the process run ahead by what it would have waited. A case
+// that sleeps while another process works sets ZELDIAG_SLEEP_PART=N: sleep then waits the Nth part.
 //
 // Only sleep is replaced: short waits (usleep, nanosleep, time-outs of polls) are for other
 // processes, which need the time.
@@ -12,12 +13,31 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 
 namespace {
 
 constexpr long kNanosecondsPerMicrosecond = 1000;
 
+constexpr long kNanosecondsPerSecond = 1000000000;
+
 std::atomic<long> sleptSeconds{0};
+
+// 0: no part of the time.
+long SleepPart() {
+    const char* const part = std::getenv("ZELDIAG_SLEEP_PART");
+    return part == nullptr ? 0 : std::atol(part);
+}
+
+void WaitPart(unsigned seconds) {
+    static const long part = SleepPart();
+    if (part <= 0) {
+        return;
+    }
+    const long nanoseconds = seconds * kNanosecondsPerSecond / part;
+    const timespec wait{nanoseconds / kNanosecondsPerSecond, nanoseconds % kNanosecondsPerSecond};
+    nanosleep(&wait, nullptr);
+}
 
 bool RunsAhead(clockid_t clock) {
     return clock == CLOCK_REALTIME || clock == CLOCK_MONOTONIC || clock == CLOCK_REALTIME_COARSE ||
@@ -41,6 +61,7 @@ int Now(clockid_t clock, timespec* now) {
 extern "C" {
 
 unsigned sleep(unsigned seconds) {
+    WaitPart(seconds);
     sleptSeconds += seconds;
     pthread_testcancel();  // a thread can be cancelled in its sleep
     sched_yield();
