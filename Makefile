@@ -43,6 +43,7 @@ sanitize: packages
 bench: build
 	@cmake --build --preset release --target bench -j $(JOBS)
 	@build/bench/aperture
+	@build/bin/zelsim run -- build/bench/sbox
 
 format:
 	@clang-format -i $(sources)

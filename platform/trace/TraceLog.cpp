@@ -35,7 +35,8 @@ public:
     NoCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &saved_); }
     NoCancellation(const NoCancellation&) = delete;
     NoCancellation& operator=(const NoCancellation&) = delete;
-    ~NoCancellation() { pthread_setcancelstate(saved_, nullptr); }
+    // In a thread with asynchronous cancellation, a pending one takes effect here.
+    ~NoCancellation() noexcept(false) { pthread_setcancelstate(saved_, nullptr); }
 
 private:
     int saved_ = PTHREAD_CANCEL_ENABLE;

@@ -110,6 +110,12 @@ void PrintGlobalHelp() {
     ifstSetupParams.conc.state = savedState;
 }
 
+// A DMA worker that was given up may still read the mode: a later parse does not write it again.
+void SetQuietMode() {
+    if (ifstSetupParams.bQuietMode == 0)
+        ifstSetupParams.bQuietMode = 1;
+}
+
 // The flags that count anywhere in a word, wherever the word stands.
 bool TakeFlag(const char* word) {
     if (Contains(word, "-exitOnFail"))
@@ -119,7 +125,7 @@ bool TakeFlag(const char* word) {
     else if (Contains(word, "-noExitOnFail"))
         ifstSetupParams.failCtlState = IFST_NO_EXIT_ON_FAIL;
     else if (Contains(word, "-quietMode"))
-        ifstSetupParams.bQuietMode = 1;
+        SetQuietMode();
     else
         return false;
     return true;

@@ -29,7 +29,7 @@ constexpr DmaPeer kPeer = {
 };
 
 // The host's half. Cancellation reaches it in vorl_accept_dma only where that lets it in, but these
-// frames at any instruction: they own nothing.
+// frames at any instruction until it has returned: they own nothing.
 void* AcceptFromPeer(DmaPass& pass) {
     if (pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr) != 0) {
         ZEL_TRACE(DLVL_ERROR,
@@ -46,6 +46,8 @@ void* AcceptFromPeer(DmaPass& pass) {
         [](void* taker, const char* text) { static_cast<DmaPass*>(taker)->error = text; }, &pass};
     U32 success = kNotAccepted;
     const unsigned int retval = vorl_accept_dma(1, 1, 0, 0, &success, keepError);
+    // The trace below owns a lock and memory, which a cancellation in the middle of it would leave.
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
     if (retval == 0 && success == kAccepted)
         return DmaWorkerResult(0);
     ZEL_TRACE(DLVL_ERROR,

@@ -2,7 +2,19 @@
 // the card's windows, reads the reply back and checks it.
 #pragma once
 
+#include <cstddef>
+
 #include "TestEngine/dma/VorlExchange.h"
+
+// Transfer times of one direction each, in microseconds. Stamps are taken around every transfer, and
+// nothing fills or reports this record yet.
+struct perf {
+    size_t msg_size;
+    unsigned long writeto_usec;
+    unsigned long readfrom_usec;
+    unsigned long vwriteto_usec;
+    unsigned long vreadfrom_usec;
+};
 
 // The parameters are those of vorl_connect_dma; the size is reckoned with 64 bits. Waits for the card
 // to connect, however long that takes, and sets `*threadAcceptState` to 1 when it has. Returns 0 for
