@@ -149,7 +149,7 @@ TEST(FleetFile, LimitsAreAccepted) {
               15U);
     EXPECT_EQ(OnlyCard("[[card]]\nmemory_size = 0").memoryBytes, 0U);
     EXPECT_EQ(OnlyCard("[[card]]\nmemory_size = 68719476736").memoryBytes, U64{64} << 30);
-    EXPECT_EQ(OnlyCard("[[card]]\nnode = 65535").node, 65535U);
+    EXPECT_EQ(OnlyCard("[[card]]\nnode = 65534").node, 65534U);
     EXPECT_THAT(ParseFleet(Repeated("[[card]]\n", kMaxCards), "f").cards, SizeIs(kMaxCards));
 }
 
@@ -175,6 +175,8 @@ pcie = "0000:03:00.0"
     EXPECT_EQ(ToText(fleet.cards[0].pcie), "0000:04:00.0");
     EXPECT_EQ(ToText(fleet.cards[1].pcie), "0000:05:00.0");
     EXPECT_EQ(ToText(fleet.cards[4].pcie), "0000:06:00.0");
+    for (U32 i = 0; i < fleet.cards.size(); ++i)
+        EXPECT_EQ(fleet.cards[i].node, i) << "the node is the card's number, wherever the card is";
 }
 
 struct Refusal {
@@ -222,7 +224,7 @@ constexpr Refusal kRefusals[] = {
     {"[[card]]\npcie = 2", "my.toml:2: pcie takes an address such as \"0000:02:00.0\""},
     {"[[card]]\npcie = \"0000:05:00.0\"\n[[card]]\n[[card]]\npcie = \"0000:05:00.0\"",
      "my.toml:5: zel2 is on 0000:05:00.0, and so is zel0"},
-    {"[[card]]\nnode = 65536", "my.toml:2: node takes 0 to 65535, this is 65536"},
+    {"[[card]]\nnode = 65535", "my.toml:2: node takes 0 to 65534, this is 65535"},
     {"[[card]]\ncores = -1", "my.toml:2: cores takes 0 to 4294967295, this is -1"},
     {"[[card]]\ncores = 4294967296", "my.toml:2: cores takes 0 to 4294967295, this is 4294967296"},
     {"[[card]]\ncores = \"60\"", "my.toml:2: cores takes a whole number"},

@@ -29,7 +29,6 @@ TEST(DefaultCard, IsHealthy) {
     for (const Generation generation : {Generation::Er1x, Generation::Ev1x}) {
         SCOPED_TRACE(GenerationName(generation));
         const Card card = DefaultCard(generation);
-        EXPECT_EQ(card.node, 0U);
         EXPECT_EQ(card.linkSpeed, U32{LINK_SPEED_5});
         EXPECT_EQ(card.linkWidth, U32{LINK_WIDTH_16});
         EXPECT_EQ(card.postCode, "12");
