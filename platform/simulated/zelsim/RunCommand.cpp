@@ -2,12 +2,13 @@
 //
 // Three processes: this one stays outside and waits; its child is the first process of the host, which
 // serves the cards' connections, and with whose end the kernel ends everything on the host; the child's
-// child is the command. The first process
-// dies with the one outside, however that ends, so that a killed zelsim leaves nothing.
+// child is the command. The first process dies with the one outside, however that ends, so that a killed
+// zelsim leaves nothing.
 #include "RunCommand.h"
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
@@ -144,6 +145,7 @@ int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const*
     std::array<int, 2> parentPipe{};
     if (pipe2(parentPipe.data(), O_CLOEXEC) != 0)
         throw HostError(std::string("cannot make a pipe: ") + std::strerror(errno));
+    const Descriptor ownProcesses(open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC));
     EnterNamespaces();
 
     const TerminalSignals signals = IgnoreTerminalSignals();
@@ -158,6 +160,10 @@ int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const*
             _exit(kOwnFailure);
         _exit(RunFirstProcess(fleet, programFolder, command, signals));
     }
+    // What is started from here on is no part of the host, where with the end of the first process nothing
+    // can be started any more, not even a leak check's thread.
+    if (setns(ownProcesses.Get(), CLONE_NEWPID) != 0)
+        throw HostError(std::string("cannot leave the host's processes: ") + std::strerror(errno));
     int status = 0;
     while (waitpid(first, &status, 0) < 0) {
         if (errno != EINTR)
