@@ -44,6 +44,7 @@ bench: build
 	@cmake --build --preset release --target bench -j $(JOBS)
 	@build/bench/aperture
 	@build/bin/zelsim run -- build/bench/sbox
+	@build/bench/dma
 
 format:
 	@clang-format -i $(sources)
