@@ -192,11 +192,27 @@ MemoryFault ReadMemoryFault(const Reader& reader, const toml::table& source, U64
     MemoryFault fault;
     if (source.get("address") == nullptr)
         reader.Fail(source, "a memory fault names its address: address = 0x2000");
-    table.Integer("address", memoryBytes == 0 ? 0 : memoryBytes - 1, fault.address);
+    if (memoryBytes == 0)
+        reader.Fail(source, "a card without memory has no memory fault");
+    table.Integer("address", memoryBytes - 1, fault.address);
     table.Integer("bit", 7, fault.bit);
     table.Integer("stuck", 1, fault.stuck);
     table.RefuseUnknownKeys();
     return fault;
+}
+
+// A whole number; one that TOML's signed numbers do not reach, as a text in hexadecimal digits.
+U64 ReadRegisterValue(const Reader& reader, const Table& table, const toml::node& node,
+                      const SboxRegister& row) {
+    const U64 max = row.width == 64 ? ~U64{0} : kMaxU32;
+    const auto text = node.value_exact<std::string>();
+    if (!text)
+        return table.ToNumber(node, row.name, std::min<U64>(max, INT64_MAX));
+    const auto value = ParseHexadecimal(*text);
+    if (!value || *value > max)
+        reader.Fail(node, std::string(row.name) + " takes a whole number, or a text such as " +
+                              Quoted("0xF") + ", of " + std::to_string(row.width) + " bits");
+    return *value;
 }
 
 void ReadSbox(const Reader& reader, const toml::table& source, std::vector<SboxValue>& values) {
@@ -211,9 +227,8 @@ void ReadSbox(const Reader& reader, const toml::table& source, std::vector<SboxV
             reader.FailAt(key.source().begin.line,
                           "the SBOX has no register " + Quoted(name) + Suggestion(name, names));
         }
-        const U64 max = row->width == 64 ? static_cast<U64>(INT64_MAX) : kMaxU32;
         Table table(reader, source, "card.sbox.");
-        values.push_back({row->offset, row->width, table.ToNumber(node, name, max)});
+        values.push_back({row->offset, row->width, ReadRegisterValue(reader, table, node, *row)});
     }
 }
 

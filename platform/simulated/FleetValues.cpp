@@ -82,6 +82,13 @@ std::optional<U64> ParseMemorySize(std::string_view text) {
     return std::nullopt;
 }
 
+std::optional<U64> ParseHexadecimal(std::string_view text) {
+    U64 value = 0;
+    if (!text.starts_with("0x") || !ParseNumber(text.substr(2), 16, ~U64{0}, value))
+        return std::nullopt;
+    return value;
+}
+
 std::optional<ZEL_CARD_USAGE_MODE> ParseUsageMode(std::string_view text) {
     for (const ModeName& row : kModeNames) {
         if (text == row.name)

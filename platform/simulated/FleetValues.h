@@ -24,6 +24,9 @@ std::optional<std::array<U8, 16>> ParseUuid(std::string_view text);
 // "512KiB", "64MiB", "8GiB": bytes, at most kMaxMemoryBytes.
 std::optional<U64> ParseMemorySize(std::string_view text);
 
+// "0xFFFFFFFFFFFFFFFF"
+std::optional<U64> ParseHexadecimal(std::string_view text);
+
 std::optional<ZEL_CARD_USAGE_MODE> ParseUsageMode(std::string_view text);
 
 }  // namespace simulated

@@ -101,7 +101,7 @@ int WaitForCommand(pid_t command, const Descriptor& childrenEnded, CardServer& c
     }
 }
 
-int Fail(const HostError& failure) {
+int Fail(const std::exception& failure) {
     std::fprintf(stderr, "zelsim: %s\n", failure.what());
     return kOwnFailure;
 }
@@ -134,7 +134,7 @@ int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* 
     try {
         BuildHost(fleet, programFolder);
         return ServeCommand(command, signals);
-    } catch (const HostError& failure) {
+    } catch (const std::exception& failure) {
         return Fail(failure);
     }
 }

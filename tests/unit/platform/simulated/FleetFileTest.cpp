@@ -252,7 +252,7 @@ constexpr Refusal kRefusals[] = {
     {"[[card]]\n[card.sbox]\nSBOX_SCRATCH0 = 0x100000000",
      "my.toml:3: SBOX_SCRATCH0 takes 0 to 4294967295, this is 4294967296"},
     {"[[card]]\n[card.sbox]\nSBOX_SCRATCH0 = \"1\"",
-     "my.toml:3: SBOX_SCRATCH0 takes a whole number"},
+     "my.toml:3: SBOX_SCRATCH0 takes a whole number, or a text such as \"0xF\", of 32 bits"},
     {"[[card]]\n[card.fault]", "my.toml:2: fault is a list of tables: [[card.fault]]"},
     {"[[card]]\n[[card.fault]]\nstatus = 3",
      "my.toml:2: a fault names the call that fails: call = \"ZelGetUUID\""},
@@ -270,6 +270,12 @@ constexpr Refusal kRefusals[] = {
      "my.toml:3: skip takes 0 to 4294967295, this is -1"},
     {"[[fault]]\ncall = \"ZelInitAPI\"\ncuont = 1",
      "my.toml:3: unknown key \"cuont\"; did you mean \"count\"?"},
+    {"[[card]]\n[card.sbox]\nSBOX_SCRATCH0 = \"0x100000000\"",
+     "my.toml:3: SBOX_SCRATCH0 takes a whole number, or a text such as \"0xF\", of 32 bits"},
+    {"[[card]]\n[card.sbox]\nSBOX_APICRT0 = -1",
+     "my.toml:3: SBOX_APICRT0 takes 0 to 9223372036854775807, this is -1"},
+    {"[[card]]\nmemory_size = 0\n[[card.memory_fault]]\naddress = 0",
+     "my.toml:3: a card without memory has no memory fault"},
     {"[[card]]\n[[card.memory_fault]]\nbit = 1",
      "my.toml:2: a memory fault names its address: address = 0x2000"},
     {"[[card]]\nmemory_size = \"1MiB\"\n[[card.memory_fault]]\naddress = 0x100000",
@@ -335,6 +341,15 @@ TEST(FleetFile, FileThatCannotBeReadIsRefused) {
 
 TEST(FleetFile, EmptyFileIsAHostWithoutCards) {
     EXPECT_EQ(RefusalOfFile("/dev/null"), "accepted");
+}
+
+TEST(FleetFile, RegisterOf64BitsTakesThemAll) {
+    const Fleet fleet = ParseFleet(
+        "[[card]]\n[card.sbox]\nSBOX_APICRT0 = \"0xFFFFFFFFFFFFFFFF\"\nSBOX_SCRATCH0 = \"0xF\"",
+        "my.toml");
+    ASSERT_EQ(fleet.cards.at(0).sbox.size(), 2U);
+    EXPECT_EQ(fleet.cards[0].sbox[0].value, ~U64{0});
+    EXPECT_EQ(fleet.cards[0].sbox[1].value, 0xFU);
 }
 
 }  // namespace

@@ -70,5 +70,14 @@ TEST(FleetValues, EveryModeHasANameAndNothingElseHas) {
         EXPECT_EQ(ParseUsageMode(text), std::nullopt) << '"' << text << '"';
 }
 
+TEST(FleetValues, HexadecimalIsReadToItsLimitAndNothingElseIs) {
+    EXPECT_EQ(ParseHexadecimal("0x0"), 0U);
+    EXPECT_EQ(ParseHexadecimal("0x00aB"), 0xABU);
+    EXPECT_EQ(ParseHexadecimal("0xFFFFFFFFFFFFFFFF"), ~U64{0});
+    for (const char* text :
+         {"", "0x", "12", "x12", "0x10000000000000000", "0x-1", "0x 1", "0x1 ", "0xG", "0X1"})
+        EXPECT_EQ(ParseHexadecimal(text), std::nullopt) << '"' << text << '"';
+}
+
 }  // namespace
 }  // namespace simulated
