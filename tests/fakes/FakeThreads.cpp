@@ -8,8 +8,6 @@
 #include <sched.h>
 
 #include <atomic>
-#include <filesystem>
-#include <iterator>
 
 namespace fakes {
 
@@ -67,6 +65,28 @@ Functions& All() {
     return *functions;
 }
 
+// Threads that were started and have not ended. The kernel's own list is no help: a sanitizer has
+// threads there, and an ended thread stays a while.
+std::atomic<unsigned> running{0};
+
+struct Counted {
+    ~Counted() { --running; }
+};
+
+struct Start {
+    void* (*function)(void*);
+    void* argument;
+};
+
+// Counts down at the thread's end, also when it is cancelled.
+void* Run(void* argument) {
+    const Start start = *static_cast<Start*>(argument);
+    delete static_cast<Start*>(argument);
+    static thread_local Counted counted;
+    (void)&counted;
+    return start.function(start.argument);
+}
+
 // Looked up before any thread could be cancelled in the middle of it.
 __attribute__((constructor)) void LookUp() {
     All();
@@ -92,8 +112,7 @@ void FakeThreads::Fail(const std::string& function, int error, unsigned skip) {
 }
 
 unsigned FakeThreads::Count() {
-    const std::filesystem::directory_iterator tasks("/proc/self/task");
-    return static_cast<unsigned>(std::distance(tasks, std::filesystem::directory_iterator()));
+    return running;
 }
 
 void FakeThreads::AwaitCount(unsigned count) {
@@ -124,8 +143,17 @@ extern "C" {
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*),
                    void* argument) {
     auto& replaced = fakes::All().create;
-    const int error = replaced.Failure();
-    return error != 0 ? error : replaced.original(thread, attributes, function, argument);
+    int error = replaced.Failure();
+    if (error != 0)
+        return error;
+    auto* const start = new fakes::Start{function, argument};
+    ++fakes::running;
+    error = replaced.original(thread, attributes, fakes::Run, start);
+    if (error != 0) {
+        --fakes::running;
+        delete start;
+    }
+    return error;
 }
 
 int pthread_join(pthread_t thread, void** result) {

@@ -12,7 +12,7 @@ public:
     // `function` returns `error` once, without doing anything, after `skip` more calls.
     void Fail(const std::string& function, int error, unsigned skip = 0);
 
-    // How many threads the process has now; waiting until there are so many.
+    // How many threads were started and have not ended; waiting until there are so many.
     static unsigned Count();
     static void AwaitCount(unsigned count);
 

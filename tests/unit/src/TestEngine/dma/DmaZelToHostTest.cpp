@@ -190,6 +190,7 @@ TEST_F(DmaZelToHost, TellsTheHostHalfsErrorAlsoWhenTheUploadIsLate) {
         released.Await();
         return ShellAnswer{};
     };
+    execute_ = [this](const std::string&) { return ShellAnswer{.output = successText_}; };
     onSleep_ = [this](unsigned seconds) {
         if (seconds == pollSeconds_)
             AwaitOtherWorker();
@@ -199,7 +200,6 @@ TEST_F(DmaZelToHost, TellsTheHostHalfsErrorAlsoWhenTheUploadIsLate) {
                 ElementsAre("DmaDiag.ZelToHost: 'vorl_bind' failed",
                             "DmaDiag.ZelToHost: 'vorl_connect_dma' returned error"));
     released.Open();
-    execute_ = [this](const std::string&) { return ShellAnswer{.output = successText_}; };
     AwaitWorkers();
 }
 
