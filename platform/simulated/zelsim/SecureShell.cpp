@@ -137,6 +137,9 @@ SecureShell::SecureShell(std::size_t cards) : cards_(cards) {
     if (access(kSshd, X_OK) != 0)
         ThrowHostError(std::string("cannot use ") + kSshd + " (package openssh-server)");
     fs::create_directories(kFolder);
+    // Before the key's maker runs, which looks up who runs it.
+    if (getpwnam(kCardUser) == nullptr)
+        Extend("/etc/passwd", kCardUserEntry);
     keyMaker_ = StartKeyMaker();
 }
 
@@ -147,8 +150,6 @@ void SecureShell::Finish() {
     fs::permissions(kPrivilegeSeparationFolder, fs::perms(0755));
     WriteFile(kSshdConfiguration, kServerConfiguration, fs::perms(0644));
     WriteFile("/etc/ssh/ssh_config", kClientConfiguration, fs::perms(0644));
-    if (getpwnam(kCardUser) == nullptr)
-        Extend("/etc/passwd", kCardUserEntry);
     NameCards(cards_);
     HideUserConfiguration();
 

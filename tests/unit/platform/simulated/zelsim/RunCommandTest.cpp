@@ -133,7 +133,7 @@ TEST(ZelsimRun, KilledRunDoesNotDisturbAnother) {
     EXPECT_FALSE(ProcessStays(sleep));
     // Its files are seen through one of its processes.
     const std::string touch =
-        "nsenter -t $(pgrep -P " + std::to_string(other.Pid()) + ") -m touch /run/go";
+        "nsenter -t $(pgrep -P " + std::to_string(other.Pid()) + ") --mount --root touch /run/go";
     ASSERT_EQ(std::system(touch.c_str()), 0);
     EXPECT_EQ(other.Wait().out, "up\n2\n");
 }
