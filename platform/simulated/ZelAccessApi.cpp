@@ -29,7 +29,8 @@ bool IsHandle(HANDLE handle) {
     return handle != nullptr && handle == Library().get();
 }
 
-// Runs an operation on the open card unless something stands in its way.
+// Runs an operation on the open card unless something stands in its way. No exception leaves the
+// library: its callers may be C.
 template <typename Operation>
 U32 OnCard(const char* call, HANDLE handle, std::initializer_list<const void*> outputs,
            Operation operation) {
@@ -42,7 +43,11 @@ U32 OnCard(const char* call, HANDLE handle, std::initializer_list<const void*> o
         return ZEL_INVALID_PARAMETER;
     if (const U32 status = library.Host().FailCardCall(*library.Card(), call))
         return status;
-    return operation(library, *library.Card());
+    try {
+        return operation(library, *library.Card());
+    } catch (const std::bad_alloc&) {
+        return ZEL_OUT_OF_MEMORY;
+    }
 }
 
 // An operation that reports one 32-bit field of the card.
@@ -111,7 +116,13 @@ ZEL_EXPORT U32 ZelCloseAPI(HANDLE* handle) {
 ZEL_EXPORT U32 ZelInitAdapter(HANDLE* handle, ZelDeviceOnSystem* device) {
     if (handle == nullptr || !IsHandle(*handle))
         return ZEL_INVALID_HANDLE;
-    return device == nullptr ? U32{ZEL_INVALID_PARAMETER} : Library()->OpenCard(*device);
+    if (device == nullptr)
+        return ZEL_INVALID_PARAMETER;
+    try {
+        return Library()->OpenCard(*device);
+    } catch (const std::bad_alloc&) {
+        return ZEL_OUT_OF_MEMORY;
+    }
 }
 
 ZEL_EXPORT U32 ZelCloseAdapter(HANDLE handle) {

@@ -18,7 +18,7 @@ Connection::Connection(int socket)
     try {
         sender_ = StartServiceThread([this] { SendLoop(); });
         receiver_ = StartServiceThread([this] { ReceiveLoop(); });
-    } catch (const std::system_error&) {
+    } catch (...) {  // without a thread, or without memory for one
         Close();
         throw;
     }
