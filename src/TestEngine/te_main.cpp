@@ -3,7 +3,9 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "CommonException.h"
@@ -129,9 +131,22 @@ void OpenCard(unsigned int device, unsigned int count) {
               Utils::GetHOSKVersion().c_str(), flash.c_str(), smc.c_str());
 }
 
+// A card for which memory runs out has failed; the next one is tested all the same.
+ifstCardStatus TestCard(unsigned int device, unsigned int count) {
+    try {
+        OpenCard(device, count);
+        return ifstRunGroupsOnCard();
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "ZelDiag: out of memory; zel%u was not tested to the end\n", device);
+        if (!TE::SUMMARY_INSTANCE.IsCurrentCard(device))
+            TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(device, kNotAvailable, kNotAvailable);
+        TE::SUMMARY_INSTANCE.LogError("Out of memory");
+        return IFST_CARD_FAILED;
+    }
+}
+
 void RunCard(unsigned int device, RunResult& run) {
-    OpenCard(device, run.count);
-    run.lastStatus = ifstRunGroupsOnCard();
+    run.lastStatus = TestCard(device, run.count);
     if (run.lastStatus == IFST_CARD_OK)
         ++run.okCount;
 

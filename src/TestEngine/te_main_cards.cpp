@@ -57,6 +57,14 @@ void ResetAfterCard() {
     curTstMode |= k_NoTestSelected;
 }
 
+// However the card ends, the next one begins anew.
+struct CardEnd {
+    CardEnd() = default;
+    ~CardEnd() { ResetAfterCard(); }
+    CardEnd(const CardEnd&) = delete;
+    CardEnd& operator=(const CardEnd&) = delete;
+};
+
 void Begin(ifstTstGroup& group) {
     ifstSetupParams.logCtl.dataLogHndl = group.logHndl;
     ifstPrint("%s\n", k_SingleRule);
@@ -111,10 +119,10 @@ ifstCardStatus Step(ifstTstGroup& group) {
 }  // namespace
 
 ifstCardStatus ifstRunGroupsOnCard() {
+    const CardEnd end;
     ifstCardStatus status = IFST_CARD_NOT_RUN;
     while (status == IFST_CARD_NOT_RUN)
         status =
             curTstGroup < IFST_NUM_TESTGROUPS ? Step(ifstTstGrps[curTstGroup]) : ReportGroups();
-    ResetAfterCard();
     return status;
 }

@@ -2,13 +2,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "SI/cm_stub1.h"
 #include "SI/si_main.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
+#include "TestEngine/te_main_cardtest.h"
 #include "TestEngine/te_main_console.h"
+#include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
 
 U32 curTstGroup = 0;
@@ -75,6 +78,18 @@ void Announce(const ifstTstGroup& group, ifstTstCb& test) {
     test.state = IFST_TEST_STARTED;
     test.passCnt = 0;
     test.failCnt = 0;
+}
+
+// A test for which memory runs out has failed. What it held is free again, so the next one is tried.
+I16 CallTest(const ifstTstGroup& group, const ifstTstCb& test) {
+    try {
+        ActualArgList arguments(group, test);
+        return test.tst(arguments.Head());
+    } catch (const std::bad_alloc&) {
+        ifstFailAndLog("TestEngine/te_main_engine", __LINE__, "out of memory", "Out of memory");
+        group.frontEnd->gen->eventCnt = 0;
+        return k_TestFinished;
+    }
 }
 
 void NextTest(ifstTstGroup& group) {
@@ -163,8 +178,7 @@ I16 ifstTstGrpEngine0(ifstTstGroup* group) {
         return 0;
     }
 
-    ActualArgList arguments(*group, test);
-    if (test.tst(arguments.Head()) != k_TestFinished)
+    if (CallTest(*group, test) != k_TestFinished)
         return 0;
     if (test.result == IFST_FAILED)
         RecordFailure(*group, test);

@@ -11,8 +11,8 @@
 #include <cstring>
 #include <iostream>
 #include <limits>
+#include <new>
 #include <string_view>
-#include <utility>
 
 #include "SI/si_main.h"
 
@@ -29,24 +29,32 @@ constexpr char kNone[] = "<none>";
 constexpr std::size_t kErrorLineBytes = 256;
 constexpr std::size_t kCardLineBytes = 4096;
 constexpr std::size_t kPathBytes = 256;
+constexpr std::size_t kCardNumberBytes = 16;
 constexpr std::size_t kLinkBytes = 4096;
-constexpr std::size_t kRuleLength = 78;
+constexpr char kRule[] =
+    "==============================================================================";
 
 [[noreturn]] void EndWithError(const char* text) {
     std::cout << text << std::endl;
     ssExitTask(1);
 }
 
-// Formats a line into at most `Bytes` - 1 characters; what is longer is cut.
+// A formatted line of at most `Bytes` - 1 characters; what is longer is cut.
 template <std::size_t Bytes>
-__attribute__((format(printf, 1, 2))) std::string FormatLine(const char* format, ...) {
-    std::array<char, Bytes> line{};
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(line.data(), line.size(), format, arguments);
-    va_end(arguments);
-    return line.data();
-}
+class Line {
+public:
+    __attribute__((format(printf, 2, 3))) explicit Line(const char* format, ...) {
+        va_list arguments;
+        va_start(arguments, format);
+        std::vsnprintf(text_.data(), text_.size(), format, arguments);
+        va_end(arguments);
+    }
+
+    const char* Text() const { return text_.data(); }
+
+private:
+    std::array<char, Bytes> text_{};
+};
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -61,25 +69,32 @@ unsigned int CardNumber(std::string_view digits) {
 
 }  // namespace
 
-void SummaryLines::Append(std::string line) {
-    Append(std::move(line), 1);
+void SummaryLines::Append(std::string_view line) noexcept {
+    Append(line, 1);
 }
 
-void SummaryLines::Append(const SummaryLines& lines) {
+void SummaryLines::Append(const SummaryLines& lines) noexcept {
     for (const Run& run : lines.runs_)
         Append(run.text, run.count);
+    size_ += lines.lost_;
+    lost_ += lines.lost_;
 }
 
-void SummaryLines::Append(std::string line, std::size_t count) {
-    if (runs_.empty() || runs_.back().text != line)
-        runs_.push_back({std::move(line), 0});
-    runs_.back().count += count;
+void SummaryLines::Append(std::string_view line, std::size_t count) noexcept {
     size_ += count;
+    try {
+        if (runs_.empty() || runs_.back().text != line)
+            runs_.push_back({std::string(line), 0});
+        runs_.back().count += count;
+    } catch (const std::bad_alloc&) {
+        lost_ += count;
+    }
 }
 
-void SummaryLines::Clear() {
+void SummaryLines::Clear() noexcept {
     runs_.clear();
     size_ = 0;
+    lost_ = 0;
 }
 
 TESummary::TESummary() : _useSummary(false), _currentZELNumber(kNoCard) {}
@@ -138,8 +153,12 @@ void TESummary::SetHOSKVersion(const char* version) {
 }
 
 void TESummary::SetZelNumberAndVersions(unsigned int card, const char* flash, const char* smc) {
+    // The number of this card in the list of those with errors has its room from now on.
+    _listOfErrorCards.reserve(_listOfErrorCards.size() + 2 * kCardNumberBytes);
     finishPreviousZELCard();
     _currentZELNumber = card;
+    _zelPCIeAddr.clear();
+    SetGroupName(kNone);
     _currentFlashVersion = flash;
     _currentSMCVersion = smc;
     _zelPCIeAddr = GetPCIeFromDeviceNo(card);
@@ -147,7 +166,6 @@ void TESummary::SetZelNumberAndVersions(unsigned int card, const char* flash, co
         EndWithError(
             "ERROR: The 'zel' driver module is not loaded! Was 'service hosk start' not run before "
             "'ZelDiag'!");
-    SetGroupName(kNone);
 }
 
 void TESummary::SetGroupName(const char* name) {
@@ -159,15 +177,16 @@ void TESummary::SetTestName(const char* name) {
     _currentTestname = name;
 }
 
-void TESummary::LogError(const char* message) {
-    _currentErrors.Append(FormatLine<kErrorLineBytes>("  %s.%s: %s", _currentGroupname.c_str(),
-                                                      _currentTestname.c_str(), message));
+void TESummary::LogError(const char* message) noexcept {
+    const Line<kErrorLineBytes> line("  %s.%s: %s", _currentGroupname.c_str(),
+                                     _currentTestname.c_str(), message);
+    _currentErrors.Append(line.Text());
 }
 
 std::string TESummary::GetPCIeFromDeviceNo(unsigned int card) const {
-    const std::string path = FormatLine<kPathBytes>("/sys/class/zel/zel%d", static_cast<int>(card));
+    const Line<kPathBytes> path("/sys/class/zel/zel%d", static_cast<int>(card));
     std::array<char, kLinkBytes> buffer{};
-    const ssize_t length = readlink(path.c_str(), buffer.data(), buffer.size());
+    const ssize_t length = readlink(path.Text(), buffer.data(), buffer.size());
     if (length < 0 || static_cast<std::size_t>(length) >= buffer.size())
         return "PCIeNotFoundError";
 
@@ -178,33 +197,33 @@ std::string TESummary::GetPCIeFromDeviceNo(unsigned int card) const {
     return std::string(link.substr(link.rfind('/') + 1));
 }
 
-void TESummary::finishPreviousZELCard() {
+void TESummary::finishPreviousZELCard() noexcept {
     if (_currentZELNumber == kNoCard)
         return;
     const auto card = static_cast<int>(_currentZELNumber);
     if (_currentErrors.Size() == 0) {
-        _summaryLines.Append(FormatLine<kCardLineBytes>(
-            "zel%d (%s; Flash=%s; SMC=%s): PASSED", card, _zelPCIeAddr.c_str(),
-            _currentFlashVersion.c_str(), _currentSMCVersion.c_str()));
+        const Line<kCardLineBytes> line("zel%d (%s; Flash=%s; SMC=%s): PASSED", card,
+                                        _zelPCIeAddr.c_str(), _currentFlashVersion.c_str(),
+                                        _currentSMCVersion.c_str());
+        _summaryLines.Append(line.Text());
         return;
     }
-    _summaryLines.Append(FormatLine<kCardLineBytes>(
-        "zel%d (%s; Flash=%s; SMC=%s): FAILED (%zu)", card, _zelPCIeAddr.c_str(),
-        _currentFlashVersion.c_str(), _currentSMCVersion.c_str(), _currentErrors.Size()));
+    const Line<kCardLineBytes> line("zel%d (%s; Flash=%s; SMC=%s): FAILED (%zu)", card,
+                                    _zelPCIeAddr.c_str(), _currentFlashVersion.c_str(),
+                                    _currentSMCVersion.c_str(), _currentErrors.Size());
+    _summaryLines.Append(line.Text());
     _summaryLines.Append(_currentErrors);
     _currentErrors.Clear();
-    if (!_listOfErrorCards.empty())
-        _listOfErrorCards += ",";
-    _listOfErrorCards += std::to_string(card);
+    const Line<kCardNumberBytes> number("%s%d", _listOfErrorCards.empty() ? "" : ",", card);
+    _listOfErrorCards += number.Text();
 }
 
 void TESummary::SendSummaryToConsole() {
     finishPreviousZELCard();
     if (_useSummary) {
-        const std::string rule(kRuleLength, '=');
-        std::cout << "\nHOSK Version: " << _hoskVersion << "\n" << rule << "\n";
-        _summaryLines.ForEach([](const std::string& line) { std::cout << line << "\n"; });
-        std::cout << rule << "\n";
+        std::cout << "\nHOSK Version: " << _hoskVersion << "\n" << kRule << "\n";
+        _summaryLines.ForEach([](std::string_view line) { std::cout << line << "\n"; });
+        std::cout << kRule << "\n";
         if (_listOfErrorCards.empty())
             std::cout << "No ZEL Cards with Errors." << std::endl;
         else

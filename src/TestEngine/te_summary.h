@@ -5,17 +5,19 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace TE {
 
 // Lines of text in order. A run of equal lines takes the room of one, so that a card that reports the
-// same failure millions of times does not fill the host's memory.
+// same failure millions of times does not fill the host's memory. A line for which there is no memory
+// counts all the same, and shows in short at the end.
 class SummaryLines {
 public:
-    void Append(std::string line);
-    void Append(const SummaryLines& lines);
-    void Clear();
+    void Append(std::string_view line) noexcept;
+    void Append(const SummaryLines& lines) noexcept;
+    void Clear() noexcept;
 
     // Lines, every one of a run counted.
     std::size_t Size() const { return size_; }
@@ -25,20 +27,25 @@ public:
     void ForEach(Use use) const {
         for (const Run& run : runs_) {
             for (std::size_t i = 0; i < run.count; ++i)
-                use(run.text);
+                use(std::string_view(run.text));
         }
+        for (std::size_t i = 0; i < lost_; ++i)
+            use(kLostLine);
     }
 
 private:
+    static constexpr std::string_view kLostLine = "  (a line is missing: out of memory)";
+
     struct Run {
         std::string text;
         std::size_t count;
     };
 
-    void Append(std::string line, std::size_t count);
+    void Append(std::string_view line, std::size_t count) noexcept;
 
     std::vector<Run> runs_;
     std::size_t size_ = 0;
+    std::size_t lost_ = 0;  // lines, of `size_`, that have no text
 };
 
 class TESummary {
@@ -55,6 +62,9 @@ public:
 
     void SetHOSKVersion(const char* version);
 
+    // Whether the record that is open is that of `card`.
+    bool IsCurrentCard(unsigned int card) const { return _currentZELNumber == card; }
+
     // Closes the record of the card before and begins one for `card`. Ends the process with status 1
     // when the card has no PCIe address.
     void SetZelNumberAndVersions(unsigned int card, const char* flash, const char* smc);
@@ -62,13 +72,14 @@ public:
     void SetGroupName(const char* name);
     void SetTestName(const char* name);
 
-    // Adds an error line of the current card, cut to 255 characters.
-    void LogError(const char* message);
+    // Adds an error line of the current card, cut to 255 characters. Is not lost when memory runs out.
+    void LogError(const char* message) noexcept;
 
     // The card's PCIe address, from the kernel's class folder; "PCIeNotFoundError" without one.
     std::string GetPCIeFromDeviceNo(unsigned int card) const;
 
-    void finishPreviousZELCard();
+    // Needs no memory that could be missing.
+    void finishPreviousZELCard() noexcept;
 
     // Closes the last card, prints the summary when it was asked for, and begins anew.
     void SendSummaryToConsole();

@@ -33,12 +33,14 @@ int markTime(timeval& now) {
     return 0;
 }
 
-void diffTime(timeval start, timeval end, const std::string& label, bool print) {
+void diffTime(timeval start, timeval end, std::string_view label, bool print) {
     if (!print)
         return;
     const long seconds = end.tv_sec - start.tv_sec;
     if (seconds != 0)
-        ifstPrint("%s  %ld min  %ld sec  \n", label.c_str(), seconds / 60, seconds % 60);
+        ifstPrint("%.*s  %ld min  %ld sec  \n", static_cast<int>(label.size()), label.data(),
+                  seconds / 60, seconds % 60);
     else
-        ifstPrint("%s  %ld msec  \n", label.c_str(), (end.tv_usec - start.tv_usec) / 1000);
+        ifstPrint("%.*s  %ld msec  \n", static_cast<int>(label.size()), label.data(),
+                  (end.tv_usec - start.tv_usec) / 1000);
 }

@@ -3,7 +3,7 @@
 
 #include <sys/time.h>
 
-#include <string>
+#include <string_view>
 
 // Traces a mark for the operator's patience: "||" on every 16th call that has `tick`, else ".".
 // `reset` only begins the count anew.
@@ -14,4 +14,4 @@ int markTime(timeval& now);
 
 // Prints the time from `start` to `end` behind `label`: minutes and seconds, or milliseconds when
 // both lie in the same second. Prints nothing unless `print`.
-void diffTime(timeval start, timeval end, const std::string& label, bool print);
+void diffTime(timeval start, timeval end, std::string_view label, bool print);

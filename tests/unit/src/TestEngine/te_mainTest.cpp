@@ -1,7 +1,9 @@
 // The run driver over several cards, and the life of groups on each.
 #include "TestEngine/te_main.h"
 
+#include <new>
 #include <sstream>
+#include <utility>
 
 #include "CommonException.h"
 #include "FakeLinks.h"
@@ -339,6 +341,23 @@ TEST_F(CardVerdict, AbortsInAnIllegalState) {
         EXPECT_EQ(Tool("-pcie -vlw -core -gec"), 1) << int{illegal};
         EXPECT_EQ(Count("Device Status: FAILED"), 2U) << "the next card is tested all the same";
     }
+}
+
+TEST_F(CardVerdict, FailsACardThatRunsOutOfMemory) {
+    static bool first;
+    first = true;
+    ifstTstGrps[0].cfg = [](ifstTstGroup* group) -> I16 {
+        if (std::exchange(first, false))
+            throw std::bad_alloc();
+        group->state = IFST_GROUP_RUNNING;
+        return IFST_CARD_NOT_RUN;
+    };
+    Cards(2);
+    EXPECT_EQ(Tool("-summary -pcie -vlw -vdi"), 0) << "the last card passed";
+    EXPECT_EQ(Count("Device Status: FAILED"), 1U);
+    EXPECT_EQ(Count("Device Status: OK"), 1U);
+    EXPECT_EQ(Count("FAILED (1)\n  PcieDiag.<none>: Out of memory\n"), 1U) << out_;
+    EXPECT_EQ(err_, "ZelDiag: out of memory; zel0 was not tested to the end\n");
 }
 
 TEST_F(CardVerdict, ReportsAnAbortedGroup) {

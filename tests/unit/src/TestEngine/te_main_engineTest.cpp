@@ -3,12 +3,14 @@
 
 #include <cstring>
 #include <functional>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "Fixture.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
+#include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
 
 namespace {
@@ -194,6 +196,16 @@ TEST_F(Engine, GoesOnAfterAFailureOtherwise) {
         EXPECT_EQ(RunGroup(), "Test 1: First\nTest 1: FAILED\n\nTest 2: Second\nTest 2: PASSED\n\n")
             << failCtl;
     }
+}
+
+TEST_F(Engine, FailsATestThatRunsOutOfMemory) {
+    ifstSetupParams.failCtlState = IFST_SKIP_ON_FAIL;
+    group().frontEnd->gen->eventCnt = 7;
+    tests_[0].state = tests_[1].state = IFST_TEST_SELECTED;
+    script.calls = {[](ActualArg*) -> I16 { throw std::bad_alloc(); }, Pass};
+    EXPECT_EQ(RunGroup(), "Test 1: First\nTest 1: FAILED\n\nTest 2: Second\nTest 2: PASSED\n\n");
+    EXPECT_EQ(group().failCnt, 1);
+    EXPECT_EQ(group().frontEnd->gen->eventCnt, 0);
 }
 
 TEST_F(Engine, LetsTheLastVerdictDecideAndCountsAll) {
