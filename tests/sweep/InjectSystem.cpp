@@ -1,0 +1,131 @@
+// The system's own operations that can fail: commands, threads, memory.
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+
+#include "Inject.h"
+
+namespace {
+
+template <typename Function>
+Function* Real(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// The command that is to end with status 1.
+FILE* spoiled = nullptr;
+constexpr int kEndedWithOne = 1 << 8;
+
+}  // namespace
+
+// libc declares its parameters with reserved names.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+extern "C" {
+
+FILE* popen(const char* command, const char* mode) {
+    using sweep::Kind;
+    static const auto real = Real<FILE*(const char*, const char*)>("popen");
+    if (sweep::Fails(Kind::Command, command)) {
+        errno = EMFILE;
+        return nullptr;
+    }
+    const bool silent = sweep::Fails(Kind::Silence, command);
+    FILE* const stream = real(command, mode);
+    if (sweep::Fails(Kind::Status, command))
+        spoiled = stream;
+    if (silent && stream != nullptr) {
+        while (std::fgetc(stream) != EOF) {
+        }
+    }
+    return stream;
+}
+
+int pclose(FILE* stream) {
+    static const auto real = Real<int(FILE*)>("pclose");
+    const bool fails = stream == spoiled && stream != nullptr;
+    if (fails)
+        spoiled = nullptr;
+    const int status = real(stream);
+    return fails ? kEndedWithOne : status;
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*),
+                   void* argument) {
+    using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    static const auto real = Real<Create>("pthread_create");
+    return sweep::Fails(sweep::Kind::Thread, "pthread_create")
+               ? EAGAIN
+               : real(thread, attributes, function, argument);
+}
+
+#ifdef ZEL_SWEEP_MEMORY
+
+// glibc's allocator under its own names: looking it up would need memory.
+void* __libc_malloc(std::size_t bytes);
+void* __libc_calloc(std::size_t count, std::size_t bytes);
+void* __libc_realloc(void* memory, std::size_t bytes);
+void* __libc_memalign(std::size_t alignment, std::size_t bytes);
+void __libc_free(void* memory);
+
+namespace {
+
+bool OutOfMemory(std::size_t bytes) {
+    if (!sweep::FailsAllocation(bytes))
+        return false;
+    errno = ENOMEM;
+    return true;
+}
+
+void* CountedBlock(void* memory) {
+    if (memory != nullptr && sweep::Run() != nullptr)
+        ++sweep::Run()->blocks;
+    return memory;
+}
+
+}  // namespace
+
+void* malloc(std::size_t bytes) {
+    return OutOfMemory(bytes) ? nullptr : CountedBlock(__libc_malloc(bytes));
+}
+
+void* calloc(std::size_t count, std::size_t bytes) {
+    return OutOfMemory(count * bytes) ? nullptr : CountedBlock(__libc_calloc(count, bytes));
+}
+
+void* realloc(void* memory, std::size_t bytes) {
+    if (OutOfMemory(bytes))
+        return nullptr;
+    void* const moved = __libc_realloc(memory, bytes);
+    return memory == nullptr ? CountedBlock(moved) : moved;
+}
+
+void* memalign(std::size_t alignment, std::size_t bytes) {
+    return OutOfMemory(bytes) ? nullptr : CountedBlock(__libc_memalign(alignment, bytes));
+}
+
+void* aligned_alloc(std::size_t alignment, std::size_t bytes) {
+    return memalign(alignment, bytes);
+}
+
+int posix_memalign(void** memory, std::size_t alignment, std::size_t bytes) {
+    void* const block = memalign(alignment, bytes);
+    if (block == nullptr)
+        return ENOMEM;
+    *memory = block;
+    return 0;
+}
+
+void free(void* memory) {
+    if (memory != nullptr && sweep::Run() != nullptr)
+        --sweep::Run()->blocks;
+    __libc_free(memory);
+}
+
+#endif
+
+}  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
