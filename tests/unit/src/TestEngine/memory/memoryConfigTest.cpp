@@ -124,20 +124,21 @@ TEST_F(MemoryConfig, RangeAgreesWithAModel) {
                                1 << 20,  0x1FFFFFFF, 0x100100000, 0x3FFFFFFFF, 0x300000010};
     const auto pick = [&] { return interesting[random() % std::size(interesting)]; };
     for (int round = 0; round < 2000; ++round) {
-        const bool older = round % 2 != 0;
+        const bool older = round >= 1000;
         const U64 start = pick();
         const U64 end = pick();
         const U32 size = static_cast<U32>(pick());
+        SCOPED_TRACE(testing::Message() << (older ? "older" : "current") << " generation, start "
+                                        << start << ", end " << end << ", size " << size);
         if (round == 0 || round == 1000)
-            OpenCard(round == 0 ? fakes::Card() : fakes::Card::OlderGeneration());
-        const bool olderCard = round >= 1000;
+            OpenCard(older ? fakes::Card::OlderGeneration() : fakes::Card());
         memory_ResetOptions();
         Params().startAddress = start;
         Params().endAddress = end;
         Params().memSize = size;
         memory_TGCfg(&Group());
 
-        const U64 lowest = olderCard ? 0x100000 : 0;
+        const U64 lowest = older ? 0x100000 : 0;
         U64 expectedStart = start;
         U64 expectedSize = end > start ? end - start : size != 0 ? U64{size} : U64{0x100000};
         if (start == 0 && end == 0) {
@@ -146,9 +147,8 @@ TEST_F(MemoryConfig, RangeAgreesWithAModel) {
             expectedSize += (U64{1} << 32) - (lowest - start);
             expectedStart = lowest;
         }
-        EXPECT_EQ(Params().startAddress, expectedStart) << start << " " << end << " " << older;
-        EXPECT_EQ(Params().memSize, expectedSize % (U64{1} << 32))
-            << start << " " << end << " " << size;
+        EXPECT_EQ(Params().startAddress, expectedStart);
+        EXPECT_EQ(Params().memSize, expectedSize % (U64{1} << 32));
     }
 }
 
