@@ -34,6 +34,8 @@ int fullRangeMemTest(unsigned long start, unsigned int dataWidth, unsigned long*
         ifstPrint("skipping full mem test \n");
         return 1;
     }
+    if (!memory_RequireCardAccess())
+        return 0;
     HANDLE handle = zelAccess->getAccessHandle();
     ZEL_CARD_USAGE_MODE mode = ZEL_USAGE_MODE_NOP;
     U64 memoryBytes = 0;

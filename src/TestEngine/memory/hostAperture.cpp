@@ -2,7 +2,6 @@
 #include "TestEngine/memory/hostAperture.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "CommonTool/Trace.h"
 #include "TestEngine/memory/memoryProgress.h"
@@ -207,12 +206,8 @@ void ShowTotal(U64 memoryBytes) {
 int hostApertureMemTest(unsigned long start, unsigned long length, unsigned int dataWidth,
                         unsigned long* pattern, _GddrDiagErrorList** errors, bool breakOnFail,
                         bool& modeSet, bool fullRange, unsigned long doneBefore, bool showTotals) {
-    if (zelAccess == nullptr) {
-        std::puts("zelAccess is NULL, abort the test ");
-        ZEL_TRACE(DLVL_ERROR, "zelAccess is NULL, abort the test");
-        Log("Internal Error; NULL Handle");
+    if (!memory_RequireCardAccess())
         return 0;
-    }
     HANDLE handle = zelAccess->getAccessHandle();
     U64 memoryBytes = 0;
     if (!PrepareCard(handle, modeSet) || !ReadMemorySize(handle, memoryBytes))

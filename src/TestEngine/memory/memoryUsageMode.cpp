@@ -99,6 +99,15 @@ int ConfirmArrival(HANDLE handle, ZEL_CARD_USAGE_MODE requested) {
 
 }  // namespace
 
+bool memory_RequireCardAccess() {
+    if (zelAccess != nullptr)
+        return true;
+    std::puts("zelAccess is NULL, abort the test ");
+    ZEL_TRACE(DLVL_ERROR, "zelAccess is NULL, abort the test");
+    Fail("Internal Error; NULL Handle");
+    return false;
+}
+
 bool memory_ReadUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE& mode) {
     if (ZelGetUsageMode(handle, &mode) == 0)
         return true;

@@ -7,6 +7,9 @@
 // there: 1. On failure 0, and one line in the run summary. Does not wait.
 int setMemDiagUsageMode(ZEL_CARD_USAGE_MODE mode);
 
+// Whether there is a way to the cards; false prints so, and puts a line into the run summary.
+bool memory_RequireCardAccess();
+
 // Asks for the card's mode; false, and a line in the run summary, when the card does not tell.
 bool memory_ReadUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE& mode);
 

@@ -116,6 +116,17 @@ TEST_F(FullRange, SkipsBehindAllWithoutACall) {
     EXPECT_FALSE(modeSet);
 }
 
+TEST_F(FullRange, NeedsTheWrapper) {
+    _ZelAccess* const saved = zelAccess;
+    zelAccess = nullptr;
+    EXPECT_EQ(Run(), 0);
+    zelAccess = saved;
+    EXPECT_FALSE(modeSet);
+    EXPECT_EQ(out, "zelAccess is NULL, abort the test \n");
+    EXPECT_EQ(ErrorTraces(), Texts{"zelAccess is NULL, abort the test"});
+    EXPECT_EQ(TakeErrors(), Texts{"MemDiag.Some: Internal Error; NULL Handle"});
+}
+
 TEST_F(FullRange, NeedsTheReadyState) {
     Card().usageMode = ZEL_USAGE_MODE_NORMAL;
     EXPECT_EQ(Run(), 0);

@@ -81,6 +81,25 @@ TEST_F(FullRangeTest, GoesOnWhenTheCardDoesNotReturn) {
     EXPECT_EQ(ErrorTraces(), Texts{"Error in setting to NORMAL MODE after memory mode testing"});
 }
 
+TEST_F(FullRangeTest, FailsWithoutTheWrapper) {
+    _ZelAccess* const saved = zelAccess;
+    zelAccess = nullptr;
+    EXPECT_EQ(Run(), 0);
+    zelAccess = saved;
+    EXPECT_EQ(err, Failed("fullRangeMemTest returned false"));
+    EXPECT_EQ(TakeErrors(), (Texts{"MemDiag.FullRange: Internal Error; NULL Handle",
+                                   "MemDiag.FullRange: Failed full range test"}));
+}
+
+TEST_F(FullRangeTest, TellsThatItCannotReturnACardWithoutTheWrapper) {
+    _ZelAccess* const saved = zelAccess;
+    fakes::ZelAccess().corruptRead = [](U64, U8*, U32) { zelAccess = nullptr; };
+    EXPECT_EQ(Run(), k_TestFinished);
+    zelAccess = saved;
+    EXPECT_EQ(ErrorTraces(), Texts{"Error getting NULL zelAccess, we should not be here \n"});
+    EXPECT_EQ(Calls("ZelSetUsageMode("), Texts{});
+}
+
 TEST_F(FullRangeTest, DoesNothingWhileItIsMarkedOrInvalid) {
     m_memoryCb.gen.eventCnt = 1;
     EXPECT_EQ(Run(), 0);
