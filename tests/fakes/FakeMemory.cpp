@@ -1,4 +1,5 @@
 // Replaces the functions at link time: definitions in the program come before those of libraries.
+// Only malloc stays what it is for everybody else: the linker leads the program's own calls here.
 #include "FakeMemory.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +16,11 @@ FakeMemory& Memory() {
     return *memory;
 }
 
+void FakeMemory::FailPlain(unsigned skip) {
+    plainSkip_ = skip;
+    plainFails_ = true;
+}
+
 void FakeMemory::FailAligned(int error, unsigned skip) {
     skip_ = skip;
     error_ = error;
@@ -25,14 +31,27 @@ void FakeMemory::FailArray() {
 }
 
 void FakeMemory::Reset() {
+    plainFails_ = false;
+    plainSkip_ = 0;
     error_ = 0;
     skip_ = 0;
     arrayFails_ = false;
 }
 
 void FakeMemory::Verify() {
+    EXPECT_FALSE(plainFails_) << "malloc was to fail, and was not called";
     EXPECT_EQ(error_, 0) << "aligned memory was to run out, and none was asked for";
     EXPECT_FALSE(arrayFails_) << "an array was not to be allocated, and none was asked for";
+}
+
+bool FakeMemory::PlainFails() {
+    if (!plainFails_)
+        return false;
+    if (plainSkip_ > 0) {
+        --plainSkip_;
+        return false;
+    }
+    return plainFails_.exchange(false);
 }
 
 int FakeMemory::AlignedError() {
@@ -51,9 +70,15 @@ bool FakeMemory::ArrayFails() {
 
 }  // namespace fakes
 
-// libc declares its parameters with reserved names.
-// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+// libc declares its parameters with reserved names, and the linker asks for some.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name, bugprone-reserved-identifier)
 extern "C" {
+
+void* __real_malloc(size_t bytes);
+
+void* __wrap_malloc(size_t bytes) {
+    return fakes::Memory().PlainFails() ? nullptr : __real_malloc(bytes);
+}
 
 int posix_memalign(void** memory, size_t alignment, size_t bytes) {
     if (const int error = fakes::Memory().AlignedError(); error != 0)
@@ -71,7 +96,7 @@ void* aligned_alloc(size_t alignment, size_t bytes) {
 }
 
 }  // extern "C"
-// NOLINTEND(readability-inconsistent-declaration-parameter-name)
+// NOLINTEND(readability-inconsistent-declaration-parameter-name, bugprone-reserved-identifier)
 
 void* operator new[](size_t bytes, const std::nothrow_t&) noexcept {
     if (fakes::Memory().ArrayFails())

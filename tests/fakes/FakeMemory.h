@@ -1,5 +1,5 @@
-// Memory that runs out where a test wants it to: posix_memalign, aligned_alloc and the array new that
-// returns null, of the whole test program.
+// Memory that runs out where a test wants it to: malloc as the program's own code calls it,
+// posix_memalign, aligned_alloc and the array new that returns null, of the whole test program.
 #pragma once
 
 #include <atomic>
@@ -8,7 +8,10 @@ namespace fakes {
 
 class FakeMemory {
 public:
-    // One of the first two fails with `error` once, after `skip` more calls that succeed.
+    // malloc returns null once, after `skip` more calls that succeed.
+    void FailPlain(unsigned skip = 0);
+
+    // posix_memalign or aligned_alloc fails with `error` once, after `skip` more calls that succeed.
     void FailAligned(int error, unsigned skip = 0);
 
     // The next `new (std::nothrow) T[n]` returns null.
@@ -18,11 +21,14 @@ public:
     // A failure that no call met fails the test.
     void Verify();
 
-    // For the functions that this stands in for: the error of this call, or 0.
+    // For the functions that this stands in for: whether this call fails, and with which error.
+    bool PlainFails();
     int AlignedError();
     bool ArrayFails();
 
 private:
+    std::atomic<bool> plainFails_{false};
+    std::atomic<unsigned> plainSkip_{0};
     std::atomic<int> error_{0};
     std::atomic<unsigned> skip_{0};
     std::atomic<bool> arrayFails_{false};

@@ -113,6 +113,17 @@ TEST_F(MemoryOptions, RefusesOtherWords) {
     EXPECT_EQ(Params().usrInput, 0U);
 }
 
+TEST_F(MemoryOptions, RefusesAWordThatItHasNoMemoryFor) {
+    // Key, value and the key in lower case.
+    for (const unsigned skip : {0U, 1U, 2U}) {
+        fakes::Memory().FailPlain(skip);
+        EXPECT_EQ(Take("-memSize=0x40"), 0) << skip;
+        EXPECT_EQ(Params().memSize, 0U);
+        EXPECT_EQ(Params().usrInput, 0U);
+    }
+    EXPECT_EQ(Take("-memSize=0x40"), 1);
+}
+
 TEST_F(MemoryOptions, SplitsAtTheFirstEqualsSign) {
     EXPECT_EQ(Take("-memSize=1=2"), 0);
     EXPECT_EQ(Take("-dp=/no/such=file"), 0);

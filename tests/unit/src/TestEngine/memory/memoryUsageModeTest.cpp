@@ -93,6 +93,14 @@ TEST_F(UsageMode, FailsWhenTheModeIsNotTold) {
     EXPECT_EQ(Switches(), Texts{});
 }
 
+TEST_F(UsageMode, FailsWithoutAPlaceForItsBuffer) {
+    fakes::Memory().FailPlain();
+    EXPECT_EQ(Switch(), 0);
+    ExpectFailure("\nFail in memory allocation to buf in setMemDiagUsageMode",
+                  "Out of heap memory");
+    EXPECT_EQ(Switches(), Texts{});
+}
+
 TEST_F(UsageMode, FailsWithoutACurrentDirectory) {
     const std::string before = std::filesystem::current_path();
     char folder[] = "/tmp/zeldiag-unit-XXXXXX";
