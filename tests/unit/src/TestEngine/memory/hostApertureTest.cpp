@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <random>
+#include <set>
 
 #include "MemoryFixture.h"
 
@@ -352,8 +353,9 @@ TEST_F(Aperture, FindsAStuckBitAtItsAddressAtEveryWidthOnBothGenerations) {
     }
 }
 
-// Any width, pattern, range and set of broken cells: the failures are exactly those that a walk from
-// byte to byte finds.
+// Any width, pattern, range and set of broken cells: the failures are exactly those of the elements
+// that hold a cell which does not read as it was written. Every fifth range ends a little before or
+// behind a chunk's border, and half of the cells lie at such a border or at an end of the range.
 TEST_F(Aperture, AgreesWithAModel) {
     std::mt19937_64 random(20240102);
     breakOnFail = false;
@@ -365,17 +367,27 @@ TEST_F(Aperture, AgreesWithAModel) {
         }
         const unsigned int width = 1U << (random() % 4);
         const U64 lowest = older ? kMiB : 0;
-        const U64 start = lowest + random() % (8 * kGiB - 2 * kMiB);
-        const U64 length = (1 + random() % 3000) * width;
+        const U64 start = lowest + random() % (7 * kGiB);
+        U64 length = (1 + random() % 3000) * width;
+        if (round % 5 == 0)
+            length += (1 + random() % 3) * kChunk - 1500 * width;
         std::fill(std::begin(pattern), std::end(pattern), random());
         auto& stuck = fakes::ZelAccess().stuckBits;
         stuck.clear();
-        for (U64 cells = random() % 6; cells > 0; --cells)
-            stuck.push_back({start + random() % (length + 2), static_cast<unsigned>(random() % 8),
-                             random() % 2 != 0});
+        std::set<U64> elements;
+        for (U64 cells = random() % 6; cells > 0; --cells) {
+            U64 place = random() % (length + 2);
+            if (random() % 2 != 0)
+                place = std::min(random() % (length / kChunk + 2) * kChunk, length) + random() % 16;
+            place -= std::min<U64>(place, 8);
+            stuck.push_back(
+                {start + place, static_cast<unsigned>(random() % 8), random() % 2 != 0});
+            if (place < length)
+                elements.insert(place - place % width);
+        }
 
         Texts expected;
-        for (U64 element = 0; element < length; element += width) {
+        for (const U64 element : elements) {
             bool differs = false;
             U8 first = 0;
             for (U64 i = 0; i < width; ++i) {
