@@ -25,11 +25,13 @@ struct Fault {
     U32 count = 1;
 };
 
-// A broken memory cell: the bit reads as `stuck` whatever was written.
+// A broken memory cell: the bit reads as `stuck` whatever was written. Unless `every` is 0, the same
+// bit of each byte that lies a multiple of so many bytes behind it does, too.
 struct MemoryFault {
     U64 address = 0;
     U32 bit = 0;
     U32 stuck = 1;
+    U64 every = 0;
 };
 
 // A register that does not power up with its default.

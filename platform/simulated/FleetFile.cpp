@@ -197,6 +197,7 @@ MemoryFault ReadMemoryFault(const Reader& reader, const toml::table& source, U64
     table.Integer("address", memoryBytes - 1, fault.address);
     table.Integer("bit", 7, fault.bit);
     table.Integer("stuck", 1, fault.stuck);
+    table.Integer("every", kMaxMemoryBytes, fault.every);
     table.RefuseUnknownKeys();
     return fault;
 }

@@ -36,13 +36,21 @@ SparseMemory::Piece SparseMemory::FirstPiece(U64 address, U64 bytes) {
     return {address / kBlockBytes, offset, std::min(bytes, kBlockBytes - offset)};
 }
 
-void SparseMemory::StickBit(U64 address, unsigned int bit, bool value) {
+void SparseMemory::StuckCells::Stick(unsigned int bit, bool value) {
     const auto mask = static_cast<U8>(1U << bit);
-    StuckCells& cells = stuck_[address];
-    U8& set = value ? cells.ones : cells.zeros;
-    U8& other = value ? cells.zeros : cells.ones;
+    U8& set = value ? ones : zeros;
+    U8& other = value ? zeros : ones;
     set = static_cast<U8>(set | mask);
     other = static_cast<U8>(other & ~mask);
+}
+
+void SparseMemory::StickBit(U64 address, unsigned int bit, bool value) {
+    stuck_[address].Stick(bit, value);
+}
+
+void SparseMemory::StickBits(U64 first, U64 every, unsigned int bit, bool value) {
+    stuckRows_.push_back({first, every, {}});
+    stuckRows_.back().cells.Stick(bit, value);
 }
 
 bool SparseMemory::Write(U64 address, const void* data, U64 bytes) {
@@ -132,6 +140,12 @@ void SparseMemory::ApplyStuckCells(U64 address, U8* data, U64 bytes) const {
     for (auto cell = stuck_.lower_bound(address);
          cell != stuck_.end() && cell->first - address < bytes; ++cell) {
         U8& byte = data[cell->first - address];
-        byte = static_cast<U8>((byte | cell->second.ones) & ~cell->second.zeros);
+        byte = cell->second.Read(byte);
+    }
+    for (const StuckRow& row : stuckRows_) {
+        const U64 before = address > row.first ? address - row.first : 0;
+        const U64 hit = row.first + (before + row.every - 1) / row.every * row.every;
+        for (U64 offset = hit - address; offset < bytes; offset += row.every)
+            data[offset] = row.cells.Read(data[offset]);
     }
 }

@@ -28,6 +28,10 @@ public:
     // Bit `bit` (0 to 7) of the byte at `address` reads as `value` from now on.
     void StickBit(U64 address, unsigned int bit, bool value);
 
+    // The same of the byte at `first` and of every one that is a multiple of `every` (1 at least)
+    // bytes behind it. Counts above the single bits, and what came last above what came before.
+    void StickBits(U64 first, U64 every, unsigned int bit, bool value);
+
     // Copy `bytes` bytes to or from the memory; false, and nothing is copied, when the range leaves it.
     bool Write(U64 address, const void* data, U64 bytes);
     bool Read(U64 address, void* data, U64 bytes) const;
@@ -50,6 +54,14 @@ private:
     struct StuckCells {
         U8 ones = 0;
         U8 zeros = 0;
+
+        void Stick(unsigned int bit, bool value);
+        U8 Read(U8 written) const { return static_cast<U8>((written | ones) & ~zeros); }
+    };
+    struct StuckRow {
+        U64 first;
+        U64 every;
+        StuckCells cells;
     };
 
     // The part of a range that lies in one block.
@@ -71,5 +83,6 @@ private:
     const U64 size_;
     std::vector<std::unique_ptr<Region>> regions_;
     std::map<U64, StuckCells> stuck_;
+    std::vector<StuckRow> stuckRows_;
     U64 storedBlocks_ = 0;
 };

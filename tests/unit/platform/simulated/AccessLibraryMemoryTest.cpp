@@ -24,7 +24,8 @@ protected:
             fleet.cards.back().memoryBytes = kMemoryBytes;
             fleet.cards.back().usageMode = ZEL_USAGE_MODE_MEMDIAG;
         }
-        fleet.cards[1].memoryFaults = {{kMemoryBytes - 1, 3, 1}, {0, 0, 0}};
+        fleet.cards[1].memoryFaults = {
+            {kMemoryBytes - 1, 3, 1}, {0, 0, 0}, {.address = 0x2000, .bit = 2, .every = 4}};
         HostState::Create(path_, fleet);
         library_ = std::make_unique<AccessLibrary>(HostState::Open(path_));
         devices_.resize(2);
@@ -96,6 +97,8 @@ TEST_F(AccessLibraryMemory, HasTheBrokenCellsOfItsCard) {
         ASSERT_EQ(Write(kMemoryBytes - 1, {0x00}), 0U);
         EXPECT_EQ(Read(0, 1).front(), card == 0 ? 0xFF : 0xFE);
         EXPECT_EQ(Read(kMemoryBytes - 1, 1).front(), card == 0 ? 0x00 : 0x08);
+        const U8 stuck = card == 0 ? 0 : 4;
+        EXPECT_EQ(Read(0x1FFC, 9), (std::vector<U8>{0, 0, 0, 0, stuck, 0, 0, 0, stuck}));
     }
 }
 

@@ -94,6 +94,9 @@ call = "vorl_open"
 address = 0x3FFFFFFFF
 bit = 7
 stuck = 0
+[[card.memory_fault]]
+address = 0
+every = 4096
 )");
     EXPECT_EQ(card.name, "Some Card");
     EXPECT_EQ(card.pcie, (PcieAddress{1, 0x83, 1, 2}));
@@ -136,10 +139,12 @@ stuck = 0
     EXPECT_EQ(card.faults[1].skip, 0U);
     EXPECT_EQ(card.faults[1].count, 1U);
 
-    ASSERT_THAT(card.memoryFaults, SizeIs(1));
+    ASSERT_THAT(card.memoryFaults, SizeIs(2));
     EXPECT_EQ(card.memoryFaults[0].address, 0x3FFFFFFFFU);
     EXPECT_EQ(card.memoryFaults[0].bit, 7U);
     EXPECT_EQ(card.memoryFaults[0].stuck, 0U);
+    EXPECT_EQ(card.memoryFaults[0].every, 0U);
+    EXPECT_EQ(card.memoryFaults[1].every, 4096U);
 }
 
 TEST(FleetFile, LimitsAreAccepted) {
@@ -284,6 +289,8 @@ constexpr Refusal kRefusals[] = {
      "my.toml:4: bit takes 0 to 7, this is 8"},
     {"[[card]]\n[[card.memory_fault]]\naddress = 0\nstuck = 2",
      "my.toml:4: stuck takes 0 to 1, this is 2"},
+    {"[[card]]\n[[card.memory_fault]]\naddress = 0\nevery = -1",
+     "my.toml:4: every takes 0 to 68719476736, this is -1"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, FleetFileRefuses, testing::ValuesIn(kRefusals));

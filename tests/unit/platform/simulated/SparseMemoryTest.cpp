@@ -121,6 +121,21 @@ TEST(SparseMemory, SeveralStuckBitsOfOneByteAndInUntouchedMemory) {
     EXPECT_EQ(ReadBack(memory, 16 * kGiB - 2, 2), (std::vector<U8>{0, 0x18}));
 }
 
+TEST(SparseMemory, ARowOfStuckBitsReachesFromItsFirstByteToTheEnd) {
+    SparseMemory memory(2 * kBlock);
+    memory.StickBits(5, 3, 1, true);
+    for (const U64 address : {U64{0}, U64{5}, U64{6}, U64{7}, kBlock - 4, 2 * kBlock - 9}) {
+        std::vector<U8> expected(9);
+        for (U64 i = 0; i < 9; ++i)
+            expected[i] = address + i >= 5 && (address + i - 5) % 3 == 0 ? 2 : 0;
+        EXPECT_EQ(ReadBack(memory, address, 9), expected) << address;
+    }
+    EXPECT_EQ(ReadBack(memory, 6, 2), (std::vector<U8>{0, 0})) << "between two of them";
+    memory.StickBits(0, 1, 1, false);
+    EXPECT_EQ(ReadBack(memory, 0, 2 * kBlock), std::vector<U8>(2 * kBlock, 0));
+    EXPECT_EQ(memory.StoredBlocks(), 0U);
+}
+
 // Random writes, some of them patterns, against an array of bytes.
 TEST(SparseMemory, AgreesWithAPlainArray) {
     constexpr U64 kSize = 5 * kBlock + 777;
