@@ -34,6 +34,16 @@ struct MemoryFault {
     U64 every = 0;
 };
 
+// A broken data line: in what DMA transfers bring to one end, a bit of a 32-bit word of each 64 KiB
+// arrives as `stuck` whatever was sent.
+struct DmaFault {
+    bool toCard = false;  // else to the host
+    U32 word = 0;
+    U32 bit = 0;
+    U32 stuck = 1;
+};
+inline constexpr U32 kLastDmaWord = 64 * 1024 / sizeof(U32) - 1;
+
 // A register that does not power up with its default.
 struct SboxValue {
     U32 offset = 0;  // from the start of the SBOX region
@@ -84,6 +94,7 @@ struct Card {
     std::vector<SboxValue> sbox;
     std::vector<Fault> faults;
     std::vector<MemoryFault> memoryFaults;
+    std::vector<DmaFault> dmaFaults;
 };
 
 // A healthy card of a generation. It has no place on a host yet.

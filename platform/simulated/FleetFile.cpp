@@ -202,6 +202,24 @@ MemoryFault ReadMemoryFault(const Reader& reader, const toml::table& source, U64
     return fault;
 }
 
+DmaFault ReadDmaFault(const Reader& reader, const toml::table& source) {
+    Table table(reader, source, "");
+    DmaFault fault;
+    if (source.get("to") == nullptr)
+        reader.Fail(source, "a DMA fault names the end where it shows: to = \"card\"");
+    table.Converted<bool>("to", "\"card\" or \"host\"", fault.toCard,
+                          [](std::string_view text) -> std::optional<bool> {
+                              if (text != "card" && text != "host")
+                                  return std::nullopt;
+                              return text == "card";
+                          });
+    table.Integer("word", kLastDmaWord, fault.word);
+    table.Integer("bit", 31, fault.bit);
+    table.Integer("stuck", 1, fault.stuck);
+    table.RefuseUnknownKeys();
+    return fault;
+}
+
 // A whole number; one that TOML's signed numbers do not reach, as a text in hexadecimal digits.
 U64 ReadRegisterValue(const Reader& reader, const Table& table, const toml::node& node,
                       const SboxRegister& row) {
@@ -328,6 +346,9 @@ Card ReadCard(const Reader& reader, const toml::table& source, U32 index, const 
     });
     table.ForEachTable("memory_fault", [&](const toml::table& fault) {
         card.memoryFaults.push_back(ReadMemoryFault(reader, fault, card.memoryBytes));
+    });
+    table.ForEachTable("dma_fault", [&](const toml::table& fault) {
+        card.dmaFaults.push_back(ReadDmaFault(reader, fault));
     });
     table.RefuseUnknownKeys();
     return card;

@@ -17,7 +17,7 @@
 
 namespace simulated {
 
-// The file: this, then the four lists. A range here counts elements behind a byte offset.
+// The file: this, then the lists. A range here counts elements behind a byte offset.
 struct HostState::Header {
     U64 magic;
     U64 bytes;  // of the whole file
@@ -25,6 +25,7 @@ struct HostState::Header {
     Range hostFaults;
     Range cardFaults;
     Range memoryFaults;
+    Range dmaFaults;
     Range sbox;
 };
 
@@ -119,10 +120,12 @@ std::span<Element> HostState::Elements(const Range& bytes) const {
 void HostState::Create(const std::string& path, const Fleet& fleet) {
     std::size_t cardFaults = 0;
     std::size_t memoryFaults = 0;
+    std::size_t dmaFaults = 0;
     std::size_t sbox = 0;
     for (const Card& card : fleet.cards) {
         cardFaults += card.faults.size();
         memoryFaults += card.memoryFaults.size();
+        dmaFaults += card.dmaFaults.size();
         sbox += card.sbox.size();
     }
     Layout layout(sizeof(Header));
@@ -132,6 +135,7 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
     header.hostFaults = layout.Place<FaultState>(fleet.faults.size());
     header.cardFaults = layout.Place<FaultState>(cardFaults);
     header.memoryFaults = layout.Place<MemoryFault>(memoryFaults);
+    header.dmaFaults = layout.Place<DmaFault>(dmaFaults);
     header.sbox = layout.Place<SboxValue>(sbox);
     header.bytes = layout.End();
 
@@ -151,6 +155,7 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
         Set(hostFaultStates[i], fleet.faults[i]);
     U32 usedFaults = 0;
     U32 usedMemoryFaults = 0;
+    U32 usedDmaFaults = 0;
     U32 usedSbox = 0;
     for (std::size_t i = 0; i < fleet.cards.size(); ++i) {
         const Card& card = fleet.cards[i];
@@ -163,6 +168,9 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
             Append(state.Elements<MemoryFault>(header.memoryFaults), usedMemoryFaults,
                    card.memoryFaults.size(),
                    [&](MemoryFault& out, std::size_t n) { out = card.memoryFaults[n]; });
+        cardState.dmaFaults =
+            Append(state.Elements<DmaFault>(header.dmaFaults), usedDmaFaults, card.dmaFaults.size(),
+                   [&](DmaFault& out, std::size_t n) { out = card.dmaFaults[n]; });
         cardState.sbox = Append(state.Elements<SboxValue>(header.sbox), usedSbox, card.sbox.size(),
                                 [&](SboxValue& out, std::size_t n) { out = card.sbox[n]; });
     }
@@ -195,6 +203,11 @@ std::span<CardState> HostState::Cards() const {
 std::span<const MemoryFault> HostState::MemoryFaults(const CardState& card) const {
     return Elements<const MemoryFault>(Head().memoryFaults)
         .subspan(card.memoryFaults.first, card.memoryFaults.count);
+}
+
+std::span<const DmaFault> HostState::DmaFaults(const CardState& card) const {
+    return Elements<const DmaFault>(Head().dmaFaults)
+        .subspan(card.dmaFaults.first, card.dmaFaults.count);
 }
 
 std::span<const SboxValue> HostState::Sbox(const CardState& card) const {

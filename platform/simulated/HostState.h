@@ -68,6 +68,7 @@ struct CardState {
     std::atomic<U32> usageMode;  // ZEL_CARD_USAGE_MODE
     Range faults;
     Range memoryFaults;
+    Range dmaFaults;
     Range sbox;
 };
 
@@ -92,6 +93,7 @@ public:
 
     std::span<CardState> Cards() const;
     std::span<const MemoryFault> MemoryFaults(const CardState& card) const;
+    std::span<const DmaFault> DmaFaults(const CardState& card) const;
     std::span<const SboxValue> Sbox(const CardState& card) const;
 
     // Moves a card to another usage mode, and returns when the host has followed.

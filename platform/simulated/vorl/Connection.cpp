@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <utility>
 
 #include "Cancellation.h"
 #include "ServiceThread.h"
@@ -13,8 +14,11 @@
 
 namespace vorl {
 
-Connection::Connection(int socket)
-    : socket_(socket), outgoing_(kHeaderBytes + kMaxPayload), incoming_(kMaxPayload) {
+Connection::Connection(int socket, std::vector<BrokenLine> lines)
+    : socket_(socket),
+      lines_(std::move(lines)),
+      outgoing_(kHeaderBytes + kMaxPayload),
+      incoming_(kMaxPayload) {
     try {
         sender_ = StartServiceThread([this] { SendLoop(); });
         receiver_ = StartServiceThread([this] { ReceiveLoop(); });

@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "BrokenLine.h"
 #include "Ring.h"
 #include "Transfers.h"
 #include "WindowTable.h"
@@ -25,9 +26,9 @@ namespace vorl {
 
 class Connection {
 public:
-    // Over a connected stream socket, which the caller closes afterwards. Throws std::bad_alloc or
-    // std::system_error.
-    explicit Connection(int socket);
+    // Over a connected stream socket, which the caller closes afterwards; transfers pass over `lines`.
+    // Throws std::bad_alloc or std::system_error.
+    explicit Connection(int socket, std::vector<BrokenLine> lines = {});
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -87,6 +88,7 @@ private:
     bool TakeFenceDone(U32 id);
 
     const int socket_;
+    const std::vector<BrokenLine> lines_;
     std::vector<std::byte> outgoing_;  // the frame that is being sent; the sending thread's
     std::vector<std::byte> incoming_;  // the payload that is being received; the receiving thread's
 

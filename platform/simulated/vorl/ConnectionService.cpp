@@ -27,6 +27,11 @@ bool SendAll(int socket, std::span<const std::byte> bytes) {
     return true;
 }
 
+// Frames whose payload goes from memory to memory.
+bool CarriesTransfer(FrameType type) {
+    return type == FrameType::Write || type == FrameType::ReadDone;
+}
+
 bool ReceiveAll(int socket, std::span<std::byte> bytes) {
     while (!bytes.empty()) {
         const ssize_t received = recv(socket, bytes.data(), bytes.size(), 0);
@@ -85,6 +90,8 @@ size_t Connection::NextFrame() {
 }
 
 size_t Connection::PutFrame(const Header& header) {
+    if (CarriesTransfer(header.type))
+        PassOver(lines_, true, OutgoingPayload(PayloadBytes(header)));
     const HeaderBytes bytes = EncodeHeader(header);
     std::copy(bytes.begin(), bytes.end(), outgoing_.begin());
     return kHeaderBytes + PayloadBytes(header);
@@ -176,6 +183,8 @@ bool Connection::ReceiveFrame() {
     const std::span payload = std::span(incoming_).first(PayloadBytes(*header));
     if (!ReceiveAll(socket_, payload))
         return false;
+    if (CarriesTransfer(header->type))
+        PassOver(lines_, false, payload);
     const std::lock_guard lock(lock_);
     return Take(*header, payload);
 }

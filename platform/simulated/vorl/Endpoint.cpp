@@ -12,6 +12,7 @@
 
 #include "Address.h"
 #include "Cancellation.h"
+#include "Fault.h"
 
 namespace vorl {
 namespace {
@@ -38,11 +39,11 @@ void MakeBlocking(int fd) {
 
 Endpoint::Endpoint(U16 node) : node_(node), socket_(OpenSocket()) {}
 
-Endpoint::Endpoint(U16 node, UniqueFd connected)
+Endpoint::Endpoint(U16 node, U16 peer, UniqueFd connected)
     : node_(node),
       state_(State::Connected),
       socket_(std::move(connected)),
-      connection_(std::make_unique<Connection>(socket_.Get())) {}
+      connection_(std::make_unique<Connection>(socket_.Get(), BrokenLinesTo(peer))) {}
 
 void Endpoint::Close() {
     const std::lock_guard lock(lock_);
@@ -115,7 +116,7 @@ int Endpoint::ConnectNow(const vorl_portID& peer) {
     if (connect(socket_.Get(), address.Get(), address.length) != 0)
         return errno == EAGAIN ? -ECONNREFUSED : -errno;  // EAGAIN: too many wait
     MakeBlocking(socket_.Get());
-    connection_ = std::make_unique<Connection>(socket_.Get());
+    connection_ = std::make_unique<Connection>(socket_.Get(), BrokenLinesTo(peer.node));
     state_ = State::Connected;
     return 0;
 }
@@ -156,7 +157,7 @@ int Endpoint::Accept(vorl_portID* peer, std::shared_ptr<Endpoint>* accepted, boo
             vorl_portID from{};
             UniqueFd taken = TakeConnection(&from);
             if (taken.IsValid()) {
-                *accepted = std::make_shared<Endpoint>(node_, std::move(taken));
+                *accepted = std::make_shared<Endpoint>(node_, from.node, std::move(taken));
                 *peer = from;
                 return 0;
             }

@@ -18,8 +18,8 @@ class Endpoint {
 public:
     // An endpoint of `node` without a port. Throws std::system_error without a descriptor for it.
     explicit Endpoint(U16 node);
-    // The accepting end of a connection.
-    Endpoint(U16 node, UniqueFd connected);
+    // The accepting end of a connection from node `peer`.
+    Endpoint(U16 node, U16 peer, UniqueFd connected);
 
     int Descriptor() const { return socket_.Get(); }
 

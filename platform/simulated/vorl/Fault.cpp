@@ -1,13 +1,23 @@
-// Operations that are to fail, as the state of the simulated host has them.
+// Operations that are to fail and transfers that are to go wrong, as the state of the simulated host
+// has them.
 #include "Fault.h"
 
 #include "HostState.h"
 
 namespace vorl {
+namespace {
+
+// Null where there is none. Never destroyed: threads may still be in the library when the process
+// ends.
+const simulated::HostState* State() {
+    static const simulated::HostState* const state = simulated::HostState::Open().release();
+    return state;
+}
+
+}  // namespace
 
 bool InjectFault(const char* call, int* error) {
-    // Never destroyed: threads may still be in the library when the process ends.
-    static const simulated::HostState* const state = simulated::HostState::Open().release();
+    const simulated::HostState* const state = State();
     if (state == nullptr)
         return false;
     U32 status = 0;
@@ -18,6 +28,23 @@ bool InjectFault(const char* call, int* error) {
     }
     *error = static_cast<int>(status);
     return status != 0;
+}
+
+std::vector<BrokenLine> BrokenLinesTo(U16 peer) {
+    const simulated::HostState* const state = State();
+    std::vector<BrokenLine> lines;
+    if (state == nullptr)
+        return lines;
+    for (const simulated::CardState& card : state->Cards()) {
+        if (card.node + 1 != peer)
+            continue;
+        for (const simulated::DmaFault& fault : state->DmaFaults(card))
+            lines.push_back({.toPeer = fault.toCard,
+                             .word = fault.word,
+                             .bit = fault.bit,
+                             .stuck = fault.stuck != 0});
+    }
+    return lines;
 }
 
 }  // namespace vorl

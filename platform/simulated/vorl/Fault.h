@@ -1,5 +1,10 @@
-// Operations that are to fail on this simulated host.
+// Operations that are to fail on this simulated host, and transfers that are to go wrong.
 #pragma once
+
+#include <vector>
+
+#include "BrokenLine.h"
+#include "ZelTypes.h"
 
 namespace vorl {
 
@@ -7,5 +12,9 @@ namespace vorl {
 // Only the host's calls fail. Which card an endpoint is for is not known before it is connected, so
 // every card's faults count all of them.
 bool InjectFault(const char* call, int* error);
+
+// The broken lines between this node and the peer. The host has them for both: everything that a card
+// sends or receives passes its end.
+std::vector<BrokenLine> BrokenLinesTo(U16 peer);
 
 }  // namespace vorl

@@ -97,6 +97,13 @@ stuck = 0
 [[card.memory_fault]]
 address = 0
 every = 4096
+[[card.dma_fault]]
+to = "card"
+word = 16383
+bit = 31
+stuck = 0
+[[card.dma_fault]]
+to = "host"
 )");
     EXPECT_EQ(card.name, "Some Card");
     EXPECT_EQ(card.pcie, (PcieAddress{1, 0x83, 1, 2}));
@@ -145,6 +152,16 @@ every = 4096
     EXPECT_EQ(card.memoryFaults[0].stuck, 0U);
     EXPECT_EQ(card.memoryFaults[0].every, 0U);
     EXPECT_EQ(card.memoryFaults[1].every, 4096U);
+
+    ASSERT_THAT(card.dmaFaults, SizeIs(2));
+    EXPECT_TRUE(card.dmaFaults[0].toCard);
+    EXPECT_EQ(card.dmaFaults[0].word, 16383U);
+    EXPECT_EQ(card.dmaFaults[0].bit, 31U);
+    EXPECT_EQ(card.dmaFaults[0].stuck, 0U);
+    EXPECT_FALSE(card.dmaFaults[1].toCard);
+    EXPECT_EQ(card.dmaFaults[1].word, 0U);
+    EXPECT_EQ(card.dmaFaults[1].bit, 0U);
+    EXPECT_EQ(card.dmaFaults[1].stuck, 1U);
 }
 
 TEST(FleetFile, LimitsAreAccepted) {
@@ -291,6 +308,17 @@ constexpr Refusal kRefusals[] = {
      "my.toml:4: stuck takes 0 to 1, this is 2"},
     {"[[card]]\n[[card.memory_fault]]\naddress = 0\nevery = -1",
      "my.toml:4: every takes 0 to 68719476736, this is -1"},
+    {"[[card]]\n[[card.dma_fault]]\nword = 1",
+     "my.toml:2: a DMA fault names the end where it shows: to = \"card\""},
+    {"[[card]]\n[[card.dma_fault]]\nto = \"zel0\"", "my.toml:3: to takes \"card\" or \"host\""},
+    {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nword = 16384",
+     "my.toml:4: word takes 0 to 16383, this is 16384"},
+    {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nbit = 32",
+     "my.toml:4: bit takes 0 to 31, this is 32"},
+    {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nstuck = 2",
+     "my.toml:4: stuck takes 0 to 1, this is 2"},
+    {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nwrod = 1",
+     "my.toml:4: unknown key \"wrod\"; did you mean \"word\"?"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, FleetFileRefuses, testing::ValuesIn(kRefusals));

@@ -95,6 +95,7 @@ TEST_F(HostStateTest, LargestHostKeepsEveryCardsOwnLists) {
         Card card = CardWith({FaultOf("ZelGetUUID", i + 1, 0, 1)});
         card.deviceId = i;
         card.memoryFaults = {{.address = i, .bit = 1, .stuck = 0}, {.address = i + 1U}};
+        card.dmaFaults.resize(i % 3, {.toCard = true, .word = i});
         card.sbox = {{.offset = 4 * i, .width = 32, .value = i}};
         fleet.cards.push_back(card);
     }
@@ -108,6 +109,11 @@ TEST_F(HostStateTest, LargestHostKeepsEveryCardsOwnLists) {
         ASSERT_EQ(host->MemoryFaults(card).size(), 2U);
         EXPECT_EQ(host->MemoryFaults(card)[0].address, i);
         EXPECT_EQ(host->MemoryFaults(card)[1].stuck, 1U);
+        ASSERT_EQ(host->DmaFaults(card).size(), i % 3);
+        for (const DmaFault& fault : host->DmaFaults(card)) {
+            EXPECT_TRUE(fault.toCard);
+            EXPECT_EQ(fault.word, i);
+        }
         ASSERT_EQ(host->Sbox(card).size(), 1U);
         EXPECT_EQ(host->Sbox(card)[0].value, i);
         EXPECT_EQ(host->FailCardCall(card, "ZelGetUUID"), i + 1);

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <cerrno>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -28,14 +30,14 @@ protected:
         Open();
     }
 
-    void Open() {
+    void Open(std::vector<vorl::BrokenLine> lines = {}) {
         int ends[2];
         if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
             throw std::system_error(errno, std::generic_category());
         connection_.reset();
         peer_ = vorl::UniqueFd(ends[0]);
         socket_ = vorl::UniqueFd(ends[1]);
-        connection_ = std::make_unique<vorl::Connection>(socket_.Get());
+        connection_ = std::make_unique<vorl::Connection>(socket_.Get(), std::move(lines));
     }
 
     // The third page of five.
@@ -106,6 +108,53 @@ TEST_F(Connection, AnswersAWriteWithinAWindow) {
     EXPECT_EQ(Window()[4091], std::byte{kUntouched});
     EXPECT_EQ(Window()[4092], std::byte{0x22});
     EXPECT_EQ(Window()[4095], std::byte{0x22});
+    EXPECT_TRUE(Untouched());
+}
+
+// The four ways of a transfer's bytes: the peer's and the own requests, writing and reading.
+TEST_F(Connection, BrokenLinesSpoilWhatTransfersBringAndNoMessage) {
+    Open({{.toPeer = true, .word = 0, .bit = 0, .stuck = true},
+          {.toPeer = false, .word = 0, .bit = 2, .stuck = true}});
+    Register();
+    Send({.type = FrameType::Write, .id = 1, .offset = kBase, .length = 4}, 4);
+    EXPECT_EQ(Receive(), (Header{.type = FrameType::WriteDone, .id = 1}));
+    EXPECT_EQ(Window()[0], std::byte{0x26}) << "the peer's write";
+    EXPECT_EQ(Window()[1], std::byte{0x22});
+
+    Send({.type = FrameType::Read, .id = 2, .offset = kBase + 8, .length = 4});
+    EXPECT_EQ(Receive(), (Header{.type = FrameType::ReadDone, .id = 2, .length = 4}));
+    EXPECT_EQ(payload_[0], std::byte{kUntouched | 1}) << "the peer's read";
+
+    std::memset(Window(), 0x40, kPage);
+    ASSERT_EQ(
+        connection_->TransferBytes(
+            {.direction = vorl::Direction::ToPeer, .local = kBase, .remote = kBase, .length = 4}),
+        0);
+    const auto write = Receive();
+    ASSERT_TRUE(write && write->type == FrameType::Write);
+    EXPECT_EQ(payload_[0], std::byte{0x41}) << "the own write";
+    EXPECT_EQ(Window()[0], std::byte{0x40}) << "what was sent stays as it is";
+    Send({.type = FrameType::WriteDone, .id = write->id});
+
+    ASSERT_EQ(
+        connection_->TransferBytes(
+            {.direction = vorl::Direction::FromPeer, .local = kBase, .remote = kBase, .length = 4}),
+        0);
+    const auto read = Receive();
+    ASSERT_TRUE(read && read->type == FrameType::Read);
+    Send({.type = FrameType::ReadDone, .id = read->id, .length = 4}, 4);
+    int mark = 0;
+    ASSERT_EQ(connection_->MarkOwn(&mark), 0);
+    ASSERT_EQ(connection_->WaitForMark(mark), 0);
+    EXPECT_EQ(Window()[0], std::byte{0x26}) << "the own read";
+
+    Send({.type = FrameType::Message, .length = 4}, 4);
+    std::array<std::byte, 4> message{};
+    ASSERT_EQ(connection_->Receive(message, true), 4);
+    EXPECT_EQ(message[0], std::byte{0x22});
+    ASSERT_EQ(connection_->Send(message, true), 4);
+    EXPECT_EQ(Receive(), (Header{.type = FrameType::Message, .length = 4}));
+    EXPECT_EQ(payload_[0], std::byte{0x22});
     EXPECT_TRUE(Untouched());
 }
 
