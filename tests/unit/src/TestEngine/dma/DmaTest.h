@@ -3,38 +3,14 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <string>
 
 #include "CommonTool/ShellExecuter.h"
+#include "Door.h"
 #include "FakeLinks.h"
 #include "FakeThreads.h"
 #include "TestEngine/RunningTest.h"
-
-// A door that threads wait at until the test opens it.
-class Door {
-public:
-    void Open() {
-        const std::lock_guard lock(lock_);
-        open_ = true;
-        changed_.notify_all();
-    }
-    void Close() {
-        const std::lock_guard lock(lock_);
-        open_ = false;
-    }
-    void Await() {
-        std::unique_lock lock(lock_);
-        changed_.wait(lock, [this] { return open_; });
-    }
-
-private:
-    std::mutex lock_;
-    std::condition_variable changed_;
-    bool open_ = false;
-};
 
 class DmaTest : public RunningTest {
 protected:
@@ -79,6 +55,19 @@ protected:
     void Run(I16 expectedStatus = k_TestFinished) {
         executing_.Close();
         RunningTest::Run(expectedStatus);
+    }
+
+    // Opens the library and no card.
+    static void OpenLibrary() { ASSERT_TRUE(zelAccess->setAccessHandle()); }
+
+    // What the test's function is called with.
+    U64 Block() const { return reinterpret_cast<U64>(group_.frontEnd->gen); }
+
+    // Group and test under which the summary notes an error now.
+    static std::string NameInSummary() {
+        TE::SUMMARY_INSTANCE.LogError("");
+        const std::string line = SummaryErrors().back();
+        return line.substr(0, line.find(':'));
     }
 
     // Workers that the test gave up have ended.

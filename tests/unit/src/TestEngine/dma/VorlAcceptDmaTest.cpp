@@ -1,3 +1,4 @@
+// The accepting half, as far as it differs from the connecting one; see VorlExchangeTest.cpp.
 #include "TestEngine/dma/VorlAcceptDma.h"
 
 #include <gmock/gmock.h>
@@ -5,7 +6,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 
+#include "Door.h"
 #include "ExchangeTest.h"
 
 namespace {
@@ -20,25 +23,19 @@ constexpr char kFailed[] = "ZelToHostDMA::VorlAccept Test failed\n\n";
 
 class VorlAcceptDma : public ExchangeTest {
 protected:
-    unsigned int Accept(unsigned int pages = 1, unsigned int buffers = 1, unsigned int fixed = 0,
-                        unsigned int keep = 0) {
+    unsigned int Accept(unsigned int pages = 1, unsigned int buffers = 1, unsigned int fixed = 0) {
         state_ = kPreset;
-        errors_.clear();
-        const VorlErrorSink sink{
-            [](void* errors, const char* text) { static_cast<Texts*>(errors)->push_back(text); },
-            &errors_};
-        return Run([&] { return vorl_accept_dma(pages, buffers, fixed, keep, &state_, sink); });
+        return Run([&] { return vorl_accept_dma(pages, buffers, fixed, 0, &state_); });
     }
 
     U32 state_ = kPreset;
-    Texts errors_;
 };
 
 TEST_F(VorlAcceptDma, KeepsTheOrderOfSteps) {
     EXPECT_EQ(Accept(), 0U);
     EXPECT_EQ(out_, kSuccess);
     EXPECT_EQ(state_, 1U);
-    EXPECT_THAT(errors_, IsEmpty());
+    EXPECT_THAT(Errors(), IsEmpty());
     EXPECT_THAT(
         calls_,
         ElementsAre("vorl_open()", "vorl_bind(3, 130)", "vorl_listen(3, 16)",
@@ -81,29 +78,24 @@ TEST_F(VorlAcceptDma, BuffersHoldThePatternBeforeAndAfter) {
     EXPECT_EQ(checked, 2U);
 }
 
-TEST_F(VorlAcceptDma, LeavesWindowsRegisteredWhenToldTo) {
-    EXPECT_EQ(Accept(1, 1, 0, 1), 0U);
-    EXPECT_EQ(out_, kSuccess);
-    EXPECT_EQ(CallsOf("vorl_send").size(), 4U);
-    EXPECT_THAT(CallsOf("vorl_unregister"), IsEmpty());
-}
-
-TEST_F(VorlAcceptDma, AcceptsExactly64MiBAndRefusesAPageMore) {
-    EXPECT_EQ(Accept(16384, 1), 0U);
-    EXPECT_EQ(Accept(16385, 1), 1U);
-    EXPECT_EQ(out_, std::string("Exceeded max unit test transfer size 64MB\n") + kFailed);
-    EXPECT_THAT(errors_, ElementsAre("Exceeded max unit test transfer size 64MB"));
-    EXPECT_THAT(calls_, IsEmpty());
-    EXPECT_EQ(state_, kPreset);
-}
-
 // Unlike the connecting half.
 TEST_F(VorlAcceptDma, ReckonsTheSizeWith64Bits) {
     EXPECT_EQ(Accept(0x100000, 1), 1U);
-    EXPECT_THAT(errors_, ElementsAre("Exceeded max unit test transfer size 64MB"));
+    EXPECT_THAT(Errors(), ElementsAre("Exceeded max unit test transfer size 64MB"));
     EXPECT_EQ(Accept(0x80000, 1), 1U);
-    EXPECT_THAT(errors_, ElementsAre("Exceeded max unit test transfer size 64MB"));
+    EXPECT_THAT(Errors(), ElementsAre("Exceeded max unit test transfer size 64MB"));
     EXPECT_THAT(calls_, IsEmpty());
+}
+
+TEST_F(VorlAcceptDma, TellsItsErrorsToTheGivenTakerInsteadOfTheSummary) {
+    Texts errors;
+    const VorlErrorSink sink{
+        [](void* taken, const char* text) { static_cast<Texts*>(taken)->push_back(text); },
+        &errors};
+    fakes::Vorl().Fail("vorl_listen", EINVAL);
+    EXPECT_EQ(Run([&] { return vorl_accept_dma(1, 1, 0, 0, &state_, sink); }), 1U);
+    EXPECT_THAT(errors, ElementsAre("'vorl_listen' failed"));
+    EXPECT_THAT(Errors(), IsEmpty());
 }
 
 // A library operation that fails, and what is said of it.
@@ -123,25 +115,17 @@ TEST_P(VorlAcceptDmaFailure, IsReported) {
     fakes::Vorl().Fail(failure.operation, failure.error, failure.skip);
     EXPECT_EQ(Accept(1, 2), 1U);
     EXPECT_EQ(out_, std::string(failure.text) + kFailed);
-    EXPECT_THAT(errors_, ElementsAre(failure.summary));
+    EXPECT_THAT(Errors(), ElementsAre(failure.summary));
     EXPECT_EQ(state_, failure.accepted ? 1U : kPreset);
     EXPECT_EQ(CallsOf(failure.operation).size(), failure.skip + 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Operations, VorlAcceptDmaFailure,
-    ::testing::Values(Failure{"vorl_open", 0, ENODEV, "vorl_open failed with error 19\n",
-                              "'vorl_open' failed", false},
-                      Failure{"vorl_bind", 0, EADDRINUSE, "vorl_bind failed with error 98\n",
-                              "'vorl_bind' failed", false},
-                      Failure{"vorl_listen", 0, EINVAL, "Listen ioctl failed with error 22\n",
+    ::testing::Values(Failure{"vorl_listen", 0, EINVAL, "Listen ioctl failed with error 22\n",
                               "'vorl_listen' failed", false},
                       Failure{"vorl_accept", 0, ECONNABORTED, "vorl_accept failed with errno 103\n",
                               "'vorl_accept' failed", false},
-                      Failure{"vorl_register", 0, ENOMEM, "vorl_register failed with err 12\n",
-                              "'vorl_register' failed", true},
-                      Failure{"vorl_register", 1, ENOMEM, "vorl_register failed with err 12\n",
-                              "'vorl_register' failed", true},
                       Failure{"vorl_writeto", 0, ENXIO, "vorl_writeto failed with err 6\n",
                               "'vorl_writeto' failed", true},
                       Failure{"vorl_writeto", 1, ENXIO, "vorl_writeto failed with err 6\n",
@@ -149,9 +133,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Failure{"vorl_readfrom", 0, EACCES, "vorl_readfrom failed with err 13\n",
                               "'vorl_readfrom' failed", true},
                       Failure{"vorl_readfrom", 1, EACCES, "vorl_readfrom failed with err 13\n",
-                              "'vorl_readfrom' failed", true},
-                      Failure{"vorl_unregister", 1, EINVAL, "vorl_unregister failed with err 22\n",
-                              "'vorl_unregister' failed", true}));
+                              "'vorl_readfrom' failed", true}));
 
 TEST_F(VorlAcceptDma, ATransferFailsWithAnyResultButZero) {
     fakes::Vorl().Return("vorl_writeto", 4096, EIO);
@@ -165,26 +147,8 @@ TEST_F(VorlAcceptDma, NobodyToAcceptFailsAtTheRegistration) {
     EXPECT_EQ(Accept(), 1U);
     EXPECT_EQ(state_, 1U);
     EXPECT_EQ(out_, std::string("vorl_register failed with err 9\n") + kFailed);
-    EXPECT_THAT(errors_, ElementsAre("'vorl_register' failed"));
+    EXPECT_THAT(Errors(), ElementsAre("'vorl_register' failed"));
     EXPECT_THAT(CallsOf("vorl_close"), ElementsAre("vorl_close(3)"));
-}
-
-TEST_F(VorlAcceptDma, ReportsAListOfBuffersThatDoesNotFit) {
-    fakes::Memory().FailArray();
-    EXPECT_EQ(Accept(), 1U);
-    EXPECT_EQ(out_, std::string("buffer allocation failed ENOMEM\n") + kFailed);
-    EXPECT_THAT(errors_, ElementsAre("buffer allocation failed"));
-}
-
-TEST_F(VorlAcceptDma, ReturnsTheErrorOfABufferThatDoesNotFit) {
-    // Two for each window, and the last one.
-    for (const unsigned skip : {0U, 1U, 2U, 3U, 4U}) {
-        fakes::Memory().FailAligned(ENOMEM, skip);
-        EXPECT_EQ(Accept(1, 2), static_cast<unsigned int>(ENOMEM));
-        EXPECT_EQ(out_, std::string("posix_memalign failed 12\n") + kFailed);
-        EXPECT_THAT(errors_, ElementsAre("'posix_memalign' failed"));
-        EXPECT_THAT(CallsOf("vorl_register"), IsEmpty());
-    }
 }
 
 TEST_F(VorlAcceptDma, AClockThatFailsBeforeATransferPreventsIt) {
@@ -192,7 +156,7 @@ TEST_F(VorlAcceptDma, AClockThatFailsBeforeATransferPreventsIt) {
     errno = 0;
     EXPECT_EQ(Accept(), 1U);
     EXPECT_EQ(out_, std::string("gettimeofday failed with err 22\n") + kFailed);
-    EXPECT_THAT(errors_, ElementsAre("'gettimeofday' failed"));
+    EXPECT_THAT(Errors(), ElementsAre("'gettimeofday' failed"));
     EXPECT_THAT(CallsOf("vorl_writeto"), IsEmpty());
 }
 
@@ -207,86 +171,73 @@ TEST_F(VorlAcceptDma, AClockThatFailsAfterATransferFailsTheExchange) {
     }
 }
 
-struct Place {
-    unsigned buffer;
-    size_t word;
-};
-
-class VorlAcceptDmaWrongWord : public VorlAcceptDma, public ::testing::WithParamInterface<Place> {};
-
-TEST_P(VorlAcceptDmaWrongWord, IsReportedWithItsPlace) {
-    const auto [buffer, word] = GetParam();
-    fakes::Vorl().Spoil(buffer, word, 0xADADADAD);
-    EXPECT_EQ(Accept(1, 2), 1U);
-    EXPECT_EQ(out_, "Msg integrity mismatch i " + std::to_string(buffer) + " j " +
-                        std::to_string(word) + " self_addr adadadad expected acacacac\n" + kFailed);
-    EXPECT_THAT(errors_, ElementsAre("Message integrity mismatch"));
-    EXPECT_EQ(CallsOf("vorl_send").size(), 3U);
-}
-
-INSTANTIATE_TEST_SUITE_P(Places, VorlAcceptDmaWrongWord,
-                         ::testing::Values(Place{0, 0}, Place{0, 1023}, Place{1, 0},
-                                           Place{1, 1023}));
-
-struct Message {
-    const char* operation;
-    unsigned exchange;
-    const char* label;
-};
-
-class VorlAcceptDmaMessage : public VorlAcceptDma, public ::testing::WithParamInterface<Message> {};
-
-TEST_P(VorlAcceptDmaMessage, ThatFailsEndsTheExchangeWithWhatTheCallReturned) {
-    const Message& message = GetParam();
-    for (const int result : {-1, 0}) {
-        fakes::Vorl().Reset();
-        fakes::Vorl().Return(message.operation, result, ECONNRESET, message.exchange);
-        EXPECT_EQ(Accept(), static_cast<unsigned int>(result));
-        EXPECT_EQ(out_, std::string(message.operation) + " for msg -" + message.label +
-                            "- failed with err " + std::to_string(result) + "\n" +
-                            (result == 0 ? kSuccess : kFailed));
-        EXPECT_EQ(CallsOf(message.operation).size(), message.exchange + 1);
-        EXPECT_THAT(errors_, IsEmpty());
+// A thread that runs the half and may be cancelled at any time.
+class CancellableHalf {
+public:
+    explicit CancellableHalf(U32* state) {
+        const auto worker = [](void* half) -> void* {
+            pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
+            pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
+            vorl_accept_dma(1, 1, 0, 0, static_cast<U32*>(half));
+            return nullptr;
+        };
+        EXPECT_EQ(pthread_create(&thread_, nullptr, worker, state), 0);
     }
-}
+    void Cancel() const { EXPECT_EQ(pthread_cancel(thread_), 0); }
+    void* Join() const {
+        void* result = nullptr;
+        EXPECT_EQ(pthread_join(thread_, &result), 0);
+        return result;
+    }
 
-INSTANTIATE_TEST_SUITE_P(
-    Messages, VorlAcceptDmaMessage,
-    ::testing::Values(Message{"vorl_send", 0, "vorl_register done"},
-                      Message{"vorl_recv", 0, "vorl_register done"},
-                      Message{"vorl_send", 1, "vorl_writeto done"},
-                      Message{"vorl_recv", 1, "vorl_writeto done"},
-                      Message{"vorl_send", 2, "vorl_writeto peer content verification wait"},
-                      Message{"vorl_recv", 2, "vorl_writeto peer content verification wait"},
-                      Message{"vorl_send", 3, "vorl_readfrom done"},
-                      Message{"vorl_recv", 3, "vorl_readfrom done"},
-                      Message{"vorl_send", 4, "Unregister done"},
-                      Message{"vorl_recv", 4, "Unregister done"}));
-
-TEST_F(VorlAcceptDma, QuietModeSilencesItsLines) {
-    ifstSetupParams.bQuietMode = 1;
-    EXPECT_EQ(Accept(), 0U);
-    EXPECT_EQ(out_, "");
-}
+private:
+    pthread_t thread_{};
+};
 
 TEST_F(VorlAcceptDma, IsCancelledWhereItWaitsAndReleasesWhatItHolds) {
-    const auto worker = [](void* state) -> void* {
-        pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
-        pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
-        vorl_accept_dma(1, 1, 0, 0, static_cast<U32*>(state));
-        return nullptr;
-    };
     fakes::Vorl().BlockAccept();
-    pthread_t thread{};
-    ASSERT_EQ(pthread_create(&thread, nullptr, worker, &state_), 0);
+    const CancellableHalf half(&state_);
     fakes::Vorl().AwaitBlocked();
     EXPECT_THAT(fakes::Vorl().OpenEndpoints(), Not(IsEmpty()));
-    EXPECT_EQ(pthread_cancel(thread), 0);
-    void* result = nullptr;
-    ASSERT_EQ(pthread_join(thread, &result), 0);
-    EXPECT_EQ(result, PTHREAD_CANCELED);
+    half.Cancel();
+    EXPECT_EQ(half.Join(), PTHREAD_CANCELED);
     EXPECT_EQ(state_, kPreset);
     EXPECT_THAT(fakes::Vorl().OpenEndpoints(), IsEmpty());
+}
+
+// A data log that keeps its writer until the test lets it go on.
+struct SlowLog {
+    Door reached;
+    Door released;
+    std::string text;
+
+    static ssize_t Write(void* cookie, const char* text, size_t length) {
+        auto& log = *static_cast<SlowLog*>(cookie);
+        log.reached.Open();
+        log.released.Await();
+        log.text.append(text, length);
+        return static_cast<ssize_t>(length);
+    }
+};
+
+TEST_F(VorlAcceptDma, IsNotCancelledWhileItPrints) {
+    SlowLog log;
+    FILE* const file = fopencookie(
+        &log, "w", {.read = nullptr, .write = SlowLog::Write, .seek = nullptr, .close = nullptr});
+    ASSERT_NE(file, nullptr);
+    std::setvbuf(file, nullptr, _IONBF, 0);
+    ifstSetupParams.bQuietMode = 1;
+    ifstSetupParams.logCtl.logEna = 1;
+    ifstSetupParams.logCtl.dataLogHndl = file;
+    fakes::Vorl().Fail("vorl_listen", EINVAL);
+    const CancellableHalf half(&state_);
+    log.reached.Await();
+    half.Cancel();
+    log.released.Open();
+    half.Join();  // cancelled behind the half's end, or not at all
+    EXPECT_EQ(log.text, std::string("Listen ioctl failed with error 22\n") + kFailed);
+    EXPECT_THAT(fakes::Vorl().OpenEndpoints(), IsEmpty());
+    std::fclose(file);
 }
 
 }  // namespace
