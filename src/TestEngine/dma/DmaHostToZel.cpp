@@ -14,15 +14,7 @@ namespace {
 constexpr char kFile[] = "TestEngine/dma/DmaHostToZel";
 constexpr unsigned int kUploadPollSeconds = 3;
 
-constexpr DmaPeer kPeer = {
-    .er1xProgram = "vorl_accept_dma_zel_er1x",
-    .ev1xProgram = "vorl_accept_dma_zel_ev1x",
-    .wholeName = false,
-    .successText = "ZelVorlAcceptDMA Test success",
-    .missingText = "ZelVorlAcceptDMA Test success  not found in command output ",
-};
-
-void* threadFuncVorlAccept(void* pass) {
+bool AllowCancellation() {
     if (pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr) != 0) {
         ZEL_TRACE(DLVL_ERROR,
                   "Failed to set cancel type of the thread in Host to  Ostrel(R) Vimbra(TM) "
@@ -30,14 +22,27 @@ void* threadFuncVorlAccept(void* pass) {
         ifstFailTest(
             kFile, 43,
             "Failed to detach the thread in Host to Ostrel(R) Vimbra(TM) Coprocessor DMA \n");
-        return DmaWorkerResult(1);
+        return false;
     }
     if (pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr) != 0) {
         ZEL_TRACE(DLVL_ERROR,
                   "Failed to set cancel state of the thread in Host to Coprocessor DMA \n");
         ifstFailTest(kFile, 53, "Failed to detach the thread in Host to  Coprocessor DMA \n");
-        return DmaWorkerResult(1);
+        return false;
     }
+    return true;
+}
+
+constexpr DmaPeer kPeer = {
+    .er1xProgram = "vorl_accept_dma_zel_er1x",
+    .ev1xProgram = "vorl_accept_dma_zel_ev1x",
+    .wholeName = false,
+    .successText = "ZelVorlAcceptDMA Test success",
+    .missingText = "ZelVorlAcceptDMA Test success  not found in command output ",
+    .allowCancellation = AllowCancellation,
+};
+
+void* threadFuncVorlAccept(void* pass) {
     return DmaRunPeer(*static_cast<DmaPass*>(pass), kPeer);
 }
 

@@ -20,14 +20,6 @@ constexpr unsigned int kUploadPollSeconds = 5;
 constexpr U32 kNotAccepted = 0xFFFFFFFF;
 constexpr U32 kAccepted = 1;
 
-constexpr DmaPeer kPeer = {
-    .er1xProgram = "vorl_connect_dma_zel_er1x",
-    .ev1xProgram = "vorl_connect_dma_zel_ev1x",
-    .wholeName = true,
-    .successText = "ZelVorlConnectDMA Test success",
-    .missingText = "ZelVorlConnectDMA Test success  not found in command output",
-};
-
 // The host's half. Cancellation reaches it in vorl_accept_dma only where that lets it in, but these
 // frames at any instruction until it has returned: they own nothing.
 void* AcceptFromPeer(DmaPass& pass) {
@@ -62,19 +54,32 @@ void* threadFuncVorlAccept(void* argument) {
     return result;
 }
 
-void* threadFuncVorlConnect(void* pass) {
+bool AllowCancellation() {
     if (pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr) != 0) {
         ZEL_TRACE(DLVL_ERROR,
                   "Failed to set cancel type of the thread in Host to Ostrel(R) Vimbra(TM) "
                   "Coprocessor DMA \n");
-        return DmaWorkerResult(1);
+        return false;
     }
     if (pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr) != 0) {
         ZEL_TRACE(DLVL_ERROR,
                   "Failed to set cancel state of the thread in Host to Ostrel(R) Vimbra(TM) "
                   "Coprocessor DMA \n");
-        return DmaWorkerResult(1);
+        return false;
     }
+    return true;
+}
+
+constexpr DmaPeer kPeer = {
+    .er1xProgram = "vorl_connect_dma_zel_er1x",
+    .ev1xProgram = "vorl_connect_dma_zel_ev1x",
+    .wholeName = true,
+    .successText = "ZelVorlConnectDMA Test success",
+    .missingText = "ZelVorlConnectDMA Test success  not found in command output",
+    .allowCancellation = AllowCancellation,
+};
+
+void* threadFuncVorlConnect(void* pass) {
     return DmaRunPeer(*static_cast<DmaPass*>(pass), kPeer);
 }
 

@@ -54,6 +54,8 @@ void* RunPeer(DmaPass& pass, const DmaPeer& peer) {
     try {
         ZelPutHelper put;
         ZelCmdHelper cmd;
+        if (!peer.allowCancellation())
+            return DmaWorkerResult(1);
         put.Upload(pass.program, output, pass.card, kCardFolder);
         pass.scpComplete = true;
         cmd.Execute(pass.program, output, kArguments, pass.card, "");

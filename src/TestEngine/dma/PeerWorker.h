@@ -28,13 +28,14 @@ struct DmaPass {
     DmaPass* nextAbandoned = nullptr;
 };
 
-// Which programs a test uploads, what they print, and what the worker says.
+// Which programs a test uploads, what they print, and what the worker does and says of its own.
 struct DmaPeer {
     const char* er1xProgram;
     const char* ev1xProgram;
     bool wholeName;  // the card's name must be the brand text; else it need only begin with it
     const char* successText;
     const char* missingText;
+    bool (*allowCancellation)();  // of the worker, at any time; reports what fails
 };
 
 class DmaWorker {
@@ -73,6 +74,6 @@ inline void* DmaWorkerResult(int value) {
 // Fills the record of an uploading worker for the open card.
 void DmaChoosePeer(DmaPass& pass, const DmaPeer& peer);
 
-// An uploading worker's work: copies the program, runs it to its end, looks for the success text.
-// Failures are printed. Returns the worker's result.
+// An uploading worker's work: looks for the clients, allows cancellation, copies the program, runs it
+// to its end, looks for the success text. Failures are printed. Returns the worker's result.
 void* DmaRunPeer(DmaPass& pass, const DmaPeer& peer);

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 
+#include "CommonException.h"
 #include "DmaTest.h"
 #include "TestEngine/dma/Dma.h"
 
@@ -70,9 +71,30 @@ TEST_F(DmaHostToZel, ANameThatBeginsWithTheBrandTextIsOfTheCurrentGeneration) {
     EXPECT_THAT(fakes::Shell().Commands(), ElementsAre(Upload(kEr1x), Execution(kEr1x)));
 }
 
+TEST_F(DmaHostToZel, ABeginningOfTheBrandTextIsNotOfTheCurrentGeneration) {
+    Card().name.pop_back();
+    Run();
+    EXPECT_THAT(fakes::Shell().Commands(), ElementsAre(Upload(kEv1x), Execution(kEv1x)));
+}
+
+TEST_F(DmaHostToZel, WithoutAnOpenCardTakesTheOlderProgramAndTheHostsNode) {
+    OpenLibrary();
+    Run();
+    EXPECT_THAT(fakes::Shell().Commands(), ElementsAre(Upload(kEv1x, -1), Execution(kEv1x, -1)));
+    EXPECT_THAT(done_, Contains("vorl_connect(3, 0:130)"));
+}
+
+TEST_F(DmaHostToZel, AsksForTheHandleBeforeAnythingElse) {
+    group_.frontEnd->gen->valid = 0;
+    EXPECT_THROW(Dma_DmaHostToZel(Block()), CommonException);
+    EXPECT_EQ(NameInSummary(), "DmaDiag.<none>");
+    EXPECT_EQ(EventCount(), 77);
+}
+
 TEST_F(DmaHostToZel, DoesNothingWhileTheGroupIsNotValid) {
     group_.frontEnd->gen->valid = 0;
     Run(0);
+    EXPECT_EQ(NameInSummary(), "DmaDiag.HostToZel");
     EXPECT_EQ(EventCount(), 77);
     EXPECT_THAT(fakes::Shell().Commands(), IsEmpty());
     EXPECT_THAT(done_, IsEmpty());
@@ -234,6 +256,17 @@ TEST_F(DmaHostToZel, ShowsWhatIsMissingOnTheHost) {
         fakes::Shell().SetFile(file, true);
     }
     EXPECT_THAT(fakes::Shell().Commands(), IsEmpty());
+}
+
+TEST_F(DmaHostToZel, LooksForTheClientsBeforeItAllowsCancellation) {
+    waitForUpload_ = false;
+    onSleep_ = [this](unsigned) { AwaitWorkers(); };
+    fakes::Shell().SetFile("/usr/bin/ssh", false);
+    fakes::Threads().Fail("pthread_setcanceltype", EINVAL);
+    Run();
+    EXPECT_THAT(out_, HasSubstr("Could not find ZelCmd path"));
+    EXPECT_EQ(err_, FailLine(kFile, 153, kConnectFailed));
+    fakes::Threads().Reset();  // the failure that nothing met
 }
 
 TEST_F(DmaHostToZel, ReportsAWorkerWhoseCancellationCannotBeSet) {

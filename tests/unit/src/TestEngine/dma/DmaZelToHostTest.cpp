@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "CommonException.h"
 #include "DmaTest.h"
 #include "TestEngine/dma/Dma.h"
 
@@ -65,9 +66,29 @@ TEST_F(DmaZelToHost, OnlyTheExactNameIsOfTheCurrentGeneration) {
     EXPECT_THAT(fakes::Shell().Commands(), ElementsAre(Upload(kEv1x), Execution(kEv1x)));
 }
 
+TEST_F(DmaZelToHost, ABeginningOfTheBrandTextIsNotOfTheCurrentGeneration) {
+    Card().name.pop_back();
+    Run();
+    EXPECT_THAT(fakes::Shell().Commands(), ElementsAre(Upload(kEv1x), Execution(kEv1x)));
+}
+
+TEST_F(DmaZelToHost, WithoutAnOpenCardTakesTheOlderProgram) {
+    OpenLibrary();
+    Run();
+    EXPECT_THAT(fakes::Shell().Commands(), ElementsAre(Upload(kEv1x, -1), Execution(kEv1x, -1)));
+}
+
+TEST_F(DmaZelToHost, AsksForTheHandleBeforeItNamesItself) {
+    group_.frontEnd->gen->valid = 0;
+    EXPECT_THROW(Dma_DmaZelToHost(Block()), CommonException);
+    EXPECT_EQ(NameInSummary(), "DmaDiag.<none>");
+    EXPECT_EQ(EventCount(), 77);
+}
+
 TEST_F(DmaZelToHost, DoesNothingWhileTheGroupIsNotValid) {
     group_.frontEnd->gen->valid = 0;
     Run(0);
+    EXPECT_EQ(NameInSummary(), "DmaDiag.ZelToHost");
     EXPECT_EQ(EventCount(), 77);
     EXPECT_THAT(done_, IsEmpty());
 }
@@ -131,6 +152,41 @@ TEST_F(DmaZelToHost, CancelsAHostHalfThatStillRuns) {
     AwaitWorkers();
     EXPECT_THAT(fakes::Vorl().OpenEndpoints(), IsEmpty());
     EXPECT_THAT(out_, Not(HasSubstr("ZelToHostDMA::VorlAccept")));
+}
+
+// The callback of the trace library has no argument for it.
+struct InTrace {
+    static inline Door reached;
+    static inline Door released;
+    static inline std::atomic<bool> passed{false};
+
+    static void Begin() {
+        reached.Close();
+        released.Close();
+        passed = false;
+    }
+    static void Pass(const char*, ...) {
+        reached.Open();
+        released.Await();
+        passed = true;
+    }
+};
+
+// The worker whose half has failed says so: a cancellation in the middle of that would leave a lock.
+TEST_F(DmaZelToHost, CancelsNoWorkerInTheMiddleOfItsTrace) {
+    fakes::Vorl().Fail("vorl_listen", EINVAL);
+    InTrace::Begin();
+    fakes::Trace().SetPrintCallback(InTrace::Pass);
+    execute_ = [this](const std::string&) {
+        InTrace::reached.Await();
+        return ShellAnswer{.output = successText_};
+    };
+    Run();
+    ExpectFailed(kFile, 200, "Thread canceled.\n", "DmaDiag.ZelToHost: Thread canceled");
+    InTrace::released.Open();
+    AwaitWorkers();
+    EXPECT_TRUE(InTrace::passed);
+    EXPECT_THAT(Traced(DLVL_ERROR), ElementsAre(kHalfFailed));
 }
 
 TEST_F(DmaZelToHost, RunsAgainAfterACancelledPass) {
