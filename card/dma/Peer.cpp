@@ -1,12 +1,15 @@
 // The common half of the card's DMA programs.
 #include "Peer.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -20,6 +23,10 @@ constexpr int kMisused = 2;
 
 constexpr size_t kMaxBytes = size_t{64} * 1024 * 1024;
 constexpr off_t kFixedOffset = 0x80000;
+constexpr int kPortPauses = 2 * Folder::kPausesPerSecond;
+
+constexpr const char* kPrograms[] = {"vorl_accept_dma_zel_er1x", "vorl_accept_dma_zel_ev1x",
+                                     "vorl_connect_dma_zel_er1x", "vorl_connect_dma_zel_ev1x"};
 
 // The number that is the whole text and at most `limit`.
 std::optional<unsigned> ParseNumber(std::string_view text, unsigned limit) {
@@ -60,6 +67,29 @@ std::optional<Shape> ParseShape(int argc, char** argv) {
                  .hostNode = static_cast<U16>(*node)};
 }
 
+Folder::Folder(const std::string& program) : path_(program.substr(0, program.rfind('/') + 1)) {
+    if (path_ == "/")
+        unlink(program.c_str());
+    before_ = Look();
+}
+
+void Folder::Pause() const {
+    usleep(1'000'000 / kPausesPerSecond);
+    if (Look() != before_)
+        throw Failure("the host has sent another program");
+}
+
+std::array<Folder::Stamp, 4> Folder::Look() const {
+    std::array<Stamp, 4> stamps;
+    static_assert(stamps.size() == std::size(kPrograms));
+    for (size_t i = 0; i < stamps.size(); ++i) {
+        struct stat file {};
+        if (stat((path_ + kPrograms[i]).c_str(), &file) == 0)
+            stamps[i] = {file.st_ino, file.st_ctim.tv_sec, file.st_ctim.tv_nsec};
+    }
+    return stamps;
+}
+
 Endpoint::Endpoint() : epd_(vorl_open()) {
     if (epd_ < 0)
         throw LibraryFailure("vorl_open");
@@ -71,6 +101,14 @@ Endpoint::~Endpoint() {
 }
 
 Endpoint::Endpoint(Endpoint&& other) noexcept : epd_(std::exchange(other.epd_, -1)) {}
+
+void Endpoint::Bind(const Folder& folder) const {
+    for (int pauses = 0; vorl_bind(epd_, kPort) < 0; ++pauses) {
+        if (errno != EADDRINUSE || pauses == kPortPauses)
+            throw LibraryFailure("vorl_bind");
+        folder.Pause();
+    }
+}
 
 void Buffers::Free::operator()(U32* words) const {
     std::free(words);
@@ -146,7 +184,8 @@ void Meet(const Endpoint& endpoint, const char* point) {
         throw LibraryFailure(std::string("msg -") + point + "-");
 }
 
-int Run(const char* name, int argc, char** argv, void (*exchange)(const Shape& shape)) {
+int Run(const char* name, int argc, char** argv,
+        void (*exchange)(const Shape& shape, const Folder& folder)) {
     const std::optional<Shape> shape = ParseShape(argc, argv);
     if (!shape) {
         std::printf("%s: expected: PAGES BUFFERS FIXED_OFFSETS KEEP_REGISTERED HOST_NODE\n", name);
@@ -154,7 +193,7 @@ int Run(const char* name, int argc, char** argv, void (*exchange)(const Shape& s
     }
     bool passed = false;
     try {
-        exchange(*shape);
+        exchange(*shape, Folder(argv[0]));
         passed = true;
     } catch (const std::exception& failure) {
         std::printf("%s: %s\n", name, failure.what());

@@ -7,6 +7,9 @@
 // make no sense. Whatever fails throws Failure.
 #pragma once
 
+#include <sys/stat.h>
+
+#include <array>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -42,6 +45,36 @@ struct Shape {
 // Empty when the arguments are not five numbers that make a transfer of at most 64 MiB.
 std::optional<Shape> ParseShape(int argc, char** argv);
 
+// Where this program lies, and the programs that the host may send there: one for each test.
+//
+// A program that waits for its host does not learn that the host has given it up. It would keep the
+// port from the next one, and its file from being sent again, since nobody can write into a file that
+// is being executed. So it takes its own file away, and leaves when the host has sent a program.
+class Folder {
+public:
+    // `program` is this program's path. Its file goes only from where the host puts it, the root
+    // folder.
+    explicit Folder(const std::string& program);
+
+    // Lets a moment pass, of which a second has kPausesPerSecond. Throws when the host has sent a
+    // program since this one began.
+    void Pause() const;
+
+    static constexpr int kPausesPerSecond = 100;
+
+private:
+    struct Stamp {
+        ino_t file = 0;  // 0: there is none
+        time_t seconds = 0;
+        long nanoseconds = 0;
+        bool operator==(const Stamp&) const = default;
+    };
+    std::array<Stamp, 4> Look() const;
+
+    std::string path_;
+    std::array<Stamp, 4> before_;
+};
+
 // An open endpoint; closes it.
 class Endpoint {
 public:
@@ -52,6 +85,9 @@ public:
     Endpoint& operator=(Endpoint&&) = delete;
 
     int Get() const { return epd_; }
+
+    // Gives it the port of the exchange, which a program that is about to leave may still have.
+    void Bind(const Folder& folder) const;
 
 private:
     int epd_;
@@ -90,6 +126,7 @@ private:
 void Meet(const Endpoint& endpoint, const char* point);
 
 // Runs `exchange`, and prints the verdict under the program's name.
-int Run(const char* name, int argc, char** argv, void (*exchange)(const Shape& shape));
+int Run(const char* name, int argc, char** argv,
+        void (*exchange)(const Shape& shape, const Folder& folder));
 
 }  // namespace peer

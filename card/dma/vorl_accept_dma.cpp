@@ -1,7 +1,5 @@
 // The card's half of the host-to-card DMA check: accepts the host's connection, writes a pattern into
 // the host's windows, reads the host's reply back and checks every word of it.
-#include <unistd.h>
-
 #include <cerrno>
 
 #include "Peer.h"
@@ -10,25 +8,24 @@ namespace {
 
 using peer::Buffers;
 using peer::Endpoint;
+using peer::Folder;
 using peer::Meet;
 
-// Longer than the host tries to connect; without a limit a program whose host has given up would keep
-// the port for ever.
+// Longer than the host tries to connect; without a limit a program whose host has given up would wait
+// for ever.
 constexpr int kAcceptSeconds = 120;
-constexpr int kPollsPerSecond = 100;
 
-Endpoint Listen() {
+Endpoint Listen(const Folder& folder) {
     Endpoint listening;
-    if (vorl_bind(listening.Get(), peer::kPort) < 0)
-        throw peer::LibraryFailure("vorl_bind");
+    listening.Bind(folder);
     if (vorl_listen(listening.Get(), 1) < 0)
         throw peer::LibraryFailure("vorl_listen");
     return listening;
 }
 
 // The next connection from the host; others are sent away.
-Endpoint Accept(const Endpoint& listening, U16 hostNode) {
-    for (int poll = 0; poll < kAcceptSeconds * kPollsPerSecond; ++poll) {
+Endpoint Accept(const Endpoint& listening, U16 hostNode, const Folder& folder) {
+    for (int pause = 0; pause < kAcceptSeconds * Folder::kPausesPerSecond; ++pause) {
         vorl_portID from{};
         int epd = -1;
         if (vorl_accept(listening.Get(), &from, &epd, 0) == 0) {
@@ -38,16 +35,16 @@ Endpoint Accept(const Endpoint& listening, U16 hostNode) {
         } else if (errno != EAGAIN) {
             throw peer::LibraryFailure("vorl_accept");
         } else {
-            usleep(1'000'000 / kPollsPerSecond);
+            folder.Pause();
         }
     }
     throw peer::Failure("the host has not connected");
 }
 
-void Exchange(const peer::Shape& shape) {
-    const Endpoint listening = Listen();
+void Exchange(const peer::Shape& shape, const Folder& folder) {
+    const Endpoint listening = Listen(folder);
     Buffers buffers(shape, peer::kWritten);
-    const Endpoint endpoint = Accept(listening, shape.hostNode);
+    const Endpoint endpoint = Accept(listening, shape.hostNode, folder);
     buffers.Register(endpoint);
     Meet(endpoint, "vorl_register done");
 

@@ -1,7 +1,5 @@
 // The card's half of the card-to-host DMA check: connects to the host, lets it write a pattern into
 // the card's windows, checks every word, and gives a reply for the host to read back.
-#include <unistd.h>
-
 #include <cerrno>
 
 #include "Peer.h"
@@ -10,19 +8,20 @@ namespace {
 
 using peer::Buffers;
 using peer::Endpoint;
+using peer::Folder;
 using peer::Meet;
 
 constexpr int kConnectAttempts = 2;
-constexpr unsigned kConnectPauseSeconds = 30;
+constexpr int kConnectPauses = 30 * Folder::kPausesPerSecond;
 
-void Connect(const Endpoint& endpoint, U16 hostNode) {
-    if (vorl_bind(endpoint.Get(), peer::kPort) < 0)
-        throw peer::LibraryFailure("vorl_bind");
+void Connect(const Endpoint& endpoint, U16 hostNode, const Folder& folder) {
+    endpoint.Bind(folder);
     vorl_portID host{hostNode, peer::kPort};
     for (int attempt = 1; vorl_connect(endpoint.Get(), &host) < 0; ++attempt) {
         if (errno != ECONNREFUSED || attempt == kConnectAttempts)
             throw peer::LibraryFailure("vorl_connect");
-        sleep(kConnectPauseSeconds);
+        for (int pause = 0; pause < kConnectPauses; ++pause)
+            folder.Pause();
     }
 }
 
@@ -35,10 +34,10 @@ void Fence(const Endpoint& endpoint) {
         throw peer::LibraryFailure("vorl_fence_wait");
 }
 
-void Exchange(const peer::Shape& shape) {
+void Exchange(const peer::Shape& shape, const Folder& folder) {
     Buffers buffers(shape, 0);
     const Endpoint endpoint;
-    Connect(endpoint, shape.hostNode);
+    Connect(endpoint, shape.hostNode, folder);
     buffers.Register(endpoint);
     Meet(endpoint, "vorl_register done");
 

@@ -17,12 +17,13 @@ inline const bool ownNetwork = unshare(CLONE_NEWNET) == 0;
 
 class CardProgram {
 public:
-    CardProgram(const std::string& name, const std::string& arguments) {
+    CardProgram(const std::string& name, const std::string& arguments,
+                const std::string& folder = CARD_PROGRAMS) {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0)
             throw std::runtime_error("pipe");
         output_ = ends[0];
-        const std::string command = "exec '" CARD_PROGRAMS + name + "' " + arguments;
+        const std::string command = "exec '" + folder + name + "' " + arguments;
         std::vector<char*> argv = {const_cast<char*>("sh"), const_cast<char*>("-c"),
                                    const_cast<char*>(command.c_str()), nullptr};
         std::vector<char*> environment = {const_cast<char*>("ZELSIM_NODE=1"), nullptr};

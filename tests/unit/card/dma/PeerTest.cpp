@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
 
 #include "CardProgram.h"
 #include "vorl.h"
@@ -206,6 +210,89 @@ TEST(CardPeerEnds, APortThatIsTakenFailsTheSecondProgram) {
               "ZelVorlAcceptDMA Test failed\n\n");
     host.Close();
     EXPECT_EQ(first.Await(), 1);
+}
+
+// Waits until the card's program has the port.
+void AwaitPort() {
+    for (;;) {
+        std::ifstream sockets("/proc/net/unix");
+        for (std::string line; std::getline(sockets, line);) {
+            if (line.ends_with("@zelsim-vorl-1-130"))
+                return;
+        }
+        usleep(1000);
+    }
+}
+
+TEST(CardPeerEnds, TakesAPortThatBecomesFree) {
+    CardProgram first("vorl_accept_dma_zel_er1x", kArguments);
+    AwaitPort();
+    CardProgram second("vorl_accept_dma_zel_er1x", kArguments);
+    usleep(200'000);
+    first.Kill();
+    Host host;
+    host.Connect();
+    host.Register();
+    EXPECT_TRUE(host.Meet());
+}
+
+// A folder of its own for a copy of each of the programs.
+class SentPrograms : public ::testing::Test {
+protected:
+    SentPrograms() {
+        std::string pattern = std::filesystem::temp_directory_path() / "zeldiag-card-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("mkdtemp");
+        folder_ = pattern + "/";
+    }
+    ~SentPrograms() override { std::filesystem::remove_all(folder_); }
+
+    void Send(const std::string& program) {
+        std::filesystem::remove(folder_ + program);
+        std::filesystem::copy_file(CARD_PROGRAMS + program, folder_ + program);
+    }
+
+    std::string folder_;
+};
+
+TEST_F(SentPrograms, EndAProgramThatWaitsForItsHost) {
+    for (const std::string name : {"vorl_accept_dma_zel_er1x", "vorl_accept_dma_zel_ev1x",
+                                   "vorl_connect_dma_zel_er1x", "vorl_connect_dma_zel_ev1x"}) {
+        Send("vorl_accept_dma_zel_er1x");
+        CardProgram card("vorl_accept_dma_zel_er1x", kArguments, folder_);
+        AwaitPort();
+        Send(name);
+        EXPECT_EQ(card.Await(), 1);
+        EXPECT_EQ(card.Output(),
+                  "ZelVorlAcceptDMA: the host has sent another program\n"
+                  "ZelVorlAcceptDMA Test failed\n\n")
+            << name;
+    }
+}
+
+TEST_F(SentPrograms, EndAProgramThatTriesToConnect) {
+    Send("vorl_connect_dma_zel_er1x");
+    CardProgram card("vorl_connect_dma_zel_er1x", kArguments, folder_);
+    AwaitPort();
+    Send("vorl_accept_dma_zel_er1x");
+    EXPECT_EQ(card.Await(), 1);
+    EXPECT_EQ(card.Output(),
+              "ZelVorlConnectDMA: the host has sent another program\n"
+              "ZelVorlConnectDMA Test failed\n\n");
+}
+
+// Also it leaves its file where it is, unless that is where the host puts it.
+TEST_F(SentPrograms, DoNotDisturbWhenTheyWereThereBefore) {
+    for (const char* const name : {"vorl_accept_dma_zel_er1x", "vorl_connect_dma_zel_er1x"})
+        Send(name);
+    CardProgram card("vorl_accept_dma_zel_er1x", kArguments, folder_);
+    AwaitPort();
+    usleep(100'000);
+    Host host;
+    host.Connect();
+    host.Register();
+    EXPECT_TRUE(host.Meet());
+    EXPECT_TRUE(std::filesystem::exists(folder_ + "vorl_accept_dma_zel_er1x"));
 }
 
 TEST(CardPeerEnds, SendsAwayWhoIsNotTheHost) {
