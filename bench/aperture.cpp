@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "OtherTools.h"
@@ -146,8 +147,17 @@ std::optional<double> MedianOf(const std::vector<Round>& rounds, const Ratio& ra
 void Print(const char* name, std::optional<double> value) {
     if (value)
         std::printf("  %-46s  %6.2f\n", name, *value);
-    else
-        std::printf("  %-46s  not installed\n", name);
+}
+
+// In one line, what the report has no rows of.
+void PrintMissing(const std::vector<Round>& rounds) {
+    std::string missing;
+    if (!MedianOf(rounds, [](const Round& r) { return r.memtester; }))
+        missing += " memtester";
+    if (!MedianOf(rounds, [](const Round& r) { return r.stressapptest; }))
+        missing += " stressapptest";
+    if (!missing.empty())
+        std::printf("left out, not installed or not able to run:%s\n", missing.c_str());
 }
 
 std::optional<double> Quotient(double value, std::optional<double> divisor) {
@@ -187,6 +197,7 @@ void PrintReport(const std::vector<Round>& rounds) {
     Print("slowest to fastest", SlowestToFastest(rounds));
     Print("tested GB a second, width 8",
           MedianOf(rounds, [](const Round& r) { return r.widths[kWidthCount - 1].clean / 1e9; }));
+    PrintMissing(rounds);
 }
 
 }  // namespace
