@@ -18,6 +18,7 @@
 #include "../HostState.h"
 #include "CardSystems.h"
 #include "HostFiles.h"
+#include "PackageDatabase.h"
 #include "SecureShell.h"
 
 namespace simulated {
@@ -35,9 +36,10 @@ constexpr char kDevicePath[] = "../../devices/pci0000:00/0000:00:02.0/";
 // Folders that a host with cards has more files in than this machine.
 constexpr const char* kGrowingFolders[] = {"/etc", "/run", "/usr/share", "/sys/class", "/var/log"};
 
-// Folders whose files all belong to the cards and their software.
-constexpr const char* kOwnFolders[] = {kHostFolder, "/etc/hosk", "/usr/share/hosk",
-                                       "/usr/share/flash", "/sys/class/zel"};
+// Folders in which nothing of this machine shows: all their files belong to the cards and their
+// software, or tell rpm where its packages are.
+constexpr const char* kOwnFolders[] = {kHostFolder,       "/etc/hosk",        "/etc/rpm",
+                                       "/usr/share/hosk", "/usr/share/flash", "/sys/class/zel"};
 
 constexpr const char* kHandlerImages[] = {
     "/usr/share/hosk/boot/memdiag-kernel.emberridge.elf",
@@ -90,32 +92,9 @@ void AddCardLinks(const std::vector<Card>& cards) {
     }
 }
 
-// Text in single quotes for the shell.
-std::string ShellQuoted(const std::string& text) {
-    std::string quoted = "'";
-    for (const char c : text)
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
-
-// The package manager of the simulated host, which knows one package.
-std::string PackageManager(const std::string& hoskVersion) {
-    std::string script = "#!/bin/sh\n# Answers the query for the host stack's package.\n";
-    if (hoskVersion.empty())
-        return script + "echo \"package $2 is not installed\"\nexit 1\n";
-    return script +
-           "if [ \"$*\" != '-qi hosk-daemon' ]; then\n"
-           "    echo \"package $2 is not installed\"\n    exit 1\nfi\n"
-           "printf '%s\\n' 'Name        : hosk-daemon' 'Version     : '" +
-           ShellQuoted(hoskVersion) + " 'Release     : 1'\n";
-}
-
-void AddPrograms(const Fleet& fleet, const std::string& programFolder) {
-    const std::string hostPrograms = std::string(kHostFolder) + "/bin";
-    WriteFile(hostPrograms + "/rpm", PackageManager(fleet.hoskVersion), fs::perms(0755));
+void ExtendSearchPath(const std::string& programFolder) {
     const char* path = std::getenv("PATH");
-    const std::string searchPath =
-        hostPrograms + ":" + programFolder + ":" + (path == nullptr ? kDefaultPath : path);
+    const std::string searchPath = programFolder + ":" + (path == nullptr ? kDefaultPath : path);
     setenv("PATH", searchPath.c_str(), 1);
 }
 
@@ -150,13 +129,15 @@ void BuildHost(const Fleet& fleet, const std::string& programFolder) {
         GrowFolders();
         for (const char* own : kOwnFolders)
             AddEmptyFolder(own);
+        PackageDatabase packageDatabase(fleet.hoskVersion);
         StartLoopback();
         SecureShell secureShell(fleet.cards.size());
         HostState::Create(kStateFile, fleet);
         MakeCardRoots(fleet.cards);
         AddCardLinks(fleet.cards);
         AddHandlerImages();
-        AddPrograms(fleet, programFolder);
+        ExtendSearchPath(programFolder);
+        packageDatabase.Finish();
         secureShell.Finish();
         umask(callersMask);
         // The same folder as this host sees it: another one when a file system was laid over it. When it

@@ -4,9 +4,7 @@
 
 #include <arpa/inet.h>
 #include <pwd.h>
-#include <spawn.h>
 #include <sys/mount.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -75,16 +73,10 @@ constexpr char kClientConfiguration[] =
     "    KexAlgorithms curve25519-sha256\n"
     "    AddressFamily inet\n";
 
-pid_t StartKeyMaker() {
+Preparation StartKeyMaker() {
     const char* const arguments[] = {kKeyMaker, "-q",     "-t", "ed25519", "-N",   "",
                                      "-C",      "zelsim", "-f", kKey,      nullptr};
-    char* const environment[] = {nullptr};
-    pid_t process = -1;
-    errno = posix_spawn(&process, kKeyMaker, nullptr, nullptr, const_cast<char* const*>(arguments),
-                        environment);
-    if (errno != 0)
-        ThrowHostError(std::string("cannot start ") + kKeyMaker + " (package openssh-client)");
-    return process;
+    return {arguments, "openssh-client"};
 }
 
 std::string ReadFile(const char* path) {
@@ -140,7 +132,7 @@ SecureShell::SecureShell(std::size_t cards) : cards_(cards) {
     // Before the key's maker runs, which looks up who runs it.
     if (getpwnam(kCardUser) == nullptr)
         Extend("/etc/passwd", kCardUserEntry);
-    keyMaker_ = StartKeyMaker();
+    keyMaker_.emplace(StartKeyMaker());
 }
 
 void SecureShell::Finish() {
@@ -153,13 +145,7 @@ void SecureShell::Finish() {
     NameCards(cards_);
     HideUserConfiguration();
 
-    int status = 0;
-    while (waitpid(keyMaker_, &status, 0) < 0) {
-        if (errno != EINTR)
-            ThrowHostError("cannot wait for ssh-keygen");
-    }
-    if (status != 0)
-        throw HostError("ssh-keygen made no key");
+    keyMaker_->Finish();
     WriteFile(kKnownHosts, "zel* " + ReadFile(kPublicKey), fs::perms(0644));
 }
 

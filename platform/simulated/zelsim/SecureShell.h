@@ -2,10 +2,11 @@
 // ends. A login asks nothing and prints nothing.
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstddef>
+#include <optional>
 #include <string>
+
+#include "Preparation.h"
 
 namespace simulated {
 
@@ -27,7 +28,7 @@ public:
 
 private:
     std::size_t cards_;
-    pid_t keyMaker_ = -1;
+    std::optional<Preparation> keyMaker_;  // where there is a card
 };
 
 }  // namespace simulated

@@ -47,23 +47,48 @@ TEST(ZelsimHost, FilesOfTheHostStack) {
     EXPECT_EQ(ended.out, "images\n") << ended.err;
 }
 
-TEST(ZelsimHost, PackageQueryAnswersInThePackageManagersLayout) {
+TEST(ZelsimHost, PackageManagerKnowsTheHostStack) {
     const Ended ended = RunShell("rpm -qi hosk-daemon | grep Version");
     EXPECT_EQ(ended.out, "Version     : 3.1.2\n");
     EXPECT_EQ(RunShell("rpm -qi hosk-daemon >/dev/null").status, 0);
     EXPECT_EQ(RunShell("rpm -qi other; echo $?").out, "package other is not installed\n1\n");
+    EXPECT_EQ(RunShell("rpm -qa --qf '%{name} %{version} %{release} %{arch} %{os} %{size}\n'").out,
+              "hosk-daemon 3.1.2 1 noarch linux 0\n");
+    EXPECT_EQ(RunShell("expr $(date +%s) - $(rpm -q --qf '%{installtime}' hosk-daemon) '<' 60").out,
+              "1\n");
+}
+
+TEST(ZelsimHost, PackageQueryIsNotForRootAlone) {
+    const std::string nobody = "setpriv --reuid=65534 --clear-groups ";
+    EXPECT_EQ(RunShell(nobody + "rpm -q hosk-daemon").out, "hosk-daemon-3.1.2-1.noarch\n");
 }
 
 TEST(ZelsimHost, PackageQueryTakesAnyVersionText) {
     const TemporaryFile fleet("[host]\nhosk_version = \"1'2 $(id) \\\\n %s\"\n");
     EXPECT_EQ(RunShell("rpm -qi hosk-daemon | grep Version", fleet.Path()).out,
               "Version     : 1'2 $(id) \\n %s\n");
+    const std::string longest(254, '7');
+    const TemporaryFile longFleet("[host]\nhosk_version = \"" + longest + "\"\n");
+    EXPECT_EQ(RunShell("rpm -qi hosk-daemon | grep Version", longFleet.Path()).out,
+              "Version     : " + longest + "\n");
 }
 
 TEST(ZelsimHost, StackThatIsNotInstalled) {
     const TemporaryFile fleet("[host]\nhosk_version = \"\"\n");
-    EXPECT_EQ(RunShell("rpm -qi hosk-daemon; echo $?", fleet.Path()).out,
-              "package hosk-daemon is not installed\n1\n");
+    const Ended ended = RunShell("rpm -qi hosk-daemon; echo $?; rpm -qa", fleet.Path());
+    EXPECT_EQ(ended.out, "package hosk-daemon is not installed\n1\n");
+    EXPECT_EQ(ended.err, "");
+}
+
+TEST(ZelsimHost, PackagesOfTheMachineAreNotThoseOfTheHost) {
+    // A host inside a host takes the outer one for the machine.
+    const Ended ended = RunShell(
+        "rpm -e hosk-daemon; rpm -q hosk-daemon; zelsim run rpm -q hosk-daemon;"
+        "zelsim run rpm -e hosk-daemon; rpm -E %_dbpath");
+    EXPECT_EQ(ended.out,
+              "package hosk-daemon is not installed\nhosk-daemon-3.1.2-1.noarch\n"
+              "/run/zelsim/rpm\n")
+        << ended.err;
 }
 
 TEST(ZelsimHost, ProgramsAreFoundBesideZelsim) {
@@ -122,6 +147,23 @@ TEST(ZelsimHost, WithoutRootRightsItSaysSo) {
                                  " run true; echo $?");
     EXPECT_EQ(ended.out, "125\n");
     EXPECT_EQ(ended.err, "zelsim: a simulated host needs root rights\n");
+}
+
+TEST(ZelsimHost, MissingAndFailingProgramsAreToldInOneLine) {
+    // A host inside a host takes the outer one for the machine.
+    const auto runWith = [](const std::string& program, const std::string& standIn) {
+        const Ended ended =
+            RunShell("mount --bind " + standIn + " " + program + "; zelsim run true; echo $?");
+        EXPECT_EQ(ended.out, "125\n");
+        return ended.err;
+    };
+    EXPECT_EQ(runWith("/usr/bin/rpmdb", "/etc/passwd"),
+              "zelsim: cannot start /usr/bin/rpmdb (package rpm): Permission denied\n");
+    EXPECT_EQ(runWith("/usr/bin/rpmdb", "/bin/false"), "zelsim: /usr/bin/rpmdb failed\n");
+    EXPECT_EQ(
+        runWith("/usr/bin/ssh-keygen", "/etc/passwd"),
+        "zelsim: cannot start /usr/bin/ssh-keygen (package openssh-client): Permission denied\n");
+    EXPECT_EQ(runWith("/usr/bin/ssh-keygen", "/bin/false"), "zelsim: /usr/bin/ssh-keygen failed\n");
 }
 
 TEST(ZelsimHost, RefusedNamespacesAreToldInOneLine) {
