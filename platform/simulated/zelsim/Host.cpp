@@ -92,6 +92,17 @@ void AddCardLinks(const std::vector<Card>& cards) {
     }
 }
 
+// Gives the installed tool the simulated cards' libraries in the place where it looks first. Elsewhere
+// on the machine it finds the vendor's. In a build tree all libraries stand in that place already.
+void AddCardLibraries(const fs::path& programFolder) {
+    const fs::path tree = programFolder.parent_path();
+    if (!fs::exists(tree / "simulated"))
+        return;
+    // Relative folders, because the options know separators that a path may hold.
+    fs::current_path(tree);
+    Mount("zelsim", tree / "lib", "overlay", MS_RDONLY, "lowerdir=simulated:lib");
+}
+
 void ExtendSearchPath(const std::string& programFolder) {
     const char* path = std::getenv("PATH");
     const std::string searchPath = programFolder + ":" + (path == nullptr ? kDefaultPath : path);
@@ -136,6 +147,7 @@ void BuildHost(const Fleet& fleet, const std::string& programFolder) {
         MakeCardRoots(fleet.cards);
         AddCardLinks(fleet.cards);
         AddHandlerImages();
+        AddCardLibraries(programFolder);
         ExtendSearchPath(programFolder);
         packageDatabase.Finish();
         secureShell.Finish();
