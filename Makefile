@@ -5,6 +5,7 @@
 #   make test       every test
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
 #   make check-sbox whether the SBOX register table still holds what is known about it
+#   make package    the packages, .deb and .rpm, into build/packages/
 #   make bench      measures, and prints ratios of what it measured
 #   make format     the formatter over every source file;  make check-format only looks
 
@@ -15,7 +16,7 @@ JOBS  ?= $(shell nproc)
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: packages build run test check-sbox sanitize bench format check-format clean
+.PHONY: packages build run test package check-sbox sanitize bench format check-format clean
 
 packages:
 	@packaging/install-packages
@@ -29,6 +30,9 @@ run: build
 
 test: build
 	@ctest --preset release -j $(JOBS)
+
+package: build
+	@cmake --build --preset release --target package
 
 check-sbox: build
 	@ctest --preset release -R 'SboxRegisters\.'
