@@ -36,6 +36,17 @@ void HoldStandardStreams() {
     }
 }
 
+// The commands that the tool runs read from a pipe whose other end the tool alone holds, so that what a
+// card's program reads ends with the tool, however that ends. Nor do they read what the operator's
+// script has there for others. Without a descriptor left for it they read what the tool would.
+void HoldCommandsInput() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return;
+    dup2(ends[0], STDIN_FILENO);
+    close(ends[0]);
+}
+
 void WatchStandardOutput() {
     // Line by line also into a file or a pipe: a run that is killed leaves what it had found, and the
     // lines stand in order with those on standard error.
@@ -59,6 +70,7 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     HoldStandardStreams();
+    HoldCommandsInput();
     WatchStandardOutput();
     try {
         return Run(argc, argv);

@@ -14,6 +14,8 @@
 #include <string_view>
 #include <utility>
 
+#include "../CallerWatch.h"
+
 namespace peer {
 namespace {
 
@@ -191,6 +193,7 @@ int Run(const char* name, int argc, char** argv,
         std::printf("%s: expected: PAGES BUFFERS FIXED_OFFSETS KEEP_REGISTERED HOST_NODE\n", name);
         return kMisused;
     }
+    card::EndWithCaller();
     bool passed = false;
     try {
         exchange(*shape, Folder(argv[0]));

@@ -4,7 +4,7 @@
 //
 // Arguments: pages per buffer, buffers, fixed window offsets (0 or 1), windows are left registered
 // (0 or 1), node of the host. Exit status 0 when everything agreed, 1 when not, 2 for arguments that
-// make no sense. Whatever fails throws Failure.
+// make no sense, 3 when standard input, a pipe, has ended. Whatever fails throws Failure.
 #pragma once
 
 #include <sys/stat.h>

@@ -2,7 +2,8 @@
 // may use, and the list of what was found wrong.
 //
 // A program prints to standard output only, which is what comes back from a card, and ends with 0 and
-// the pass text only when nothing was found wrong: 1 for a fault, 2 for arguments it does not take.
+// the pass text only when nothing was found wrong: 1 for a fault, 2 for arguments it does not take, 3
+// when its standard input, a pipe, has ended.
 #pragma once
 
 #include <pthread.h>
@@ -21,6 +22,8 @@
 #include <string_view>
 #include <thread>
 #include <vector>
+
+#include "../CallerWatch.h"
 
 namespace workload {
 
@@ -193,6 +196,7 @@ inline int Conclude(const std::vector<Worker>& workers) {
 // The program around `run`, which takes the options and gives the exit status.
 template <typename Run>
 int Main(int argc, char** argv, const char* usage, std::uint64_t defaultRounds, const Run& run) {
+    card::EndWithCaller();
     try {
         return run(ParseArguments(argc, argv, defaultRounds));
     } catch (const UsageError& error) {

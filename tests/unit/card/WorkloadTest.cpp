@@ -30,9 +30,11 @@ struct Result {
     }
 };
 
-Result Execute(const std::string& commandLine) {
+constexpr char kEndless[] = " --rounds=1000000000000";
+
+Result ExecuteAs(const std::string& caller, const std::string& commandLine) {
     Result result;
-    FILE* const stream = popen((CARD_PROGRAMS + commandLine).c_str(), "r");
+    FILE* const stream = popen((caller + CARD_PROGRAMS + commandLine).c_str(), "r");
     if (stream == nullptr)
         return result;
     for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream))
@@ -40,6 +42,10 @@ Result Execute(const std::string& commandLine) {
     const int status = pclose(stream);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
+}
+
+Result Execute(const std::string& commandLine) {
+    return ExecuteAs("< /dev/null ", commandLine);
 }
 
 void ExpectPassed(const Result& result) {
@@ -105,6 +111,19 @@ TEST_P(AnyWorkload, RefusesArgumentsThatItDoesNotTake) {
 
 TEST_P(AnyWorkload, FailsWhenItsReportDoesNotArrive) {
     EXPECT_EQ(Execute(GetParam() + " --rounds=1 >/dev/full").status, 1);
+}
+
+TEST_P(AnyWorkload, EndsWithItsCaller) {
+    for (const char* caller : {"true", "sleep 0.3", "(echo input; sleep 0.3)"}) {
+        const Result result = ExecuteAs(std::string(caller) + " | ", GetParam() + kEndless);
+        EXPECT_EQ(result.status, 3) << caller;
+        EXPECT_EQ(result.output, "the caller has gone: standard input has ended\n");
+    }
+}
+
+TEST_P(AnyWorkload, RunsToItsEndWithoutACaller) {
+    ExpectPassed(Execute(GetParam() + " --rounds=2 < /dev/null"));
+    ExpectPassed(Execute(GetParam() + " --rounds=2 <&-"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Card, AnyWorkload,

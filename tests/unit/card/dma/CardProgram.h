@@ -1,4 +1,5 @@
-// A card's program, run here as on the card: in a process of its own that stands for node 1.
+// A card's program, run here as on the card: in a process of its own that stands for node 1, with an
+// input that stays open as long as its caller lives.
 #pragma once
 
 #include <fcntl.h>
@@ -19,27 +20,32 @@ class CardProgram {
 public:
     CardProgram(const std::string& name, const std::string& arguments,
                 const std::string& folder = CARD_PROGRAMS) {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0)
+        int input[2];
+        int output[2];
+        if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0)
             throw std::runtime_error("pipe");
-        output_ = ends[0];
+        input_ = input[1];
+        output_ = output[0];
         const std::string command = "exec '" + folder + name + "' " + arguments;
         std::vector<char*> argv = {const_cast<char*>("sh"), const_cast<char*>("-c"),
                                    const_cast<char*>(command.c_str()), nullptr};
         std::vector<char*> environment = {const_cast<char*>("ZELSIM_NODE=1"), nullptr};
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
         const int error =
             posix_spawn(&process_, "/bin/sh", &actions, nullptr, argv.data(), environment.data());
         posix_spawn_file_actions_destroy(&actions);
-        close(ends[1]);
+        close(input[0]);
+        close(output[1]);
         if (error != 0)
             throw std::runtime_error("posix_spawn");
     }
     ~CardProgram() {
         if (process_ > 0)
             Kill();
+        EndInput();
         close(output_);
     }
     CardProgram(const CardProgram&) = delete;
@@ -48,6 +54,12 @@ public:
     void Kill() {
         kill(process_, SIGKILL);
         Await();
+    }
+
+    void EndInput() {
+        if (input_ >= 0)
+            close(input_);
+        input_ = -1;
     }
 
     // Its exit status; 128 and the signal that killed it.
@@ -66,6 +78,7 @@ public:
 
 private:
     pid_t process_ = -1;
+    int input_ = -1;
     int output_ = -1;
     std::string text_;
 };

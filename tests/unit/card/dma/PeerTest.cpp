@@ -295,6 +295,24 @@ TEST_F(SentPrograms, DoNotDisturbWhenTheyWereThereBefore) {
     EXPECT_TRUE(std::filesystem::exists(folder_ + "vorl_accept_dma_zel_er1x"));
 }
 
+// A program whose tool was killed has nobody to wait for.
+TEST(CardPeerEnds, EndsWithItsCallerWhereverItIs) {
+    for (const char* const name : {"vorl_accept_dma_zel_er1x", "vorl_connect_dma_zel_er1x"}) {
+        CardProgram card(name, kArguments);  // no host comes
+        usleep(50'000);
+        card.EndInput();
+        EXPECT_EQ(card.Await(), 3) << name;
+        EXPECT_EQ(card.Output(), "the caller has gone: standard input has ended\n");
+    }
+    CardProgram card("vorl_accept_dma_zel_er1x", kArguments);
+    Host host;
+    host.Connect();
+    host.Register();
+    EXPECT_TRUE(host.Meet());
+    card.EndInput();
+    EXPECT_EQ(card.Await(), 3);
+}
+
 TEST(CardPeerEnds, SendsAwayWhoIsNotTheHost) {
     CardProgram card("vorl_accept_dma_zel_er1x", "1 2 0 0 9");
     Host host;
