@@ -4,6 +4,10 @@
 // serves the cards' connections, and with whose end the kernel ends everything on the host; the child's
 // child is the command. The first process dies with the one outside, however that ends, so that a killed
 // zelsim leaves nothing.
+//
+// The terminal's signals are the command's as soon as there is one; until then they end zelsim. So that
+// none is lost on the way from one to the other, the outer process hands over when the first one is about
+// to start the command, and that one passes on what came meanwhile.
 #include "RunCommand.h"
 
 #include <fcntl.h>
@@ -11,6 +15,7 @@
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -35,25 +40,53 @@ int StatusOf(int waitStatus) {
     return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
 }
 
-// How zelsim was told to take the terminal's signals; the command takes them in the same way.
-struct TerminalSignals {
-    sighandler_t interrupt = SIG_DFL;
-    sighandler_t quit = SIG_DFL;
-};
+constexpr int kTerminalSignals[] = {SIGINT, SIGQUIT};
 
-// The terminal's signals are the command's.
-TerminalSignals IgnoreTerminalSignals() {
-    return {.interrupt = std::signal(SIGINT, SIG_IGN), .quit = std::signal(SIGQUIT, SIG_IGN)};
+void IgnoreTerminalSignals() {
+    for (const int signal : kTerminalSignals)
+        std::signal(signal, SIG_IGN);
 }
 
-[[noreturn]] void BecomeCommand(char* const* command, const CardServer& cards,
-                                const TerminalSignals& signals) {
+void HoldTerminalSignals() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int signal : kTerminalSignals)
+        sigaddset(&held, signal);
+    sigprocmask(SIG_BLOCK, &held, nullptr);
+}
+
+// From here on this process ignores them. One that it has held back goes to the command, which gets it
+// a second time if it was there already.
+void PassOnTerminalSignals(pid_t command) {
+    sigset_t pending;
+    sigpending(&pending);
+    for (const int signal : kTerminalSignals) {
+        if (sigismember(&pending, signal) == 1)
+            kill(command, signal);
+    }
+    IgnoreTerminalSignals();
+}
+
+// Between zelsim's two processes.
+void Tell(const Descriptor& colleague) {
+    send(colleague.Get(), "", 1, MSG_NOSIGNAL);
+}
+
+// Waits until the other process tells something; false when it ends without.
+bool Hear(const Descriptor& colleague) {
+    char word = 0;
+    ssize_t got = 0;
+    do {
+        got = read(colleague.Get(), &word, 1);
+    } while (got < 0 && errno == EINTR);
+    return got == 1;
+}
+
+[[noreturn]] void BecomeCommand(char* const* command, const CardServer& cards) {
     cards.PrepareChild();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::signal(SIGINT, signals.interrupt);
-    std::signal(SIGQUIT, signals.quit);
     execvp(command[0], command);
     const bool missing = errno == ENOENT || errno == ENOTDIR;
     std::fprintf(stderr, "zelsim: %s: %s\n", command[0], std::strerror(errno));
@@ -106,34 +139,39 @@ int Fail(const std::exception& failure) {
     return kOwnFailure;
 }
 
-int ServeCommand(char* const* command, const TerminalSignals& signals) {
+int ServeCommand(char* const* command, const Descriptor& outer) {
     const auto host = HostState::Open();
     if (!host)
         ThrowHostError(kStateFile);
     CardServer cards(*host);
     const Descriptor childrenEnded = WatchChildren();
+    HoldTerminalSignals();
+    Tell(outer);
+    if (!Hear(outer))
+        return kOwnFailure;
     const pid_t child = fork();
     if (child < 0)
         ThrowHostError("cannot start a process");
     if (child == 0)
-        BecomeCommand(command, cards, signals);
+        BecomeCommand(command, cards);
+    PassOnTerminalSignals(child);
     return WaitForCommand(child, childrenEnded, cards);
 }
 
 // The host's first process lives no longer than the process outside. The kernel sees to that from here
-// on; that it has not ended before shows in the pipe whose other end it holds.
-bool DieWithParent(int parentPipe) {
+// on; that it has not ended before shows in the connection to it.
+bool DieWithParent(const Descriptor& outer) {
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0)
         return false;
-    pollfd state{parentPipe, POLLIN, 0};
+    pollfd state{outer.Get(), POLLIN, 0};
     return poll(&state, 1, 0) == 0;
 }
 
 int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* const* command,
-                    const TerminalSignals& signals) {
+                    const Descriptor& outer) {
     try {
         BuildHost(fleet, programFolder);
-        return ServeCommand(command, signals);
+        return ServeCommand(command, outer);
     } catch (const std::exception& failure) {
         return Fail(failure);
     }
@@ -142,28 +180,34 @@ int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* 
 }  // namespace
 
 int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const* command) {
-    std::array<int, 2> parentPipe{};
-    if (pipe2(parentPipe.data(), O_CLOEXEC) != 0)
-        throw HostError(std::string("cannot make a pipe: ") + std::strerror(errno));
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        throw HostError(std::string("cannot make a connection: ") + std::strerror(errno));
+    Descriptor inner(ends[0]);
+    Descriptor outer(ends[1]);
     const Descriptor ownProcesses(open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC));
     EnterNamespaces();
 
-    const TerminalSignals signals = IgnoreTerminalSignals();
     // Ignored, as it may be inherited, it would take away the statuses of the processes waited for.
     std::signal(SIGCHLD, SIG_DFL);
     const pid_t first = fork();
     if (first < 0)
         throw HostError(std::string("cannot start a process: ") + std::strerror(errno));
     if (first == 0) {
-        close(parentPipe[1]);
-        if (!DieWithParent(parentPipe[0]))
+        inner.Close();
+        if (!DieWithParent(outer))
             _exit(kOwnFailure);
-        _exit(RunFirstProcess(fleet, programFolder, command, signals));
+        _exit(RunFirstProcess(fleet, programFolder, command, outer));
     }
+    outer.Close();
     // What is started from here on is no part of the host, where with the end of the first process nothing
     // can be started any more, not even a leak check's thread.
     if (setns(ownProcesses.Get(), CLONE_NEWPID) != 0)
         throw HostError(std::string("cannot leave the host's processes: ") + std::strerror(errno));
+    if (Hear(inner)) {
+        IgnoreTerminalSignals();
+        Tell(inner);
+    }
     int status = 0;
     while (waitpid(first, &status, 0) < 0) {
         if (errno != EINTR)

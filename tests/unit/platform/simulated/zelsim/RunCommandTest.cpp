@@ -92,6 +92,16 @@ TEST(ZelsimRun, InterruptOfTheTerminalIsTheCommands) {
     EXPECT_THAT(ended.out, HasSubstr("interrupted"));
 }
 
+TEST(ZelsimRun, NoInterruptOfTheTerminalIsLost) {
+    for (useconds_t delay = 0; delay < 60'000; delay += 1'000) {
+        Zelsim zelsim({"run", "sleep", "100"});
+        usleep(delay);
+        while (kill(-zelsim.Pid(), SIGINT) != 0)
+            usleep(100);  // until it has a process group
+        EXPECT_EQ(zelsim.Wait().status, 128 + SIGINT) << "after " << delay << " us";
+    }
+}
+
 TEST(ZelsimRun, IgnoredSignalsOfTheCallerStayIgnored) {
     const Ended ended =
         RunZelsim({"run", "grep", "SigIgn", "/proc/self/status"}, {"--ignore-signal=INT"});
