@@ -65,6 +65,9 @@ std::string ToText(const PcieAddress& address);
 // first domain on.
 PcieAddress DefaultAddress(U32 index);
 
+// What a card makes of ssh connections: serves them, refuses them, or lets them come and never speaks.
+enum class SshState : U8 { Up, Down, Silent };
+
 struct Card {
     Generation generation = Generation::Er1x;
     std::string name;
@@ -90,7 +93,7 @@ struct Card {
     U32 memorySpeed = 5000000;
     U32 memoryDensity = 8192;
     U16 memoryRevision = 1;
-    bool sshUp = true;
+    SshState ssh = SshState::Up;
     std::vector<SboxValue> sbox;
     std::vector<Fault> faults;
     std::vector<MemoryFault> memoryFaults;

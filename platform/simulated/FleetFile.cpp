@@ -302,12 +302,7 @@ void ReadState(Table& table, Card& card) {
     table.Converted<std::array<U8, 16>>(
         "uuid", "16 bytes such as \"00112233-4455-6677-8899-aabbccddeeff\"", card.uuid, ParseUuid);
     table.Text("flash_version", kMaxVersionLength, card.flashVersion);
-    table.Converted<bool>("ssh", "\"up\" or \"down\"", card.sshUp,
-                          [](std::string_view text) -> std::optional<bool> {
-                              if (text != "up" && text != "down")
-                                  return std::nullopt;
-                              return text == "up";
-                          });
+    table.Converted<SshState>("ssh", "\"up\", \"down\" or \"silent\"", card.ssh, ParseSshState);
 }
 
 // Where the cards are: those whose address the file gives, and those that were placed beside them.

@@ -97,4 +97,14 @@ std::optional<ZEL_CARD_USAGE_MODE> ParseUsageMode(std::string_view text) {
     return std::nullopt;
 }
 
+std::optional<SshState> ParseSshState(std::string_view text) {
+    constexpr std::pair<std::string_view, SshState> kStates[] = {
+        {"up", SshState::Up}, {"down", SshState::Down}, {"silent", SshState::Silent}};
+    for (const auto& [name, state] : kStates) {
+        if (text == name)
+            return state;
+    }
+    return std::nullopt;
+}
+
 }  // namespace simulated

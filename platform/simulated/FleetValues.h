@@ -29,4 +29,7 @@ std::optional<U64> ParseHexadecimal(std::string_view text);
 
 std::optional<ZEL_CARD_USAGE_MODE> ParseUsageMode(std::string_view text);
 
+// "up", "down" or "silent"
+std::optional<SshState> ParseSshState(std::string_view text);
+
 }  // namespace simulated

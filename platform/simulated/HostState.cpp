@@ -74,7 +74,7 @@ void Set(CardState& state, const Card& card) {
     state.memorySpeed = card.memorySpeed;
     state.memoryDensity = card.memoryDensity;
     state.memoryRevision = card.memoryRevision;
-    state.sshUp = card.sshUp;
+    state.ssh = card.ssh;
     state.usageMode = card.usageMode;
 }
 

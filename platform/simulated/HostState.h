@@ -64,7 +64,7 @@ struct CardState {
     U32 memorySpeed;
     U32 memoryDensity;
     U16 memoryRevision;
-    bool sshUp;
+    SshState ssh;
     std::atomic<U32> usageMode;  // ZEL_CARD_USAGE_MODE
     Range faults;
     Range memoryFaults;
@@ -76,7 +76,7 @@ static_assert(std::atomic<U32>::is_always_lock_free);
 
 // Whether the card's own operating system runs, and takes connections.
 inline bool IsReachable(const CardState& card) {
-    return card.sshUp && card.usageMode == ZEL_USAGE_MODE_NORMAL;
+    return card.ssh != SshState::Down && card.usageMode == ZEL_USAGE_MODE_NORMAL;
 }
 
 class HostState {

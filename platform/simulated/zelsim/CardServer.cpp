@@ -140,7 +140,9 @@ void CardServer::StartListening(std::size_t card) {
         bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
         listen(listener.Get(), kBacklog) != 0)
         ThrowHostError("cannot listen on " + CardAddressText(card));
-    Watch(events_.Get(), listener.Get(), card);
+    // Nobody takes what arrives at a silent card; its callers are connected and wait.
+    if (host_.Cards()[card].ssh != SshState::Silent)
+        Watch(events_.Get(), listener.Get(), card);
     listeners_[card] = std::move(listener);
 }
 

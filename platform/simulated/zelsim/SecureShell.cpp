@@ -57,8 +57,12 @@ constexpr char kServerConfiguration[] =
     "Subsystem sftp internal-sftp\n";
 
 constexpr char kClientConfiguration[] =
-    "# The cards are all that can be reached from a simulated host.\n"
+    "# The cards are all that can be reached from a simulated host. One that does not answer is\n"
+    "# given up.\n"
     "Host zel*\n"
+    "    ConnectTimeout 10\n"
+    "    ServerAliveInterval 5\n"
+    "    ServerAliveCountMax 2\n"
     "    User zelcard\n"
     "    IdentityFile /run/zelsim/ssh/key\n"
     "    IdentitiesOnly yes\n"

@@ -128,7 +128,7 @@ to = "host"
     EXPECT_EQ(card.memorySpeed, 1U);
     EXPECT_EQ(card.memoryDensity, 2U);
     EXPECT_EQ(card.memoryRevision, 3U);
-    EXPECT_FALSE(card.sshUp);
+    EXPECT_EQ(card.ssh, SshState::Down);
 
     ASSERT_THAT(card.sbox, SizeIs(2));
     EXPECT_EQ(card.sbox[0].offset, 0xA840U);
@@ -267,7 +267,8 @@ constexpr Refusal kRefusals[] = {
      "my.toml:2: memory_size takes bytes, or a text such as \"8GiB\", at most 64GiB"},
     {"[[card]]\nmemory_revision = 65536",
      "my.toml:2: memory_revision takes 0 to 65535, this is 65536"},
-    {"[[card]]\nssh = true", "my.toml:2: ssh takes \"up\" or \"down\""},
+    {"[[card]]\nssh = true", "my.toml:2: ssh takes \"up\", \"down\" or \"silent\""},
+    {"[[card]]\nssh = \"Silent\"", "my.toml:2: ssh takes \"up\", \"down\" or \"silent\""},
     {"[[card]]\nsbox = 1", "my.toml:2: sbox is a table: [card.sbox]"},
     {"[[card]]\n[card.sbox]\nSBOX_SCRATCH16 = 1",
      "my.toml:3: the SBOX has no register \"SBOX_SCRATCH16\"; did you mean \"SBOX_SCRATCH1\"?"},

@@ -47,7 +47,7 @@ TEST(DefaultCard, IsHealthy) {
         EXPECT_EQ(card.memorySpeed, 5000000U);
         EXPECT_EQ(card.memoryDensity, 8192U);
         EXPECT_EQ(card.memoryRevision, 1U);
-        EXPECT_TRUE(card.sshUp);
+        EXPECT_EQ(card.ssh, SshState::Up);
         EXPECT_TRUE(card.sbox.empty());
         EXPECT_TRUE(card.faults.empty());
         EXPECT_TRUE(card.memoryFaults.empty());

@@ -47,6 +47,14 @@ TEST(FleetValues, UuidOfAnotherShapeIsNone) {
         EXPECT_EQ(ParseUuid(text), std::nullopt) << '"' << text << '"';
 }
 
+TEST(FleetValues, SshStateHasThreeNames) {
+    EXPECT_EQ(ParseSshState("up"), SshState::Up);
+    EXPECT_EQ(ParseSshState("down"), SshState::Down);
+    EXPECT_EQ(ParseSshState("silent"), SshState::Silent);
+    for (const char* text : {"", "Up", "up ", "silence", "dow"})
+        EXPECT_EQ(ParseSshState(text), std::nullopt) << '"' << text << '"';
+}
+
 TEST(FleetValues, MemorySizeIsReadToItsLimit) {
     EXPECT_EQ(ParseMemorySize("0KiB"), 0U);
     EXPECT_EQ(ParseMemorySize("512KiB"), U64{512} << 10);
