@@ -186,6 +186,8 @@ int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const*
     Descriptor inner(ends[0]);
     Descriptor outer(ends[1]);
     const Descriptor ownProcesses(open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC));
+    if (!ownProcesses.IsOpen())
+        throw HostError(std::string("cannot open /proc/self/ns/pid: ") + std::strerror(errno));
     EnterNamespaces();
 
     // Ignored, as it may be inherited, it would take away the statuses of the processes waited for.
