@@ -17,6 +17,7 @@ constexpr std::size_t kMaxLineBytes = 8192;
 constexpr std::size_t kMaxNameBytes = 48;    // inih cuts section and key names after 49 bytes
 constexpr std::size_t kMaxQuotedBytes = 40;  // of a value, in the text of a fault
 constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 char commentPrefixes[] = ";#";
 
@@ -123,7 +124,11 @@ void ConfigureInih() {
 
 class SettingsParser {
 public:
-    explicit SettingsParser(std::string_view text) : rest_(text) {}
+    // A byte order mark goes first: inih would skip it behind the checks of the line that it is on.
+    explicit SettingsParser(std::string_view text) : rest_(text) {
+        while (rest_.starts_with(kByteOrderMark))
+            rest_.remove_prefix(kByteOrderMark.size());
+    }
 
     std::variant<SettingsDocument, SettingsFault> Run() {
         ConfigureInih();
