@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <string>
 #include <string_view>
@@ -24,6 +25,12 @@ std::optional<U16> TakeNumber(std::string_view& text) {
         return std::nullopt;
     text.remove_prefix(static_cast<size_t>(end - text.data()));
     return number;
+}
+
+bool IsSame(const SocketAddress& one, const SocketAddress& other) {
+    return one.length == other.length &&
+           std::memcmp(one.address.sun_path, other.address.sun_path,
+                       one.length - offsetof(sockaddr_un, sun_path)) == 0;
 }
 
 std::optional<U16> FindNode() {
@@ -67,7 +74,8 @@ std::optional<vorl_portID> FromSocketAddress(const SocketAddress& address) {
     const std::optional<U16> port = TakeNumber(name);
     if (!port || !name.empty())
         return std::nullopt;
-    return vorl_portID{*node, *port};
+    const vorl_portID result{*node, *port};
+    return IsSame(ToSocketAddress(result), address) ? std::optional(result) : std::nullopt;
 }
 
 std::optional<U16> ParseNode(const char* text) {

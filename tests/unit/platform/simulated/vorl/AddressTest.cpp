@@ -35,7 +35,7 @@ TEST(Address, RefusesOtherNames) {
     for (const char* const name :
          {"", "zelsim", "zelsim-vorl-", "zelsim-vorl-1", "zelsim-vorl-1-", "zelsim-vorl--1",
           "zelsim-vorl-1-2-3", "zelsim-vorl-1-65536", "zelsim-vorl-65536-1", "zelsim-vorl-1-2 ",
-          "zelsim-vorl-+1-2", "another-1-2"})
+          "zelsim-vorl-+1-2", "zelsim-vorl-01-2", "zelsim-vorl-1-02", "another-1-2"})
         EXPECT_FALSE(FromSocketAddress(Named(name))) << name;
     EXPECT_TRUE(FromSocketAddress(Named("zelsim-vorl-1-2")));
     EXPECT_FALSE(FromSocketAddress(Named("zelsim-vorl-1-2", '/')));
