@@ -32,6 +32,10 @@ std::string Suggestion(std::string_view word, const std::vector<std::string>& kn
     const std::string* best = nullptr;
     std::size_t bestDistance = kMaxDistance + 1;
     for (const std::string& candidate : known) {
+        // The lengths alone tell most of them, and every one for a word without end.
+        if (std::max(word.size(), candidate.size()) - std::min(word.size(), candidate.size()) >
+            kMaxDistance)
+            continue;
         const std::size_t distance = EditDistance(word, candidate);
         if (distance < bestDistance && distance < candidate.size()) {
             best = &candidate;

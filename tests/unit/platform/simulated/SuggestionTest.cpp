@@ -20,6 +20,11 @@ TEST(Suggestion, KeepsSilentWhenNothingIsNear) {
     EXPECT_EQ(Suggestion("run", {}), "");
 }
 
+TEST(Suggestion, LosesNoTimeOnAWordWithoutEnd) {
+    const std::vector<std::string> manyWords(1000, "a_register_of_the_card");
+    EXPECT_EQ(Suggestion(std::string(16 << 20, 'a'), manyWords), "");
+}
+
 TEST(Suggestion, TakesTheFirstOfTwoThatAreEquallyNear) {
     EXPECT_EQ(Suggestion("cat", {"car", "bat"}), "; did you mean \"car\"?");
 }
