@@ -1,6 +1,7 @@
 // The command line: global options, the groups by name, and each further word offered to them.
+#include "TestEngine/te_main_cmdline.h"
+
 #include <cstdio>
-#include <initializer_list>
 #include <memory>
 
 #include "CommonTool/ShellExecuter.h"
@@ -17,8 +18,6 @@ U8 curTstMode = k_NoTestSelected;
 
 namespace {
 
-constexpr char kHelpWord[] = "-help";
-
 struct FileCloser {
     void operator()(FILE* file) const { cmCloseFile(file); }
 };
@@ -28,7 +27,7 @@ bool Contains(const char* word, const char* part) {
     return cmFindFirstString(word, part) != nullptr;
 }
 
-bool EqualsAny(const char* name, std::initializer_list<const char*> spellings) {
+bool EqualsAny(const char* name, std::span<const char* const> spellings) {
     for (const char* spelling : spellings) {
         if (cmStringCmp(name, spelling) == 0)
             return true;
@@ -38,9 +37,9 @@ bool EqualsAny(const char* name, std::initializer_list<const char*> spellings) {
 
 // "-help" at the word's very end: "--help" and "x-help" ask for help, "x-helpful" does not.
 bool AsksForHelp(const char* word) {
-    constexpr U32 kLength = sizeof(kHelpWord) - 1;
+    constexpr U32 kLength = sizeof(k_HelpWord) - 1;
     const U32 length = cmFindStrLength(word);
-    return length >= kLength && cmStringCmp(word + length - kLength, kHelpWord) == 0;
+    return length >= kLength && cmStringCmp(word + length - kLength, k_HelpWord) == 0;
 }
 
 // "-dbgLvl=8" as "-dbgLvl" and 8. A word without "=", or without a number behind it, is no option of
@@ -55,7 +54,7 @@ public:
                     cmConvertChar2U32(valueText.get(), &value_) == 0;
     }
 
-    bool IsNamed(std::initializer_list<const char*> spellings) const {
+    bool IsNamed(std::span<const char* const> spellings) const {
         return hasValue_ && EqualsAny(name_.get(), spellings);
     }
     U32 Value() const { return value_; }
@@ -116,19 +115,21 @@ void SetQuietMode() {
         ifstSetupParams.bQuietMode = 1;
 }
 
-// The flags that count anywhere in a word, wherever the word stands.
+constexpr CommandFlag kFlags[] = {
+    {"-exitOnFail", [] { ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL; }},
+    {"-skipOnFail", [] { ifstSetupParams.failCtlState = IFST_SKIP_ON_FAIL; }},
+    {"-noExitOnFail", [] { ifstSetupParams.failCtlState = IFST_NO_EXIT_ON_FAIL; }},
+    {"-quietMode", SetQuietMode},
+};
+
 bool TakeFlag(const char* word) {
-    if (Contains(word, "-exitOnFail"))
-        ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
-    else if (Contains(word, "-skipOnFail"))
-        ifstSetupParams.failCtlState = IFST_SKIP_ON_FAIL;
-    else if (Contains(word, "-noExitOnFail"))
-        ifstSetupParams.failCtlState = IFST_NO_EXIT_ON_FAIL;
-    else if (Contains(word, "-quietMode"))
-        SetQuietMode();
-    else
-        return false;
-    return true;
+    for (const CommandFlag& flag : kFlags) {
+        if (!Contains(word, flag.name))
+            continue;
+        flag.set();
+        return true;
+    }
+    return false;
 }
 
 // Selects the groups of this name. A group named after a test leaves nothing selected until one of
@@ -136,7 +137,8 @@ bool TakeFlag(const char* word) {
 bool SelectGroups(const char* word) {
     bool found = false;
     for (ifstTstGroup& group : ifstTstGrps) {
-        if (!EqualsAny(word, {group.longNm, group.shortNm}))
+        const char* const names[] = {group.longNm, group.shortNm};
+        if (!EqualsAny(word, names))
             continue;
         group.state = IFST_GROUP_SELECTED;
         curTstMode |= k_NoTestSelected;
@@ -149,7 +151,7 @@ bool SelectGroups(const char* word) {
 // one answered.
 I16 OfferToGroups(char* word) {
     const ValueOption option(word);
-    const bool debugLevel = option.IsNamed({"-debugLevel", "-dbgLvl"});
+    const bool debugLevel = option.IsNamed(k_DebugLevelNames);
     bool accepted = false;
     I16 status = IFST_PARSE_REFUSED;
     for (ifstTstGroup& group : ifstTstGrps) {
@@ -169,22 +171,36 @@ I16 OfferToGroups(char* word) {
     return accepted ? static_cast<I16>(IFST_PARSE_ACCEPTED) : status;
 }
 
-// Stores a seed or a loop count. The names compare without case, so that "-R" is "-r" and the outer
-// count is reached by its long name only.
+// The names compare without case, so that "-R" is "-r" and the outer count is reached by its long name
+// only.
+constexpr RunValue kRunValues[] = {
+    {{"-b", "-bs", "-beginSeed"}, [](U32 value) { ifstSetupParams.conc.startSeed = value; }},
+    {{"-e", "-es", "-endSeed"}, [](U32 value) { ifstSetupParams.conc.endSeed = value; }},
+    {{"-r", "-repeat", "-innerLpCnt"},
+     [](U32 value) { ifstSetupParams.conc.innerLoopCnt = value + 1; }},
+    {{"-R", "-Repeat", "-outerLpCnt"},
+     [](U32 value) { ifstSetupParams.conc.outerLoopCnt = value + 1; }},
+};
+
 void StoreRunValue(const char* word) {
     const ValueOption option(word);
-    auto& conc = ifstSetupParams.conc;
-    if (option.IsNamed({"-b", "-bs", "-beginSeed"}))
-        conc.startSeed = option.Value();
-    else if (option.IsNamed({"-e", "-es", "-endSeed"}))
-        conc.endSeed = option.Value();
-    else if (option.IsNamed({"-r", "-repeat", "-innerLpCnt"}))
-        conc.innerLoopCnt = option.Value() + 1;
-    else if (option.IsNamed({"-R", "-Repeat", "-outerLpCnt"}))
-        conc.outerLoopCnt = option.Value() + 1;
+    for (const RunValue& row : kRunValues) {
+        if (!option.IsNamed(row.names))
+            continue;
+        row.store(option.Value());
+        return;
+    }
 }
 
 }  // namespace
+
+std::span<const CommandFlag> ifstFlags() {
+    return kFlags;
+}
+
+std::span<const RunValue> ifstRunValues() {
+    return kRunValues;
+}
 
 int ifstParseCmdLine(int count, char** words) {
     curTstMode |= k_NoTestSelected;

@@ -3,12 +3,13 @@
 
 #include <unistd.h>
 
-#include <span>
+#include <algorithm>
 
 #include "CommonTool/Trace.h"
 #include "SI/cm_stub0.h"
 #include "SI/si_main.h"
 #include "TestEngine/TestGroups.h"
+#include "TestEngine/te_main_cmdline.h"
 #include "TestEngine/te_main_console.h"
 #include "TestEngine/te_main_params.h"
 #include "TestEngine/te_summary.h"
@@ -100,21 +101,32 @@ U32 CountDeclaredArgs(const ifstTstCb& test) {
     return count;
 }
 
+constexpr GroupWord kGroupWords[] = {
+    {{"-all", nullptr}, SelectAllTests},
+    {{"-continueOnFail", "-contOnFail"},
+     [](const ifstGroupFrontEnd& frontEnd) { SetBreakOnFail(frontEnd, false); }},
+    {{"-breakOnFail", "-brkOnFail"},
+     [](const ifstGroupFrontEnd& frontEnd) { SetBreakOnFail(frontEnd, true); }},
+};
+
+bool TakeGroupWord(const ifstGroupFrontEnd& frontEnd, const char* word) {
+    for (const GroupWord& row : kGroupWords) {
+        const bool named =
+            std::any_of(row.names.begin(), row.names.end(),
+                        [word](const char* name) { return name != nullptr && Equals(word, name); });
+        if (!named)
+            continue;
+        row.take(frontEnd);
+        return true;
+    }
+    return false;
+}
+
 bool TakeWord(const ifstGroupFrontEnd& frontEnd, ifstTstGroup& group, const char* word) {
     if (SelectNamedTests(frontEnd, group, word))
         return true;
-    if (Equals(word, "-all")) {
-        SelectAllTests(frontEnd);
+    if (TakeGroupWord(frontEnd, word))
         return true;
-    }
-    if (Equals(word, "-continueOnFail") || Equals(word, "-contOnFail")) {
-        SetBreakOnFail(frontEnd, false);
-        return true;
-    }
-    if (Equals(word, "-breakOnFail") || Equals(word, "-brkOnFail")) {
-        SetBreakOnFail(frontEnd, true);
-        return true;
-    }
     if (frontEnd.takeOption != nullptr)
         return frontEnd.takeOption(word);
     return ifstParseTestParam(frontEnd, &group, word) != 0;
@@ -122,8 +134,12 @@ bool TakeWord(const ifstGroupFrontEnd& frontEnd, ifstTstGroup& group, const char
 
 }  // namespace
 
+std::span<const GroupWord> ifstGroupWords() {
+    return kGroupWords;
+}
+
 I16 ifstParseGroupWord(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* group, const char* word) {
-    if (Equals(word, "-help")) {
+    if (Equals(word, k_HelpWord)) {
         PrintHelp(frontEnd, *group);
         return IFST_PARSE_HELP;
     }

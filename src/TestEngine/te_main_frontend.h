@@ -3,6 +3,9 @@
 // record; its own functions are one line each.
 #pragma once
 
+#include <array>
+#include <span>
+
 #include "TestEngine/te_main_records.h"
 
 // What the words of one parse have set in a group.
@@ -36,6 +39,13 @@ struct ifstGroupFrontEnd {
 
     void (*usage)();
 };
+
+// A word that every group takes, in one or two spellings; the second may be null.
+struct GroupWord {
+    std::array<const char*, 2> names;
+    void (*take)(const ifstGroupFrontEnd& frontEnd);
+};
+std::span<const GroupWord> ifstGroupWords();
 
 // Selects the word's test or sets its option; one of ifstParseStatus. Ends the process with status
 // 251 when the user is not root.

@@ -23,8 +23,6 @@ TESummary SUMMARY_INSTANCE;
 namespace {
 
 constexpr unsigned int kNoCard = std::numeric_limits<unsigned int>::max();
-constexpr char kSummaryOption[] = "-summary";
-constexpr char kDeviceListOption[] = "-devicelist";
 constexpr char kNone[] = "<none>";
 constexpr std::size_t kErrorLineBytes = 256;
 constexpr std::size_t kCardLineBytes = 4096;
@@ -111,7 +109,7 @@ int TESummary::ProcessGlobalOptions(int argc, char** argv, int* consumed) {
     // The index grows while the count shrinks, and the scan ends where they meet: an option that
     // stands behind that place is left to the run's own parser.
     do {
-        if (std::strcmp(argv[i], kDeviceListOption) == 0) {
+        if (std::strcmp(argv[i], k_DeviceListOption) == 0) {
             if (deviceListSeen)
                 EndWithError(
                     "ERROR: Global option '-devicelist' cannot appear more than once per execution "
@@ -125,7 +123,7 @@ int TESummary::ProcessGlobalOptions(int argc, char** argv, int* consumed) {
             r -= 2;
             i += 2;
             deviceListSeen = true;
-        } else if (std::strcmp(argv[i], kSummaryOption) == 0) {
+        } else if (std::strcmp(argv[i], k_SummaryOption) == 0) {
             if (summarySeen)
                 EndWithError(
                     "ERROR: Global option '-summary' is allowed on the command line once pre "

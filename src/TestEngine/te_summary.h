@@ -10,6 +10,10 @@
 
 namespace TE {
 
+// The options that stand in front, in this letter case.
+inline constexpr char k_SummaryOption[] = "-summary";
+inline constexpr char k_DeviceListOption[] = "-devicelist";
+
 // Lines of text in order. A run of equal lines takes the room of one, so that a card that reports the
 // same failure millions of times does not fill the host's memory. A line for which there is no memory
 // counts all the same, and shows in short at the end.

@@ -1,6 +1,8 @@
 // The Memory test group: its control block, its front end and its tests.
 #pragma once
 
+#include <span>
+
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_records.h"
 
@@ -62,6 +64,21 @@ I16 memory_TGInit(ifstTstGroup* group);
 I16 memory_TGCfg(ifstTstGroup* group);
 I16 memory_TGClean(ifstTstGroup* group);
 void memoryUsage();
+
+// An option of the group's own. `take` is false when the value is none for it.
+struct MemoryOption {
+    const char* key;  // in lower case; the command line takes any
+    bool (*take)(const char* value);
+};
+std::span<const MemoryOption> memory_Options();
+
+// A value of -datawidth, in two spellings and this letter case.
+struct MemoryWidth {
+    const char* name;
+    const char* shortName;
+    U32 bytes;
+};
+std::span<const MemoryWidth> memory_Widths();
 
 // Takes a word of the form "key=value" that is one of the group's options, the key in any letter
 // case; 1 when it was taken, 0 when the key or the value is none.

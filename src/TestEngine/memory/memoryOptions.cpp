@@ -41,15 +41,11 @@ bool TakeSize(const char* value) {
     return true;
 }
 
+constexpr MemoryWidth kWidths[] = {
+    {"BYTE", "B", 1}, {"WORD", "W", 2}, {"DWORD", "DW", 4}, {"QWORD", "QW", 8}};
+
 bool TakeDataWidth(const char* value) {
-    struct Width {
-        const char* name;
-        const char* shortName;
-        U32 bytes;
-    };
-    static constexpr Width kWidths[] = {
-        {"BYTE", "B", 1}, {"WORD", "W", 2}, {"DWORD", "DW", 4}, {"QWORD", "QW", 8}};
-    for (const Width& width : kWidths) {
+    for (const MemoryWidth& width : kWidths) {
         if (std::strcmp(value, width.name) != 0 && std::strcmp(value, width.shortName) != 0)
             continue;
         Params().dataWidth = width.bytes;
@@ -90,12 +86,7 @@ bool TakeDataPattern(const char* value) {
     return true;
 }
 
-struct Option {
-    const char* key;  // in lower case
-    bool (*take)(const char* value);
-};
-
-constexpr Option kOptions[] = {
+constexpr MemoryOption kOptions[] = {
     {"-startaddress", TakeStartAddress},
     {"-endaddress", TakeEndAddress},
     {"-memsize", TakeSize},
@@ -109,7 +100,7 @@ constexpr Option kOptions[] = {
 };
 
 bool TakeOption(const char* key, const char* value) {
-    for (const Option& option : kOptions) {
+    for (const MemoryOption& option : kOptions) {
         if (std::strcmp(key, option.key) == 0)
             return option.take(value);
     }
@@ -117,6 +108,14 @@ bool TakeOption(const char* key, const char* value) {
 }
 
 }  // namespace
+
+std::span<const MemoryOption> memory_Options() {
+    return kOptions;
+}
+
+std::span<const MemoryWidth> memory_Widths() {
+    return kWidths;
+}
 
 int memory_TGParseUserCustom(const char* word) {
     const int size = static_cast<int>(cmFindStrLength(word)) + 1;
