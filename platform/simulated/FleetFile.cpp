@@ -69,6 +69,13 @@ std::string Quoted(std::string_view text) {
     return "\"" + std::string(text) + "\"";
 }
 
+std::string Listed(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
 // The keys of one table. Each is asked for once; what is left at the end is unknown.
 class Table {
 public:
@@ -152,7 +159,8 @@ public:
             const std::string_view text = key.str();
             if (std::find(known_.begin(), known_.end(), text) == known_.end())
                 reader_.FailAt(key.source().begin.line,
-                               "unknown key " + Quoted(text) + Suggestion(text, known_));
+                               "unknown key " + Quoted(text) +
+                                   Suggestion(text, known_, "; known here: " + Listed(known_)));
         }
     }
 

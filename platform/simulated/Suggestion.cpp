@@ -10,25 +10,33 @@ namespace {
 
 constexpr std::size_t kMaxDistance = 2;
 
-// Insertions, deletions and replacements that turn one text into the other.
+char Lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// Insertions, deletions, replacements and swaps of neighbours that turn one text into the other, letter
+// case aside.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), 0);
+    std::vector<std::vector<std::size_t>> distance(a.size() + 1,
+                                                   std::vector<std::size_t>(b.size() + 1));
+    const auto same = [&](std::size_t i, std::size_t j) { return Lower(a[i]) == Lower(b[j]); };
+    std::iota(distance[0].begin(), distance[0].end(), 0);
     for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
+        distance[i][0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
+            distance[i][j] = std::min({distance[i - 1][j] + 1, distance[i][j - 1] + 1,
+                                       distance[i - 1][j - 1] + (same(i - 1, j - 1) ? 0 : 1)});
+            if (i > 1 && j > 1 && same(i - 1, j - 2) && same(i - 2, j - 1))
+                distance[i][j] = std::min(distance[i][j], distance[i - 2][j - 2] + 1);
         }
     }
-    return row[b.size()];
+    return distance[a.size()][b.size()];
 }
 
 }  // namespace
 
-std::string Suggestion(std::string_view word, const std::vector<std::string>& known) {
+std::string Suggestion(std::string_view word, const std::vector<std::string>& known,
+                       const std::string& otherwise) {
     const std::string* best = nullptr;
     std::size_t bestDistance = kMaxDistance + 1;
     for (const std::string& candidate : known) {
@@ -42,7 +50,7 @@ std::string Suggestion(std::string_view word, const std::vector<std::string>& kn
             bestDistance = distance;
         }
     }
-    return best == nullptr ? "" : "; did you mean \"" + *best + "\"?";
+    return best == nullptr ? otherwise : "; did you mean \"" + *best + "\"?";
 }
 
 }  // namespace simulated

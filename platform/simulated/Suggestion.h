@@ -7,7 +7,9 @@
 
 namespace simulated {
 
-// "; did you mean \"link_width\"?" for the known word that is at most two edits away, else nothing.
-std::string Suggestion(std::string_view word, const std::vector<std::string>& known);
+// "; did you mean \"link_width\"?" for the known word that is at most two edits away, letter case aside;
+// else `otherwise`.
+std::string Suggestion(std::string_view word, const std::vector<std::string>& known,
+                       const std::string& otherwise = "");
 
 }  // namespace simulated

@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <charconv>
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -21,6 +20,7 @@
 #include "Host.h"
 #include "HostFiles.h"
 #include "SecureShell.h"
+#include "Terminal.h"
 
 namespace simulated {
 
@@ -84,7 +84,7 @@ void CardServer::Serve() {
         try {
             ServeEvent(what);
         } catch (const std::runtime_error& failure) {
-            std::fprintf(stderr, "zelsim: %s\n", failure.what());
+            Complain(failure.what());
         }
     }
 }

@@ -11,6 +11,7 @@
 
 #include "Host.h"
 #include "HostFiles.h"
+#include "Progress.h"
 
 namespace simulated {
 
@@ -101,8 +102,11 @@ void MakeCardRoots(const std::vector<Card>& cards) {
         return;
     MakeSharedFolder();
     fs::create_directories(kRootsFolder);
-    for (std::size_t i = 0; i < cards.size(); ++i)
+    Progress progress("starting cards", cards.size());
+    for (std::size_t i = 0; i < cards.size(); ++i) {
         MakeRoot(CardRoot(i), cards[i]);
+        progress.Step();
+    }
 }
 
 void StartCardSystem(std::size_t card) {

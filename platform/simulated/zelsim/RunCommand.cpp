@@ -22,15 +22,16 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <optional>
 
 #include "../Descriptor.h"
 #include "../HostState.h"
+#include "../Suggestion.h"
 #include "CardServer.h"
 #include "Host.h"
 #include "HostFiles.h"
+#include "Terminal.h"
 
 namespace simulated {
 
@@ -89,7 +90,9 @@ bool Hear(const Descriptor& colleague) {
     sigprocmask(SIG_SETMASK, &none, nullptr);
     execvp(command[0], command);
     const bool missing = errno == ENOENT || errno == ENOTDIR;
-    std::fprintf(stderr, "zelsim: %s: %s\n", command[0], std::strerror(errno));
+    const std::string reason = std::strerror(errno);
+    Complain(command[0] + (": " + reason) +
+             (missing ? Suggestion(command[0], {"ZelDiag", "zelsim"}) : ""));
     _exit(missing ? kNoSuchCommand : kNotExecutable);
 }
 
@@ -134,11 +137,6 @@ int WaitForCommand(pid_t command, const Descriptor& childrenEnded, CardServer& c
     }
 }
 
-int Fail(const std::exception& failure) {
-    std::fprintf(stderr, "zelsim: %s\n", failure.what());
-    return kOwnFailure;
-}
-
 int ServeCommand(char* const* command, const Descriptor& outer) {
     const auto host = HostState::Open();
     if (!host)
@@ -173,7 +171,8 @@ int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* 
         BuildHost(fleet, programFolder);
         return ServeCommand(command, outer);
     } catch (const std::exception& failure) {
-        return Fail(failure);
+        Complain(failure.what());
+        return kOwnFailure;
     }
 }
 

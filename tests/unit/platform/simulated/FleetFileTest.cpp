@@ -226,11 +226,11 @@ TEST_P(FleetFileRefuses, WithFileLineAndReason) {
 
 constexpr Refusal kRefusals[] = {
     {"[[card]]\ncoers = 3", "my.toml:2: unknown key \"coers\"; did you mean \"cores\"?"},
-    {"[[card]]\nfrobnicate = 3", "my.toml:2: unknown key \"frobnicate\""},
-    {"[[card]]\n\n\"a\\nb\" = 3", "my.toml:3: unknown key \"a?b\""},
+    {"[host]\n\n\"a\\nb\" = 3", "my.toml:3: unknown key \"a?b\"; known here: hosk_version"},
     {"[[crad]]", "my.toml:1: unknown key \"crad\"; did you mean \"card\"?"},
-    {"[host]\nhosk = \"1\"", "my.toml:2: unknown key \"hosk\""},
-    {"hosk_version = \"1\"", "my.toml:1: unknown key \"hosk_version\""},
+    {"[host]\nhosk = \"1\"", "my.toml:2: unknown key \"hosk\"; known here: hosk_version"},
+    {"hosk_version = \"1\"",
+     "my.toml:1: unknown key \"hosk_version\"; known here: host, fault, card"},
     {"[host]\nhosk_version = 3", "my.toml:2: hosk_version takes a text in quotes"},
     {"host = 3", "my.toml:1: host is a table: [host]"},
     {"[card]", "my.toml:1: card is a list of tables: [[card]]"},

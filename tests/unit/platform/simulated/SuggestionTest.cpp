@@ -14,10 +14,21 @@ TEST(Suggestion, NamesTheNearestWord) {
     EXPECT_EQ(Suggestion("moded", kWords), "; did you mean \"mode\"?");
 }
 
+TEST(Suggestion, TakesSwappedNeighboursForOneMistake) {
+    EXPECT_EQ(Suggestion("zle1", {"zel0", "zel1"}), "; did you mean \"zel1\"?");
+    EXPECT_EQ(Suggestion("ehck", {"check"}), "; did you mean \"check\"?");
+}
+
+TEST(Suggestion, LooksPastLetterCase) {
+    EXPECT_EQ(Suggestion("STATUS", kWords), "; did you mean \"status\"?");
+    EXPECT_EQ(Suggestion("zeldiag", {"ZelDiag"}), "; did you mean \"ZelDiag\"?");
+}
+
 TEST(Suggestion, KeepsSilentWhenNothingIsNear) {
     for (const char* word : {"", "frobnicate", "xyz", "memory"})
         EXPECT_EQ(Suggestion(word, kWords), "") << '"' << word << '"';
     EXPECT_EQ(Suggestion("run", {}), "");
+    EXPECT_EQ(Suggestion("xyz", kWords, "; see the manual"), "; see the manual");
 }
 
 TEST(Suggestion, LosesNoTimeOnAWordWithoutEnd) {

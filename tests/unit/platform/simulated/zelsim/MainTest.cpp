@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Fleet.h"
 #include "Zelsim.h"
 
 namespace {
@@ -15,12 +16,14 @@ int Lines(const std::string& text) {
 
 TEST(ZelsimMain, HelpAndVersion) {
     for (const auto& words : std::vector<std::vector<std::string>>{
-             {"--help"}, {"-h"}, {"run", "--help"}, {"status", "--help"}}) {
+             {"--help"}, {"-h"}, {"run", "--help"}, {"run", "-h"}}) {
         const Ended ended = RunZelsim(words);
         EXPECT_EQ(ended.status, 0) << words[0];
         EXPECT_THAT(ended.out, StartsWith("usage: zelsim run [--fleet FILE]")) << words[0];
         EXPECT_EQ(ended.err, "");
     }
+    EXPECT_THAT(RunZelsim({"status", "--help"}).out,
+                StartsWith("usage: zelsim status\n\n  status"));
     EXPECT_EQ(RunZelsim({"--version"}).out, "zelsim 1.0\n");
 }
 
@@ -38,7 +41,12 @@ struct Mistake {
 
 TEST(ZelsimMain, MistakesAreToldInOneLine) {
     const Mistake mistakes[] = {
-        {{"rnu"}, 1, "zelsim: no command rnu; did you mean \"run\"?; see zelsim --help\n"},
+        {{"rnu"}, 1, "zelsim: no command rnu; did you mean \"run\"?\n"},
+        {{"frobnicate"}, 1, "zelsim: no command frobnicate; see zelsim --help\n"},
+        {{"--hepl"}, 1, "zelsim: no command --hepl; did you mean \"--help\"?\n"},
+        {{"--fleet", "x", "true"},
+         1,
+         "zelsim: --fleet belongs behind run: zelsim run --fleet FILE COMMAND\n"},
         {{""}, 1, "zelsim: no command ; see zelsim --help\n"},
         {{"run"}, 125, "zelsim: run takes a command; see zelsim --help\n"},
         {{"run", "--"}, 125, "zelsim: run takes a command; see zelsim --help\n"},
@@ -46,13 +54,17 @@ TEST(ZelsimMain, MistakesAreToldInOneLine) {
         {{"run", "--flet", "x"},
          125,
          "zelsim: run has no option --flet; did you mean \"--fleet\"?\n"},
+        {{"run", "-core"}, 125, "zelsim: run has no option -core; see zelsim --help\n"},
+        {{"run", "--fleet=/no/such.toml", "true"},
+         125,
+         "zelsim: /no/such.toml: cannot be read: No such file or directory\n"},
         {{"run", "--fleet", "/no/such.toml", "true"},
          125,
          "zelsim: /no/such.toml: cannot be read: No such file or directory\n"},
-        {{"check"}, 1, "zelsim: check takes one file\n"},
+        {{"check"}, 1, "zelsim: check takes one file; see zelsim --help\n"},
         {{"check", "/"}, 1, "zelsim: /: cannot be read: Is a directory\n"},
-        {{"status", "x"}, 1, "zelsim: status takes nothing\n"},
-        {{"mode", "0"}, 1, "zelsim: mode takes a card and a usage mode\n"},
+        {{"status", "x"}, 1, "zelsim: status takes nothing; see zelsim --help\n"},
+        {{"mode", "0"}, 1, "zelsim: mode takes a card and a usage mode; see zelsim --help\n"},
         {{"status"}, 1, "zelsim: this is no simulated host; start one with zelsim run\n"},
         {{"mode", "0", "offline"},
          1,
@@ -103,14 +115,42 @@ TEST(ZelsimMain, EveryModeCanBeSet) {
     EXPECT_EQ(ended.out, "1\n1\n1\n1\n1\n1\n1\n") << ended.err;
 }
 
+struct WrongMode {
+    const char* words;
+    const char* error;
+};
+
 TEST(ZelsimMain, ModeRefusesWhatThereIsNot) {
-    EXPECT_EQ(RunShell("zelsim mode 2 offline").err, "zelsim: this host has no card 2\n");
-    EXPECT_EQ(RunShell("zelsim mode zel offline").err, "zelsim: this host has no card zel\n");
-    EXPECT_EQ(RunShell("zelsim mode -1 offline").err, "zelsim: this host has no card -1\n");
-    EXPECT_EQ(RunShell("zelsim mode 00 offline").err, "zelsim: this host has no card 00\n");
-    const Ended ended = RunShell("zelsim mode 0 oflline");
-    EXPECT_EQ(ended.status, 1);
-    EXPECT_EQ(ended.err, "zelsim: a card has no usage mode oflline; did you mean \"offline\"?\n");
+    const WrongMode mistakes[] = {
+        {"2 offline", "this host has no card 2; it has zel0 to zel1"},
+        {"zel10 offline", "this host has no card zel10; it has zel0 to zel1"},
+        {"00 offline", "this host has no card 00; it has zel0 to zel1"},
+        {"ZEL1 offline", "this host has no card ZEL1; did you mean \"zel1\"?"},
+        {"zle1 offline", "this host has no card zle1; did you mean \"zel1\"?"},
+        {"card offline", "this host has no card card; it has zel0 to zel1"},
+        {"0 oflline", "a card has no usage mode oflline; did you mean \"offline\"?"},
+        {"0 OFFLINE", "a card has no usage mode OFFLINE; did you mean \"offline\"?"},
+        {"0 ready",
+         "a card has no usage mode ready; there are normal, maintenance, zombie, memdiag, "
+         "normal_restricted, offline, in_transition"},
+    };
+    for (const WrongMode& mistake : mistakes) {
+        const Ended ended = RunShell("zelsim mode " + std::string(mistake.words));
+        EXPECT_EQ(ended.status, 1) << mistake.words;
+        EXPECT_EQ(ended.err, "zelsim: " + std::string(mistake.error) + "\n");
+    }
+    const TemporaryFile none("");
+    EXPECT_EQ(RunShell("zelsim mode 0 offline", none.Path()).err,
+              "zelsim: this host has no card 0; it has none\n");
+    const TemporaryFile one("[[card]]\n");
+    EXPECT_EQ(RunShell("zelsim mode 1 offline", one.Path()).err,
+              "zelsim: this host has no card 1; it has zel0\n");
+}
+
+TEST(ZelsimMain, HelpNamesEveryMode) {
+    const std::string help = RunZelsim({"--help"}).out;
+    for (const simulated::ModeName& mode : simulated::kModeNames)
+        EXPECT_THAT(help, HasSubstr(mode.name));
 }
 
 TEST(ZelsimMain, TextThatCannotBeWrittenIsAnError) {

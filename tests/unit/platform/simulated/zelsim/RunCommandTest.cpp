@@ -36,6 +36,11 @@ TEST(ZelsimRun, CommandThatIsNotThere) {
     }
 }
 
+TEST(ZelsimRun, MistypedToolIsRecognised) {
+    EXPECT_EQ(RunZelsim({"run", "zeldiag", "-help"}).err,
+              "zelsim: zeldiag: No such file or directory; did you mean \"ZelDiag\"?\n");
+}
+
 TEST(ZelsimRun, CommandThatCannotRun) {
     const TemporaryFile text("text\n");
     EXPECT_EQ(RunZelsim({"run", text.Path()}).status, 126);

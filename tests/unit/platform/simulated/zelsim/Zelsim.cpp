@@ -22,6 +22,14 @@ namespace {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
+// The reading and the writing end, as of a pipe.
+void OpenEnds(const PseudoTerminal& terminal, int* ends) {
+    ends[0] = fcntl(terminal.Screen(), F_DUPFD_CLOEXEC, 0);
+    ends[1] = fcntl(terminal.Get(), F_DUPFD_CLOEXEC, 0);
+    if (ends[0] < 0 || ends[1] < 0)
+        Throw("dup");
+}
+
 // Reads what is there; false at the end.
 bool Drain(int descriptor, std::string& text) {
     char piece[4096];
@@ -55,11 +63,17 @@ std::string FileText(const std::filesystem::path& path) {
 }  // namespace
 
 Zelsim::Zelsim(const std::vector<std::string>& arguments,
-               const std::vector<std::string>& environment) {
+               const std::vector<std::string>& environment, Streams streams) {
     int out[2];
     int err[2];
-    if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
+    if (streams == Streams::terminal) {
+        for (auto& terminal : terminals_)
+            terminal = std::make_unique<PseudoTerminal>();
+        OpenEnds(*terminals_[0], out);
+        OpenEnds(*terminals_[1], err);
+    } else if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) {
         Throw("pipe2");
+    }
     std::vector<std::string> words = {"env"};
     words.insert(words.end(), environment.begin(), environment.end());
     words.emplace_back(ZELSIM);
@@ -81,6 +95,10 @@ Zelsim::Zelsim(const std::vector<std::string>& arguments,
     }
     close(out[1]);
     close(err[1]);
+    for (auto& terminal : terminals_) {
+        if (terminal)
+            terminal->LeaveTerminal();
+    }
     out_ = out[0];
     err_ = err[0];
 }

@@ -3,9 +3,13 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "PseudoTerminal.h"
 
 struct Ended {
     int status = -1;  // exit status, or 128 and the signal
@@ -16,8 +20,13 @@ struct Ended {
 // A zelsim that runs; killed and waited for when the object goes.
 class Zelsim {
 public:
+    // What its standard output and its standard error are, each for itself.
+    enum class Streams { pipe, terminal };
+
+    // `environment` is what env takes in front of a command.
     explicit Zelsim(const std::vector<std::string>& arguments,
-                    const std::vector<std::string>& environment = {});
+                    const std::vector<std::string>& environment = {},
+                    Streams streams = Streams::pipe);
     ~Zelsim();
     Zelsim(const Zelsim&) = delete;
     Zelsim& operator=(const Zelsim&) = delete;
@@ -32,6 +41,7 @@ public:
 
 private:
     pid_t pid_ = -1;
+    std::array<std::unique_ptr<PseudoTerminal>, 2> terminals_;
     int out_ = -1;
     int err_ = -1;
     std::string seen_;
