@@ -28,6 +28,16 @@ Options of every group:
    -breakOnFail or -brkOnFail, -continueOnFail or -contOnFail
                    whether a test stops at its first failure (memory tests)
 
+Options of the memory tests (ZelDiag -mem -help tells more):
+   -startAddress=<hex>, -endAddress=<hex>, -memSize=<bytes>
+                   what -wr tests
+   -datawidth=<width> or -dw=<width>
+                   BYTE, WORD, DWORD or QWORD; B, W, DW or QW
+   -datapattern=<hex>, -dp=<hex> or -data=<hex>
+                   what is written
+   -testchannel=<hex> or -tc=<hex>
+                   accepted, and without effect
+
 Tests (state of the card; time a card):
   -pcie   normal mode
    -vls    the link trained to 5 GT/s                                            5 s

@@ -1,0 +1,269 @@
+// Every message has an entry in ZelDiag-messages(7): those that the sources hold, and those that the
+// end-to-end cases print; and no entry is of a message that nothing prints.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <regex>
+#include <set>
+
+#include "Literals.h"
+#include "Messages.h"
+#include "Pages.h"
+#include "Words.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Texts of the sources that no operator meets.
+struct NoMessage {
+    const char* text;
+    const char* reason;
+};
+constexpr NoMessage kNoMessages[] = {
+    {"rpm -qi hosk-daemon | grep Version", "a command that is run"},
+    {"Error querying RPM, or RPM not found",
+     "caught where it is thrown; the version is NotAvailable"},
+    {"a row is missing", "seen by the compiler"},
+    {"icache_snoop_off zelpm=etc_on", "parameters of a card"},
+    {"Ostrel(R) Vimbra(TM) Software Development Vehicle (formerly known as \"Ember Vale\")",
+     "a name that cards tell"},
+};
+
+// Lines that cases print beside the tool: those of their own commands, of the programs with which they take
+// the place of others, and the runner's masks.
+struct OtherLine {
+    const char* cases;
+    const char* line;
+};
+constexpr OtherLine kOtherLines[] = {
+    {".*", "<connection lost>|host-based memory testing - time elapsed: <elapsed>"},
+    {".*", "card +generation .*|zel\\d +e[rv]1x .*"},
+    {".*", "status \\d+"},
+    {"card-files-apart",
+     "bin|dev|etc|tmp|usr|file|made|zel[01]:|for zel0|not on the host|cat: can't open .*"},
+    {"card-not-normal-unreachable", "/normal|[a-z_]+:|s(sh|cp) reaches zel0|ssh: \\d+"},
+    {"cmdline-help-text-(comments|of-host)", "one  two|four|from the host"},
+    {"cmdline-long", "\\d+"},
+    {"cmdline-not-ascii", "0000.*"},
+    {"core-workload-ends-with-1", ".*(TEST PASSED, said too early|lane 3 is wrong.*)"},
+    {"core-workload-killed", ".*before the signal\\]?"},
+    {"core-workload-lower-case", "Test Passed|test passed"},
+    {"core-workload-megabytes", "\\d+|received as sent|.*\\[x*"},
+    {"core-workload-(pass|name-with-more-characters)",
+     "(zel\\d: )?/cache_workload_.* /vpu_workload_.*"},
+    {"core-workload-not-ascii", "[^\\x20-\\x7E]*|.* T\u0395ST PASSED"},
+    {"core-workload-quiet", "nothing that passes"},
+};
+
+std::vector<std::string> SourceFiles() {
+    std::vector<std::string> files;
+    for (const char* folder : {"src", "card", "platform/settings"}) {
+        for (const auto& entry :
+             fs::recursive_directory_iterator(PROJECT_FOLDER "/" + std::string(folder))) {
+            const std::string extension = entry.path().extension();
+            if (extension == ".cpp" || extension == ".h")
+                files.push_back(fs::relative(entry.path(), PROJECT_FOLDER));
+        }
+    }
+    files.emplace_back("platform/trace/TraceLevel.cpp");
+    files.emplace_back("platform/simulated/ZelAccessApi.cpp");
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+// What help prints: of the tool, of each group and of each test, and of the simulator.
+const std::set<std::string>& HelpLines() {
+    static const std::set<std::string> lines = [] {
+        std::vector<std::vector<std::string>> commands = {
+            {"ZelDiag", "-help"}, {"zelsim", "--help"}, {"zelsim", "run", "zelsim", "status"}};
+        for (const DocGroup& group : Groups()) {
+            commands.push_back({"ZelDiag", group.shortName, "-help"});
+            for (const DocTest& test : group.tests)
+                commands.push_back({"ZelDiag", group.shortName, test.shortName, "-help"});
+        }
+        std::set<std::string> all;
+        for (const auto& command : commands) {
+            for (const std::string& line : SplitLines(RunProgram(command).text))
+                all.insert(Trimmed(line));
+        }
+        return all;
+    }();
+    return lines;
+}
+
+const std::set<std::string>& TestTitles() {
+    static const std::set<std::string> titles = [] {
+        std::set<std::string> all;
+        for (const DocGroup& group : Groups()) {
+            all.insert(group.title);
+            for (const std::string& title : group.testTitles)
+                all.insert(Trimmed(title));
+        }
+        return all;
+    }();
+    return titles;
+}
+
+const std::regex& Conversion() {
+    static const std::regex conversion(
+        "%[-+ #0]*(\\*|\\d+)?(\\.(\\*|\\d+))?(hh|h|ll|l|z)?[a-zA-Z%]");
+    return conversion;
+}
+
+// A line of a text as a pattern: what is converted may be anything.
+std::string PatternOfLine(const std::string& line) {
+    std::string pattern;
+    auto plain = line.begin();
+    for (std::sregex_iterator i(line.begin(), line.end(), Conversion()), end; i != end; ++i) {
+        pattern += Escaped(std::string(plain, (*i)[0].first)) + ".+";
+        plain = (*i)[0].second;
+    }
+    return pattern + Escaped(std::string(plain, line.end()));
+}
+
+// A message has two words at least; what has fewer is a piece of one, or no text for people.
+bool HasTwoWords(const std::string& line) {
+    static const std::regex words("[A-Za-z]{2,}.*\\s.*[A-Za-z]{2,}|[A-Za-z]{2,}\\s*:.*%");
+    return std::regex_search(std::regex_replace(line, Conversion(), "%"), words);
+}
+
+bool IsInSomeMessage(const std::string& line, const std::vector<Message>& messages) {
+    const std::regex pattern(PatternOfLine(line));
+    return std::any_of(messages.begin(), messages.end(), [&](const Message& message) {
+        return std::regex_search(message.text, pattern);
+    });
+}
+
+bool IsNoMessage(const std::string& line) {
+    return std::any_of(std::begin(kNoMessages), std::end(kNoMessages),
+                       [&](const NoMessage& row) { return line == row.text; });
+}
+
+bool IsInHelp(const std::string& line) {
+    const std::regex pattern(PatternOfLine(line));
+    return std::any_of(HelpLines().begin(), HelpLines().end(),
+                       [&](const std::string& help) { return std::regex_match(help, pattern); });
+}
+
+// The simulator puts its help and its headings together out of pieces.
+bool IsPieceOfHelp(const std::string& line) {
+    return std::any_of(HelpLines().begin(), HelpLines().end(),
+                       [&](const std::string& help) { return help.find(line) != help.npos; });
+}
+
+std::vector<std::string> LinesOf(const std::string& file) {
+    std::vector<std::string> lines;
+    for (const std::string& literal : ReadLiterals(ReadProjectFile(file))) {
+        for (const std::string& line : SplitLines(literal))
+            lines.push_back(Trimmed(line));
+    }
+    return lines;
+}
+
+TEST(Messages, OfTheSourcesHaveAnEntry) {
+    for (const std::string& file : SourceFiles()) {
+        for (const std::string& line : LinesOf(file)) {
+            if (!HasTwoWords(line) || IsNoMessage(line) || TestTitles().contains(line))
+                continue;
+            EXPECT_TRUE(IsInSomeMessage(line, Messages()) || IsInHelp(line))
+                << file << ": \"" << line << "\" has no entry in ZelDiag-messages.7";
+        }
+    }
+}
+
+// The rest of its sources writes files, and has no messages but those that begin with "cannot".
+constexpr const char* kSimulatorSources[] = {
+    "platform/simulated/FleetFile.cpp",
+    "platform/simulated/zelsim/HostCommands.cpp",
+    "platform/simulated/zelsim/Main.cpp",
+    "platform/simulated/zelsim/RunCommand.cpp",
+};
+
+TEST(Messages, OfTheSimulatorHaveAnEntry) {
+    const std::vector<Message> messages = ReadMessages("zelsim.1");
+    EXPECT_GT(messages.size(), 30U);
+    for (const char* file : kSimulatorSources) {
+        for (const std::string& line : LinesOf(file)) {
+            EXPECT_TRUE(!HasTwoWords(line) || IsInSomeMessage(line, messages) ||
+                        IsPieceOfHelp(line) || line.starts_with("cannot "))
+                << file << ": \"" << line << "\" has no entry in zelsim.1";
+        }
+    }
+}
+
+TEST(Messages, AreManyAndDifferent) {
+    EXPECT_GT(Messages().size(), 300U);
+    std::set<std::string> seen;
+    for (const Message& message : Messages())
+        EXPECT_TRUE(seen.insert(message.text + message.mark).second) << message.text;
+}
+
+// Texts of other programs, which the page explains where they are met.
+bool IsOfOtherPrograms(const std::string& text) {
+    return text.starts_with("ssh: ") || text.starts_with("/usr/bin/scp: ") ||
+           text == "lost connection";
+}
+
+// Two letters in a row that do not vary: by them a text can be told from others.
+bool HasFixedLetters(const std::string& text) {
+    static const std::regex letters("[A-Za-z]{2}");
+    return std::regex_search(text, letters);
+}
+
+TEST(Messages, ThatHaveAnEntryArePrinted) {
+    std::vector<std::regex> printed;
+    for (const std::string& file : SourceFiles()) {
+        for (const std::string& line : LinesOf(file)) {
+            if (HasFixedLetters(std::regex_replace(line, Conversion(), "")))
+                printed.emplace_back(PatternOfLine(line));
+        }
+    }
+    for (const Message& message : Messages()) {
+        static const std::regex varying("<[^>]*>");
+        if (!HasFixedLetters(std::regex_replace(message.text, varying, "")) ||
+            IsOfOtherPrograms(message.text))
+            continue;
+        EXPECT_TRUE(std::any_of(
+            printed.begin(), printed.end(),
+            [&](const std::regex& pattern) { return std::regex_search(message.text, pattern); }))
+            << "nothing prints: " << message.text;
+    }
+}
+
+bool IsOtherLine(const std::string& name, const std::string& line) {
+    return std::any_of(std::begin(kOtherLines), std::end(kOtherLines), [&](const OtherLine& row) {
+        return std::regex_match(name, std::regex(row.cases)) &&
+               std::regex_match(line, std::regex(row.line));
+    });
+}
+
+// Each line that end-to-end cases expect, and the first case that does and has no reason of its own.
+std::map<std::string, std::string> ExpectedLines() {
+    std::map<std::string, std::string> lines;
+    for (const auto& entry : fs::directory_iterator(PROJECT_FOLDER "/tests/e2e/cases")) {
+        const std::string name = entry.path().filename();
+        for (const char* stream : {"stdout", "stderr"}) {
+            const fs::path file = fs::path("tests/e2e/cases") / name / stream;
+            if (!fs::exists(PROJECT_FOLDER / file))
+                continue;
+            for (const std::string& line : SplitLines(ReadProjectFile(file))) {
+                if (!IsOtherLine(name, Trimmed(line)))
+                    lines.emplace(Trimmed(line), name);
+            }
+        }
+    }
+    return lines;
+}
+
+TEST(Messages, OfEndToEndCasesHaveAnEntry) {
+    const auto lines = ExpectedLines();
+    EXPECT_GT(lines.size(), 500U);
+    for (const auto& [line, name] : lines)
+        EXPECT_TRUE(HelpLines().contains(line) || IsDocumented(line))
+            << name << " prints: " << line;
+}
+
+}  // namespace
