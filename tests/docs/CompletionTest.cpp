@@ -1,0 +1,200 @@
+// What bash and zsh offer, asked of the shells themselves.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "Fleet.h"
+#include "Pages.h"
+#include "Words.h"
+
+namespace {
+
+using testing::Contains;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::UnorderedElementsAreArray;
+
+constexpr char kFolder[] = PROJECT_FOLDER "/packaging/completion";
+constexpr char kFleets[] = PROJECT_FOLDER "/platform/simulated/fleets/";
+
+class Completion : public testing::TestWithParam<std::string> {
+protected:
+    // What the shell offers at the end of the line. Values are asked for one by one: the "=" in front of
+    // them, which zsh adds later, is no part of a word.
+    static std::vector<std::string> Offers(const std::string& line) { return Run({}, line); }
+
+    static std::vector<std::string> OffersOnHost(const std::string& line) {
+        return Run({"zelsim", "run"}, line);
+    }
+
+    // zsh offers options only to who has typed their beginning.
+    static std::string Beginning() { return "-"; }
+
+private:
+    static std::vector<std::string> Run(std::vector<std::string> words, const std::string& line) {
+        const std::string driver = PROJECT_FOLDER "/tests/docs/complete." + GetParam();
+        const std::string folder = kFolder;
+        if (GetParam() == "bash")
+            words.insert(words.end(),
+                         {driver, folder + "/ZelDiag.bash", folder + "/zelsim.bash", line});
+        else
+            words.insert(words.end(), {driver, folder, line});
+        std::vector<std::string> offers;
+        for (std::string& offer : SplitLines(RunProgram(words).text)) {
+            if (offer.ends_with('='))
+                offer.pop_back();
+            // zsh tells the last component of a path, bash the whole.
+            offers.push_back(offer.substr(offer.rfind('/') + 1));
+        }
+        return offers;
+    }
+};
+
+std::vector<std::string> NamesOf(const DocGroup& group) {
+    std::vector<std::string> names;
+    for (const DocTest& test : group.tests)
+        names.insert(names.end(), {test.shortName, test.longName});
+    return names;
+}
+
+std::vector<std::string> OptionNames(std::initializer_list<Place> places) {
+    std::vector<std::string> names;
+    for (const DocOption& option : Options()) {
+        if (std::find(places.begin(), places.end(), option.place) != places.end())
+            names.insert(names.end(), option.names.begin(), option.names.end());
+    }
+    return names;
+}
+
+std::vector<std::string> Lowered(std::vector<std::string> words) {
+    for (std::string& word : words)
+        word = Lower(word);
+    return words;
+}
+
+std::vector<std::string> Together(std::vector<std::string> a, const std::vector<std::string>& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+std::vector<std::string> GroupNames() {
+    std::vector<std::string> names;
+    for (const DocGroup& group : Groups())
+        names.insert(names.end(), {group.shortName, group.longName});
+    return names;
+}
+
+TEST_P(Completion, InFrontOffersEverythingThatMayStandThere) {
+    EXPECT_THAT(Offers("ZelDiag "),
+                UnorderedElementsAreArray(
+                    Together(GroupNames(), OptionNames({Place::front, Place::flag, Place::help}))));
+}
+
+TEST_P(Completion, FrontOptionsStandOnceAndInFront) {
+    EXPECT_THAT(Offers("ZelDiag -summary "), Not(Contains("-summary")));
+    EXPECT_THAT(Offers("ZelDiag -summary "), Contains("-devicelist"));
+    EXPECT_THAT(Offers("ZelDiag -devicelist 0 "), Contains("-summary"));
+    EXPECT_THAT(Offers("ZelDiag -quietMode -"), Not(Contains("-summary")));
+}
+
+TEST_P(Completion, BehindAGroupOffersItsTestsAndOptions) {
+    for (const DocGroup& group : Groups()) {
+        for (const std::string& name : {group.shortName, Lower(group.longName)}) {
+            std::vector<std::string> expected =
+                Together(Together(GroupNames(), NamesOf(group)),
+                         OptionNames({Place::flag, Place::help, Place::group}));
+            if (group.shortName == "-mem")
+                expected = Together(expected, OptionNames({Place::memory}));
+            EXPECT_THAT(Lowered(Offers("ZelDiag -summary " + name + " ")),
+                        UnorderedElementsAreArray(Lowered(expected)))
+                << name;
+        }
+    }
+}
+
+TEST_P(Completion, BehindTwoGroupsOffersTheTestsOfBoth) {
+    const auto offers = Offers("ZelDiag -pcie -vls -quietMode -smc -fwv -");
+    EXPECT_THAT(offers, IsSupersetOf(NamesOf(Groups()[0])));
+    EXPECT_THAT(offers, IsSupersetOf(NamesOf(Groups()[4])));
+    EXPECT_THAT(offers, Not(Contains("-gec")));
+}
+
+TEST_P(Completion, BehindHelpOffersNothing) {
+    EXPECT_THAT(Offers("ZelDiag -core -help "), IsEmpty());
+}
+
+TEST_P(Completion, LooksPastLetterCase) {
+    EXPECT_THAT(Offers("ZelDiag -core -GETC"), testing::ElementsAre("-GetCPUID"));
+}
+
+TEST_P(Completion, OffersTheValuesOfDataWidth) {
+    for (const DocOption& option : Options()) {
+        if (option.place != Place::memory || option.names.front() != "-datawidth")
+            continue;
+        for (const std::string& name : option.names)
+            EXPECT_THAT(Offers("ZelDiag -mem -wr " + name + "="),
+                        UnorderedElementsAreArray(DataWidths()));
+    }
+    EXPECT_THAT(Offers("ZelDiag -mem -dw=Q"), UnorderedElementsAreArray({"QWORD", "QW"}));
+}
+
+TEST_P(Completion, OffersTheDebugLevelsThatDoSomething) {
+    EXPECT_THAT(Offers("ZelDiag -core -dbgLvl="), UnorderedElementsAreArray({"4", "8", "12"}));
+}
+
+TEST_P(Completion, OffersTheHostsCards) {
+    EXPECT_THAT(OffersOnHost("ZelDiag -devicelist "), UnorderedElementsAreArray({"0", "1"}));
+    EXPECT_THAT(OffersOnHost("zelsim mode z"), UnorderedElementsAreArray({"zel0", "zel1"}));
+    EXPECT_THAT(OffersOnHost("ZelDiag -devicelist 0,"), Contains(testing::EndsWith("1")));
+}
+
+TEST_P(Completion, OffersTheSimulatorsCommandsAndOptions) {
+    const std::string help = RunProgram({"zelsim", "--help"}).text;
+    static const std::regex command("zelsim ([a-z]+)( [^\n]*)?\n");
+    static const std::regex option("--[a-z]+");
+    std::vector<std::string> commands;
+    for (std::sregex_iterator i(help.begin(), help.find("Makes") + help.begin(), command), end;
+         i != end; ++i) {
+        const std::string name = (*i)[1];
+        commands.push_back(name);
+        const std::string usage = RunProgram({"zelsim", name, "--help"}).text;
+        EXPECT_THAT(Offers("zelsim " + name + " -"), Contains("--help"));
+        for (std::sregex_iterator j(usage.begin(), usage.end(), option); j != end; ++j)
+            EXPECT_THAT(Offers("zelsim " + name + " -"), Contains(j->str()));
+    }
+    EXPECT_GE(commands.size(), 4U);
+    EXPECT_THAT(Offers("zelsim "), IsSupersetOf(commands));
+    EXPECT_THAT(Offers("zelsim --"), IsSupersetOf({"--help", "--version"}));
+}
+
+TEST_P(Completion, OffersTheUsageModes) {
+    std::vector<std::string> modes;
+    for (const simulated::ModeName& mode : simulated::kModeNames)
+        modes.emplace_back(mode.name);
+    EXPECT_THAT(Offers("zelsim mode zel0 "), UnorderedElementsAreArray(modes));
+}
+
+TEST_P(Completion, OffersFleetFiles) {
+    for (const std::string line : {"zelsim check ", "zelsim run --fleet ", "zelsim run --fleet="})
+        EXPECT_THAT(Offers(line + kFleets),
+                    UnorderedElementsAreArray({"default.toml", "ready.toml"}))
+            << line;
+    EXPECT_THAT(Offers(std::string("zelsim check ") + PROJECT_FOLDER "/Makef"), IsEmpty());
+}
+
+TEST_P(Completion, CompletesTheCommandOfASimulatedHostAsItIs) {
+    for (const std::string front : {"zelsim run ", "zelsim run -- ", "zelsim run --fleet a.toml ",
+                                    "zelsim run --fleet=a.toml -- "}) {
+        EXPECT_THAT(Offers(front + "ZelD"), Contains("ZelDiag")) << front;
+        EXPECT_THAT(Offers(front + "ZelDiag -core -gn"), testing::ElementsAre("-gnt")) << front;
+        EXPECT_THAT(Offers(front + "zelsim mode zel0 of"), testing::ElementsAre("offline"))
+            << front;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Shell, Completion, testing::Values("bash", "zsh"),
+                         [](const auto& shell) { return shell.param; });
+
+}  // namespace
