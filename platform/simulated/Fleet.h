@@ -23,6 +23,7 @@ struct Fault {
     U32 status = ZEL_DEVICE_IO_ERROR;
     U32 skip = 0;
     U32 count = 1;
+    bool operator==(const Fault&) const = default;
 };
 
 // A broken memory cell: the bit reads as `stuck` whatever was written. Unless `every` is 0, the same
@@ -32,6 +33,7 @@ struct MemoryFault {
     U32 bit = 0;
     U32 stuck = 1;
     U64 every = 0;
+    bool operator==(const MemoryFault&) const = default;
 };
 
 // A broken data line: in what DMA transfers bring to one end, a bit of a 32-bit word of each 64 KiB
@@ -41,6 +43,7 @@ struct DmaFault {
     U32 word = 0;
     U32 bit = 0;
     U32 stuck = 1;
+    bool operator==(const DmaFault&) const = default;
 };
 inline constexpr U32 kLastDmaWord = 64 * 1024 / sizeof(U32) - 1;
 
@@ -49,6 +52,7 @@ struct SboxValue {
     U32 offset = 0;  // from the start of the SBOX region
     U32 width = 32;  // bits
     U64 value = 0;
+    bool operator==(const SboxValue&) const = default;
 };
 
 struct PcieAddress {
@@ -98,6 +102,7 @@ struct Card {
     std::vector<Fault> faults;
     std::vector<MemoryFault> memoryFaults;
     std::vector<DmaFault> dmaFaults;
+    bool operator==(const Card&) const = default;
 };
 
 // A healthy card of a generation. It has no place on a host yet.

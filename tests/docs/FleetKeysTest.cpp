@@ -1,0 +1,129 @@
+// docs/simulated-platform.md: it has a row for each key that the fleet-file reader knows, and each command
+// of zelsim, and no other.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <regex>
+#include <set>
+
+#include "Fleet.h"
+#include "Pages.h"
+
+namespace {
+
+using simulated::FleetError;
+using simulated::ParseFleet;
+
+// A table of the file: its heading in the document, and a fleet that ends in it and is accepted.
+struct FleetTable {
+    const char* heading;
+    const char* fleet;
+};
+void PrintTo(const FleetTable& table, std::ostream* out) {
+    *out << table.heading;
+}
+
+constexpr FleetTable kTables[] = {
+    {"### `[host]`", "[host]\n"},
+    {"### `[[card]]`", "[[card]]\n"},
+    {"### `[[fault]]` and `[[card.fault]]`", "[[fault]]\ncall = \"ZelInitAPI\"\n"},
+    {"### `[[fault]]` and `[[card.fault]]`", "[[card]]\n[[card.fault]]\ncall = \"ZelGetUUID\"\n"},
+    {"### `[[card.memory_fault]]`", "[[card]]\n[[card.memory_fault]]\naddress = 0\n"},
+};
+
+// Tables inside a table have headings of their own.
+const std::set<std::string> kInnerTables = {"sbox", "fault", "memory_fault"};
+
+// The reader lists the keys of a table when it is given one that is like none of them.
+std::set<std::string> ReadersKeys(const std::string& fleet) {
+    std::string reason;
+    try {
+        ParseFleet(fleet + "no_such_key_at_all = 1\n", "fleet");
+    } catch (const FleetError& error) {
+        reason = error.what();
+    }
+    static const std::regex list("unknown key \"no_such_key_at_all\"; known here: (.*)");
+    std::smatch match;
+    std::set<std::string> keys;
+    if (!std::regex_search(reason, match, list))
+        return keys;
+    const std::string names = match[1];
+    static const std::regex between(", ");
+    for (std::sregex_token_iterator i(names.begin(), names.end(), between, -1), end; i != end; ++i)
+        keys.insert(*i);
+    return keys;
+}
+
+std::string Section(const std::string& heading) {
+    const std::string document = ReadProjectFile("docs/simulated-platform.md");
+    const std::size_t begin = document.find(heading + "\n");
+    if (begin == document.npos)
+        throw std::runtime_error("no section " + heading);
+    return document.substr(begin, document.find("\n#", begin + heading.size()) - begin);
+}
+
+// Rows such as "| `cores` | 32 bits | `60` |".
+std::set<std::string> DocumentedKeys(const std::string& section) {
+    static const std::regex row("\\n\\| `([a-z_]+)`[ *]*\\|");
+    std::set<std::string> keys;
+    for (std::sregex_iterator i(section.begin(), section.end(), row), end; i != end; ++i)
+        keys.insert((*i)[1]);
+    return keys;
+}
+
+class FleetKeys : public testing::TestWithParam<FleetTable> {};
+
+TEST_P(FleetKeys, OfTheDocumentAreTheReaders) {
+    ASSERT_NO_THROW(ParseFleet(GetParam().fleet, "fleet"));
+    std::set<std::string> known = ReadersKeys(GetParam().fleet);
+    EXPECT_FALSE(known.empty());
+    for (const std::string& inner : kInnerTables)
+        known.erase(inner);
+    EXPECT_EQ(DocumentedKeys(Section(GetParam().heading)), known);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, FleetKeys, testing::ValuesIn(kTables));
+
+TEST(FleetFile, InnerTablesHaveSections) {
+    const std::set<std::string> known = ReadersKeys("[[card]]\n");
+    const std::string document = ReadProjectFile("docs/simulated-platform.md");
+    for (const std::string& inner : kInnerTables) {
+        EXPECT_TRUE(known.contains(inner)) << inner;
+        EXPECT_NE(document.find("card." + inner + "]"), document.npos) << inner;
+    }
+}
+
+// A default in the document is one that the reader takes, and makes the card that is made without it.
+TEST(FleetFile, DocumentedDefaultsAreTheReaders) {
+    const std::string section = Section("### `[[card]]`");
+    static const std::regex row("\\n\\| `([a-z_]+)` \\|[^\\n]*\\| `([^`\\n]+)` \\|");
+    const simulated::Card plain = ParseFleet("[[card]]\n", "fleet").cards[0];
+    int found = 0;
+    for (std::sregex_iterator i(section.begin(), section.end(), row), end; i != end; ++i, ++found) {
+        const std::string fleet = "[[card]]\n" + (*i)[1].str() + " = " + (*i)[2].str() + "\n";
+        ASSERT_NO_THROW({
+            const simulated::Card card = ParseFleet(fleet, "fleet").cards[0];
+            EXPECT_TRUE(card == plain) << fleet;
+        }) << fleet;
+    }
+    EXPECT_GE(found, 15);
+}
+
+TEST(SimulatedPlatform, HasARowForEachCommand) {
+    const std::string usage = RunProgram({"zelsim", "--help"}).text;
+    const std::string section = Section("## Commands and exit statuses");
+    static const std::regex command("zelsim ([a-z]+)[ \\n]");
+    static const std::regex row("\\n\\| `([a-z]+)` \\|");
+    std::set<std::string> known;
+    std::set<std::string> documented;
+    const std::sregex_iterator end;
+    for (std::sregex_iterator i(usage.begin(), usage.begin() + usage.find("\n\n"), command);
+         i != end; ++i)
+        known.insert((*i)[1]);
+    for (std::sregex_iterator i(section.begin(), section.end(), row); i != end; ++i)
+        documented.insert((*i)[1]);
+    EXPECT_EQ(documented, known);
+}
+
+}  // namespace
