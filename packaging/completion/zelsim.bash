@@ -23,6 +23,9 @@ _zelsim_cards() {
 # The command line from word `$1` on, completed for itself.
 _zelsim_command() {
     local first=$1 cur=${COMP_WORDS[COMP_CWORD]} spec
+    local -a programs=()
+    # A simulated host finds them wherever they lie.
+    ((first != COMP_CWORD)) || mapfile -t programs < <(compgen -W 'ZelDiag zelsim' -- "$cur")
     if declare -F _command_offset > /dev/null; then
         _command_offset "$first"
     elif ((first == COMP_CWORD)); then
@@ -36,10 +39,7 @@ _zelsim_command() {
         compopt -o filenames 2> /dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$cur")
     fi
-    # A simulated host finds them wherever they lie.
-    if ((first == COMP_CWORD)); then
-        mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W 'ZelDiag zelsim' -- "$cur")
-    fi
+    COMPREPLY+=("${programs[@]}")
 }
 
 _zelsim_run() {

@@ -34,13 +34,16 @@ protected:
 
 private:
     static std::vector<std::string> Run(std::vector<std::string> words, const std::string& line) {
-        const std::string driver = PROJECT_FOLDER "/tests/docs/complete." + GetParam();
+        const std::string driver = PROJECT_FOLDER "/tests/docs/complete.";
         const std::string folder = kFolder;
-        if (GetParam() == "bash")
-            words.insert(words.end(),
-                         {driver, folder + "/ZelDiag.bash", folder + "/zelsim.bash", line});
-        else
-            words.insert(words.end(), {driver, folder, line});
+        if (GetParam() == "zsh") {
+            words.insert(words.end(), {driver + "zsh", folder, line});
+        } else {
+            words.push_back(driver + "bash");
+            if (GetParam() == "bash_completion")
+                words.emplace_back("--bash-completion");
+            words.insert(words.end(), {folder + "/ZelDiag.bash", folder + "/zelsim.bash", line});
+        }
         std::vector<std::string> offers;
         for (std::string& offer : SplitLines(RunProgram(words).text)) {
             if (offer.ends_with('='))
@@ -194,7 +197,7 @@ TEST_P(Completion, CompletesTheCommandOfASimulatedHostAsItIs) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shell, Completion, testing::Values("bash", "zsh"),
+INSTANTIATE_TEST_SUITE_P(Shell, Completion, testing::Values("bash", "bash_completion", "zsh"),
                          [](const auto& shell) { return shell.param; });
 
 }  // namespace

@@ -1,7 +1,14 @@
 #!/usr/bin/env bash
 # Prints what bash offers at the end of a command line, one a line.
 #
-#   complete.bash COMPLETION_FILE... LINE
+#   complete.bash [--bash-completion] COMPLETION_FILE... LINE
+#
+# With --bash-completion the package of that name is loaded first, as most hosts do.
+if [[ $1 == --bash-completion ]]; then
+    shift
+    # shellcheck disable=SC1091  # of the machine
+    source /usr/share/bash-completion/bash_completion
+fi
 set -euo pipefail
 
 line=${!#}
@@ -19,7 +26,7 @@ for ((i = 0; i < ${#line}; i++)); do
     char=${line:i:1}
     case $char in
         [[:blank:]]) new= ;;
-        [=:]) new=break ;;
+        [=:]) new="break" ;;
         *) new=plain ;;
     esac
     if [[ $kind && $new != "$kind" ]]; then
