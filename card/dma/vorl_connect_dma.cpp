@@ -46,10 +46,12 @@ void Exchange(const peer::Shape& shape, const Folder& folder) {
     buffers.VerifyAndRefill(peer::kWritten, peer::kReply);
     Meet(endpoint, "peer vorl_writeto content verification done");
     Meet(endpoint, "peer vorl_readfrom and content verification wait");
-    if (shape.keepRegistered)
-        return;
-    buffers.Unregister(endpoint);
-    Meet(endpoint, "Unregister Done");
+    if (!shape.keepRegistered) {
+        buffers.Unregister(endpoint);
+        Meet(endpoint, "Unregister Done");
+    }
+    // A host whose half still runs when this program has ended takes that for a failure.
+    peer::LetHostLeave(endpoint);
 }
 
 }  // namespace
