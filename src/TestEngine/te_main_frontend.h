@@ -1,11 +1,12 @@
 // What the five test groups' front ends share: taking words of the command line, preparing and
 // closing the group on a card, printing the usage. A group tells its differences by one constant
-// record; its own functions are one line each.
+// record, from which its functions follow.
 #pragma once
 
 #include <array>
 #include <span>
 
+#include "SI/cm_stub0.h"
 #include "TestEngine/te_main_records.h"
 
 // What the words of one parse have set in a group.
@@ -26,16 +27,16 @@ struct ifstGroupFrontEnd {
     ifstGroupParseState* parseState;
 
     // Compares a word with a test's name; 0 when equal.
-    int (*compareTestName)(const char* word, const char* name);
+    int (*compareTestName)(const char* word, const char* name) = cmStringCmp;
     // Take the group's own words; null when it has none. `takeAll` runs after every test was selected.
-    void (*takeAll)();
-    bool (*takeOption)(const char* word);
-    void (*resetOptions)();
+    void (*takeAll)() = nullptr;
+    bool (*takeOption)(const char* word) = nullptr;
+    void (*resetOptions)() = nullptr;
 
     // What follows "*** NAME :" when the card is not in normal mode.
-    const char* notNormalText;
+    const char* notNormalText = nullptr;
     // Name of the group's configuration step where it reports a missing card-access object; or null.
-    const char* cfgName;
+    const char* cfgName = nullptr;
 
     void (*usage)();
 };
@@ -61,6 +62,21 @@ I16 ifstInitGroup(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* group);
 I16 ifstConfigureForNormalMode(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* group);
 
 I16 ifstCleanGroup(ifstTstGroup* group);
+
+// The functions of the group that `frontEnd` describes, as the table of groups names them.
+template <const ifstGroupFrontEnd& frontEnd>
+struct ifstGroupFunctions {
+    static I16 Parse(ifstTstGroup* group, char* word) {
+        return ifstParseGroupWord(frontEnd, group, word);
+    }
+    static int ParseTestParam(ifstTstGroup* group, char* word) {
+        return ifstParseTestParam(frontEnd, group, word);
+    }
+    static I16 Init(ifstTstGroup* group) { return ifstInitGroup(frontEnd, group); }
+    static I16 CfgForNormalMode(ifstTstGroup* group) {
+        return ifstConfigureForNormalMode(frontEnd, group);
+    }
+};
 
 // The usage's lines "        -short or -long : description", one a test.
 void ifstPrintTestList(const ifstGroupFrontEnd& frontEnd);

@@ -16,11 +16,12 @@ extern const ifstGroupFrontEnd k_PCIExpressFrontEnd;
 inline constexpr U16 k_PCIExpressTestCount = 6;
 extern ifstTstCb PCIExpressTests[k_PCIExpressTestCount];
 
-I16 PCIExpress_TGParse(ifstTstGroup* group, char* word);
-int PCIExpress_ParseTestParam(ifstTstGroup* group, char* word);
-I16 PCIExpress_TGInit(ifstTstGroup* group);
-I16 PCIExpress_TGCfg(ifstTstGroup* group);
-I16 PCIExpress_TGClean(ifstTstGroup* group);
+inline constexpr auto PCIExpress_TGParse = ifstGroupFunctions<k_PCIExpressFrontEnd>::Parse;
+inline constexpr auto PCIExpress_ParseTestParam =
+    ifstGroupFunctions<k_PCIExpressFrontEnd>::ParseTestParam;
+inline constexpr auto PCIExpress_TGInit = ifstGroupFunctions<k_PCIExpressFrontEnd>::Init;
+inline constexpr auto PCIExpress_TGCfg = ifstGroupFunctions<k_PCIExpressFrontEnd>::CfgForNormalMode;
+inline constexpr auto PCIExpress_TGClean = ifstCleanGroup;
 void PCIExpressUsage();
 
 // Each test takes the address of the control block and returns k_TestFinished when it has finished.

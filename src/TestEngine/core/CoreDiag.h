@@ -16,11 +16,12 @@ extern const ifstGroupFrontEnd k_CoreDiagFrontEnd;
 inline constexpr U16 k_CoreDiagTestCount = 5;
 extern ifstTstCb CoreDiagTests[k_CoreDiagTestCount];
 
-I16 CoreDiag_TGParse(ifstTstGroup* group, char* word);
-int CoreDiag_ParseTestParam(ifstTstGroup* group, char* word);
-I16 CoreDiag_TGInit(ifstTstGroup* group);
-I16 CoreDiag_TGCfg(ifstTstGroup* group);
-I16 CoreDiag_TGClean(ifstTstGroup* group);
+inline constexpr auto CoreDiag_TGParse = ifstGroupFunctions<k_CoreDiagFrontEnd>::Parse;
+inline constexpr auto CoreDiag_ParseTestParam =
+    ifstGroupFunctions<k_CoreDiagFrontEnd>::ParseTestParam;
+inline constexpr auto CoreDiag_TGInit = ifstGroupFunctions<k_CoreDiagFrontEnd>::Init;
+inline constexpr auto CoreDiag_TGCfg = ifstGroupFunctions<k_CoreDiagFrontEnd>::CfgForNormalMode;
+inline constexpr auto CoreDiag_TGClean = ifstCleanGroup;
 void CoreDiagUsage();
 
 // Each test takes the address of the control block and returns k_TestFinished when it has finished.

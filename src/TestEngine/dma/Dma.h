@@ -16,11 +16,11 @@ extern const ifstGroupFrontEnd k_DmaFrontEnd;
 inline constexpr U16 k_DmaTestCount = 2;
 extern ifstTstCb DmaTests[k_DmaTestCount];
 
-I16 Dma_TGParse(ifstTstGroup* group, char* word);
-int Dma_ParseTestParam(ifstTstGroup* group, char* word);
-I16 Dma_TGInit(ifstTstGroup* group);
-I16 Dma_TGCfg(ifstTstGroup* group);
-I16 Dma_TGClean(ifstTstGroup* group);
+inline constexpr auto Dma_TGParse = ifstGroupFunctions<k_DmaFrontEnd>::Parse;
+inline constexpr auto Dma_ParseTestParam = ifstGroupFunctions<k_DmaFrontEnd>::ParseTestParam;
+inline constexpr auto Dma_TGInit = ifstGroupFunctions<k_DmaFrontEnd>::Init;
+inline constexpr auto Dma_TGCfg = ifstGroupFunctions<k_DmaFrontEnd>::CfgForNormalMode;
+inline constexpr auto Dma_TGClean = ifstCleanGroup;
 void DmaUsage();
 
 // Each test takes the address of the control block and returns k_TestFinished when it has finished.

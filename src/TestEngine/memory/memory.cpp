@@ -35,18 +35,8 @@ const ifstGroupFrontEnd k_memoryFrontEnd = {
     .takeAll = memory_TakeAll,
     .takeOption = TakeOption,
     .resetOptions = memory_ResetOptions,
-    .notNormalText = nullptr,
-    .cfgName = nullptr,
     .usage = memoryUsage,
 };
-
-I16 memory_TGParse(ifstTstGroup* group, char* word) {
-    return ifstParseGroupWord(k_memoryFrontEnd, group, word);
-}
-
-int memory_ParseTestParam(ifstTstGroup* group, char* word) {
-    return ifstParseTestParam(k_memoryFrontEnd, group, word);
-}
 
 I16 memory_TGInit(ifstTstGroup* group) {
     ForgetErrors();

@@ -58,8 +58,8 @@ extern const ifstGroupFrontEnd k_memoryFrontEnd;
 inline constexpr U16 k_memoryTestCount = 3;
 extern ifstTstCb memoryTests[k_memoryTestCount];
 
-I16 memory_TGParse(ifstTstGroup* group, char* word);
-int memory_ParseTestParam(ifstTstGroup* group, char* word);
+inline constexpr auto memory_TGParse = ifstGroupFunctions<k_memoryFrontEnd>::Parse;
+inline constexpr auto memory_ParseTestParam = ifstGroupFunctions<k_memoryFrontEnd>::ParseTestParam;
 I16 memory_TGInit(ifstTstGroup* group);
 I16 memory_TGCfg(ifstTstGroup* group);
 I16 memory_TGClean(ifstTstGroup* group);

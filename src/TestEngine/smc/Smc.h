@@ -16,11 +16,11 @@ extern const ifstGroupFrontEnd k_SmcFrontEnd;
 inline constexpr U16 k_SmcTestCount = 3;
 extern ifstTstCb SmcTests[k_SmcTestCount];
 
-I16 Smc_TGParse(ifstTstGroup* group, char* word);
-int Smc_ParseTestParam(ifstTstGroup* group, char* word);
-I16 Smc_TGInit(ifstTstGroup* group);
-I16 Smc_TGCfg(ifstTstGroup* group);
-I16 Smc_TGClean(ifstTstGroup* group);
+inline constexpr auto Smc_TGParse = ifstGroupFunctions<k_SmcFrontEnd>::Parse;
+inline constexpr auto Smc_ParseTestParam = ifstGroupFunctions<k_SmcFrontEnd>::ParseTestParam;
+inline constexpr auto Smc_TGInit = ifstGroupFunctions<k_SmcFrontEnd>::Init;
+inline constexpr auto Smc_TGCfg = ifstGroupFunctions<k_SmcFrontEnd>::CfgForNormalMode;
+inline constexpr auto Smc_TGClean = ifstCleanGroup;
 void SmcUsage();
 
 // Each test takes the address of the control block and returns k_TestFinished when it has finished.
