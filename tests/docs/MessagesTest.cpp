@@ -194,6 +194,33 @@ TEST(Messages, OfTheSimulatorHaveAnEntry) {
     }
 }
 
+const std::map<std::string, std::string> kMarksOfLevels = {
+    {"ERROR", "trace"}, {"DIAG1", "trace diag1"}, {"DIAG2", "trace diag2"}, {"TOOLS", "tools"}};
+
+TEST(Messages, ThatAreTracedSayFromWhichLevelOn) {
+    static const std::regex call(R"(ZEL_TRACE\(\s*DLVL_(\w+),\s*((?:"(?:[^"\\]|\\.)*"\s*)+))");
+    int found = 0;
+    for (const std::string& file : SourceFiles()) {
+        const std::string source = ReadProjectFile(file);
+        for (std::sregex_iterator i(source.begin(), source.end(), call), end; i != end; ++i) {
+            const std::string mark = kMarksOfLevels.at((*i)[1]);
+            for (const std::string& line : SplitLines(ReadLiterals((*i)[2]).front())) {
+                if (!HasTwoWords(Trimmed(line)))
+                    continue;
+                const std::regex pattern(PatternOfLine(Trimmed(line)));
+                ++found;
+                EXPECT_TRUE(std::any_of(Messages().begin(), Messages().end(),
+                                        [&](const Message& m) {
+                                            return m.mark == mark &&
+                                                   std::regex_search(m.text, pattern);
+                                        }))
+                    << file << ": \"" << line << "\" is not marked " << mark;
+            }
+        }
+    }
+    EXPECT_GT(found, 50);
+}
+
 TEST(Messages, AreManyAndDifferent) {
     EXPECT_GT(Messages().size(), 300U);
     std::set<std::string> seen;
