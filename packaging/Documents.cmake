@@ -55,7 +55,7 @@ foreach(component tool simulated_platform card_programs)
   install(FILES copyright DESTINATION ${folder} COMPONENT ${component})
   install_compressed(${CMAKE_CURRENT_SOURCE_DIR}/changelog ${folder} changelog ${component})
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/docs/sbox-registers.md
+install(FILES ${PROJECT_SOURCE_DIR}/docs/behaviour.md ${PROJECT_SOURCE_DIR}/docs/sbox-registers.md
         DESTINATION share/doc/${tool_package} COMPONENT tool)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/simulated-platform.md
         DESTINATION share/doc/${simulated_platform_package} COMPONENT simulated_platform)
