@@ -186,16 +186,6 @@ void Meet(const Endpoint& endpoint, const char* point) {
         throw LibraryFailure(std::string("msg -") + point + "-");
 }
 
-void LetHostLeave(const Endpoint& endpoint) {
-    constexpr int kPauses = 2 * Folder::kPausesPerSecond;
-    char nothing = 0;
-    for (int pause = 0; pause < kPauses; ++pause) {
-        if (vorl_recv(endpoint.Get(), &nothing, sizeof nothing, 0) >= 0 || errno != EAGAIN)
-            return;
-        usleep(1'000'000 / Folder::kPausesPerSecond);
-    }
-}
-
 int Run(const char* name, int argc, char** argv,
         void (*exchange)(const Shape& shape, const Folder& folder)) {
     const std::optional<Shape> shape = ParseShape(argc, argv);

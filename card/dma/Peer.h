@@ -125,9 +125,6 @@ private:
 // Tells the host that this end has come to a point, and waits for the host to come to its own.
 void Meet(const Endpoint& endpoint, const char* point);
 
-// Waits until the host has closed its end, for at most two seconds: it may be about to.
-void LetHostLeave(const Endpoint& endpoint);
-
 // Runs `exchange`, and prints the verdict under the program's name.
 int Run(const char* name, int argc, char** argv,
         void (*exchange)(const Shape& shape, const Folder& folder));

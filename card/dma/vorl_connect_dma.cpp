@@ -46,12 +46,10 @@ void Exchange(const peer::Shape& shape, const Folder& folder) {
     buffers.VerifyAndRefill(peer::kWritten, peer::kReply);
     Meet(endpoint, "peer vorl_writeto content verification done");
     Meet(endpoint, "peer vorl_readfrom and content verification wait");
-    if (!shape.keepRegistered) {
-        buffers.Unregister(endpoint);
-        Meet(endpoint, "Unregister Done");
-    }
-    // A host whose half still runs when this program has ended takes that for a failure.
-    peer::LetHostLeave(endpoint);
+    if (shape.keepRegistered)
+        return;
+    buffers.Unregister(endpoint);
+    Meet(endpoint, "Unregister Done");
 }
 
 }  // namespace
