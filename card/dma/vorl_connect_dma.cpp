@@ -1,5 +1,7 @@
 // The card's half of the card-to-host DMA check: connects to the host, lets it write a pattern into
 // the card's windows, checks every word, and gives a reply for the host to read back.
+#include <unistd.h>
+
 #include <cerrno>
 
 #include "Peer.h"
@@ -13,6 +15,8 @@ using peer::Meet;
 
 constexpr int kConnectAttempts = 2;
 constexpr int kConnectPauses = 30 * Folder::kPausesPerSecond;
+constexpr int kEndMilliseconds = 2000;
+constexpr useconds_t kMomentMicroseconds = 20'000;
 
 void Connect(const Endpoint& endpoint, U16 hostNode, const Folder& folder) {
     endpoint.Bind(folder);
@@ -34,6 +38,18 @@ void Fence(const Endpoint& endpoint) {
         throw peer::LibraryFailure("vorl_fence_wait");
 }
 
+// The host takes its own half for failed when that still runs behind the end of this program. So the
+// host is let close its end first, and then has a moment for what it does behind that.
+void AwaitHostsEnd(const Endpoint& endpoint) {
+    const auto isOpen = [&endpoint] {
+        char byte = 0;
+        return vorl_recv(endpoint.Get(), &byte, 1, 0) >= 0 || errno == EAGAIN;
+    };
+    for (int milliseconds = 0; isOpen() && milliseconds < kEndMilliseconds; ++milliseconds)
+        usleep(1000);
+    usleep(kMomentMicroseconds);
+}
+
 void Exchange(const peer::Shape& shape, const Folder& folder) {
     Buffers buffers(shape, 0);
     const Endpoint endpoint;
@@ -46,10 +62,11 @@ void Exchange(const peer::Shape& shape, const Folder& folder) {
     buffers.VerifyAndRefill(peer::kWritten, peer::kReply);
     Meet(endpoint, "peer vorl_writeto content verification done");
     Meet(endpoint, "peer vorl_readfrom and content verification wait");
-    if (shape.keepRegistered)
-        return;
-    buffers.Unregister(endpoint);
-    Meet(endpoint, "Unregister Done");
+    if (!shape.keepRegistered) {
+        buffers.Unregister(endpoint);
+        Meet(endpoint, "Unregister Done");
+    }
+    AwaitHostsEnd(endpoint);
 }
 
 }  // namespace

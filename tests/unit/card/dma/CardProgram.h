@@ -62,6 +62,12 @@ public:
         input_ = -1;
     }
 
+    bool Runs() const {
+        siginfo_t info{};
+        waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT);
+        return info.si_pid == 0;
+    }
+
     // Its exit status; 128 and the signal that killed it.
     int Await() {
         char buffer[4096];

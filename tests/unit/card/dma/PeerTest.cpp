@@ -145,22 +145,30 @@ INSTANTIATE_TEST_SUITE_P(Places, CardPeer,
                                            WrongWord{1500, "buffer 1 word 476"},
                                            WrongWord{2047, "buffer 1 word 1023"}));
 
-TEST(CardPeerEnds, ConnectingGivesItsReply) {
-    Host host;
-    host.Listen();
-    CardProgram card("vorl_connect_dma_zel_er1x", kArguments);
-    host.Accept();
-    host.Register();
-    EXPECT_TRUE(host.Meet());
-    host.Fill(0xAD);
-    host.Transfer(vorl_writeto);
-    EXPECT_TRUE(host.Meet());
-    EXPECT_TRUE(host.Meet());
-    host.Transfer(vorl_readfrom);
-    EXPECT_TRUE(host.IsFilled(0xACACACAC));
-    EXPECT_TRUE(host.Meet());
-    EXPECT_TRUE(host.Meet());
-    EXPECT_EQ(card.Await(), 0);
+// For a host that does not close its end the program waits a while.
+TEST(CardPeerEnds, ConnectingGivesItsReplyAndLetsTheHostEndFirst) {
+    for (const bool hostEnds : {true, false}) {
+        Host host;
+        host.Listen();
+        CardProgram card("vorl_connect_dma_zel_er1x", kArguments);
+        host.Accept();
+        host.Register();
+        EXPECT_TRUE(host.Meet());
+        host.Fill(0xAD);
+        host.Transfer(vorl_writeto);
+        EXPECT_TRUE(host.Meet());
+        EXPECT_TRUE(host.Meet());
+        host.Transfer(vorl_readfrom);
+        EXPECT_TRUE(host.IsFilled(0xACACACAC));
+        EXPECT_TRUE(host.Meet());
+        EXPECT_TRUE(host.Meet());
+        usleep(300'000);
+        EXPECT_TRUE(card.Runs());
+        if (hostEnds)
+            host.Close();
+        EXPECT_EQ(card.Await(), 0);
+        EXPECT_EQ(card.Output(), "ZelVorlConnectDMA Test success\n\n");
+    }
 }
 
 // A host that breaks off after each of the meetings.
