@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <filesystem>
@@ -184,9 +185,19 @@ int Dispatch(Words words) {
     return command->run(words.subspan(1));
 }
 
+// Without memory for an exception, throwing one ends here.
+[[noreturn]] void EndWithoutMemory() {
+    if (std::current_exception())
+        std::abort();
+    constexpr char kText[] = "zelsim: cannot go on: out of memory\n";
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kText, sizeof(kText) - 1);
+    _exit(simulated::kOwnFailure);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    std::set_terminate(EndWithoutMemory);
     try {
         const int status = Dispatch(Words(argv, static_cast<std::size_t>(argc)).subspan(1));
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)

@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstring>
 #include <string>
 
 #include "Host.h"
@@ -28,14 +30,28 @@ Preparation::Preparation(const char* const* arguments, const char* package, cons
         ThrowHostError(std::string("cannot start ") + program_ + " (package " + package + ")");
 }
 
+Preparation::~Preparation() {
+    if (process_ < 0)
+        return;
+    kill(process_, SIGKILL);
+    Wait();
+}
+
 void Preparation::Finish() {
-    int status = 0;
-    while (waitpid(process_, &status, 0) < 0) {
-        if (errno != EINTR)
-            ThrowHostError(std::string("cannot wait for ") + program_);
-    }
+    const int status = Wait();
+    if (WIFSIGNALED(status))
+        throw HostError(std::string(program_) + ": " + strsignal(WTERMSIG(status)));
     if (status != 0)
-        throw HostError(std::string(program_) + " failed");
+        throw HostError(std::string(program_) + ": ended with status " +
+                        std::to_string(WEXITSTATUS(status)));
+}
+
+int Preparation::Wait() {
+    int status = W_EXITCODE(255, 0);  // of one that cannot be waited for
+    while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+    }
+    process_ = -1;
+    return status;
 }
 
 }  // namespace simulated

@@ -77,12 +77,6 @@ constexpr char kClientConfiguration[] =
     "    KexAlgorithms curve25519-sha256\n"
     "    AddressFamily inet\n";
 
-Preparation StartKeyMaker() {
-    const char* const arguments[] = {kKeyMaker, "-q",     "-t", "ed25519", "-N",   "",
-                                     "-C",      "zelsim", "-f", kKey,      nullptr};
-    return {arguments, "openssh-client"};
-}
-
 std::string ReadFile(const char* path) {
     std::ifstream file(path);
     std::ostringstream text;
@@ -136,7 +130,9 @@ SecureShell::SecureShell(std::size_t cards) : cards_(cards) {
     // Before the key's maker runs, which looks up who runs it.
     if (getpwnam(kCardUser) == nullptr)
         Extend("/etc/passwd", kCardUserEntry);
-    keyMaker_.emplace(StartKeyMaker());
+    const char* const arguments[] = {kKeyMaker, "-q",     "-t", "ed25519", "-N",   "",
+                                     "-C",      "zelsim", "-f", kKey,      nullptr};
+    keyMaker_.emplace(arguments, "openssh-client");
 }
 
 void SecureShell::Finish() {

@@ -152,18 +152,23 @@ TEST(ZelsimHost, WithoutRootRightsItSaysSo) {
 TEST(ZelsimHost, MissingAndFailingProgramsAreToldInOneLine) {
     // A host inside a host takes the outer one for the machine.
     const auto runWith = [](const std::string& program, const std::string& standIn) {
-        const Ended ended =
-            RunShell("mount --bind " + standIn + " " + program + "; zelsim run true; echo $?");
+        const Ended ended = RunShell(
+            "printf '#!/bin/sh\nkill -9 $$\n' > /run/killed; chmod 755 /run/killed;"
+            "mount --bind " +
+            standIn + " " + program + "; zelsim run true; echo $?");
         EXPECT_EQ(ended.out, "125\n");
         return ended.err;
     };
     EXPECT_EQ(runWith("/usr/bin/rpmdb", "/etc/passwd"),
               "zelsim: cannot start /usr/bin/rpmdb (package rpm): Permission denied\n");
-    EXPECT_EQ(runWith("/usr/bin/rpmdb", "/bin/false"), "zelsim: /usr/bin/rpmdb failed\n");
+    EXPECT_EQ(runWith("/usr/bin/rpmdb", "/bin/false"),
+              "zelsim: /usr/bin/rpmdb: ended with status 1\n");
+    EXPECT_EQ(runWith("/usr/bin/rpmdb", "/run/killed"), "zelsim: /usr/bin/rpmdb: Killed\n");
     EXPECT_EQ(
         runWith("/usr/bin/ssh-keygen", "/etc/passwd"),
         "zelsim: cannot start /usr/bin/ssh-keygen (package openssh-client): Permission denied\n");
-    EXPECT_EQ(runWith("/usr/bin/ssh-keygen", "/bin/false"), "zelsim: /usr/bin/ssh-keygen failed\n");
+    EXPECT_EQ(runWith("/usr/bin/ssh-keygen", "/bin/false"),
+              "zelsim: /usr/bin/ssh-keygen: ended with status 1\n");
 }
 
 TEST(ZelsimHost, RefusedNamespacesAreToldInOneLine) {
