@@ -16,7 +16,7 @@ using peer::Meet;
 constexpr int kConnectAttempts = 2;
 constexpr int kConnectPauses = 30 * Folder::kPausesPerSecond;
 constexpr int kEndMilliseconds = 2000;
-constexpr useconds_t kMomentMicroseconds = 20'000;
+constexpr useconds_t kMomentMicroseconds = 200'000;
 
 void Connect(const Endpoint& endpoint, U16 hostNode, const Folder& folder) {
     endpoint.Bind(folder);
