@@ -4,6 +4,7 @@
 #   make run        the tool on simulated cards; ARGS="..." and FLEET=file choose others
 #   make test       every test
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
+#   make fuzz       looks for inputs that break what reads them; SECONDS=n or RUNS=n for each target
 #   make check-sbox whether the SBOX register table still holds what is known about it
 #   make package    the packages, .deb and .rpm, into build/packages/
 #   make bench      measures, and prints ratios of what it measured
@@ -13,10 +14,12 @@ ARGS  ?= -summary -pcie -vls -vlw -vdi -vrs -vbs -vsrdv -core -gec -gnt -gid -c 
          -dma -vdh2l -vdl2h -smc -fwv -hwr -uuid
 FLEET ?= build/bin/fleets/default.toml
 JOBS  ?= $(shell nproc)
+SECONDS ?= 60
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
 .PHONY: packages build run test package check-sbox sanitize bench format check-format clean
+.PHONY: packages build run test check-sbox sanitize fuzz bench format check-format clean
 
 packages:
 	@packaging/install-packages
@@ -43,6 +46,12 @@ sanitize: packages
 	    cmake --build --preset $$preset -j $(JOBS) && \
 	    ctest --preset $$preset -j $(JOBS) || exit 1; \
 	done
+
+fuzz: packages
+	@packaging/install-packages fuzz
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz -j $(JOBS)
+	@tests/fuzz/run build-fuzz $(if $(RUNS),-runs=$(RUNS),-max_total_time=$(SECONDS))
 
 bench: build
 	@cmake --build --preset release --target bench -j $(JOBS)

@@ -14,6 +14,16 @@ if(sanitizers)
   add_link_options(${sanitizers})
 endif()
 
+# For libFuzzer: every object tells which edges run, and how it compares. The fuzz targets alone are
+# linked with libFuzzer itself.
+option(ZELDIAG_FUZZ "Build for libFuzzer, which takes clang++" OFF)
+if(ZELDIAG_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "ZELDIAG_FUZZ takes clang++; the preset \"fuzz\" has it")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # For what is linked statically, with which sanitizers do not go.
 function(zel_without_sanitizers target)
   foreach(property COMPILE_OPTIONS LINK_OPTIONS)

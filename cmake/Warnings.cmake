@@ -4,7 +4,8 @@
 # g++ 12 sees overlaps in std::string's operator+ that are not there, hence -Wno-restrict.
 add_library(zel_warnings INTERFACE)
 target_compile_options(zel_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wno-restrict
+  -Wall -Wextra -Wpedantic -Werror
   -Wshadow -Wcast-qual -Wformat=2 -Wundef
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
   $<$<NOT:$<BOOL:${ZELDIAG_SANITIZE}>>:-Wnull-dereference>
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)

@@ -1,0 +1,12 @@
+// A fleet as a fleet file that gives every key.
+#pragma once
+
+#include <string>
+
+#include "Fleet.h"
+
+namespace fuzz {
+
+std::string WriteFleet(const simulated::Fleet& fleet);
+
+}  // namespace fuzz
