@@ -18,8 +18,7 @@ SECONDS ?= 60
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: packages build run test package check-sbox sanitize bench format check-format clean
-.PHONY: packages build run test check-sbox sanitize fuzz bench format check-format clean
+.PHONY: packages build run test package check-sbox sanitize fuzz bench format check-format clean
 
 packages:
 	@packaging/install-packages
@@ -59,10 +58,10 @@ bench: build
 	@build/bin/zelsim run -- build/bench/sbox
 	@build/bench/dma
 
-format:
+format: packages
 	@clang-format -i $(sources)
 
-check-format:
+check-format: packages
 	@clang-format --dry-run --Werror $(sources)
 
 clean:

@@ -65,6 +65,18 @@ std::string UuidOf(const std::array<U8, 16>& uuid) {
     return text;
 }
 
+const char* SshOf(simulated::SshState state) {
+    switch (state) {
+        case simulated::SshState::Up:
+            return "up";
+        case simulated::SshState::Down:
+            return "down";
+        case simulated::SshState::Silent:
+            return "silent";
+    }
+    return "";
+}
+
 void WriteFault(std::ostream& out, const char* table, const simulated::Fault& fault) {
     out << "[[" << table << "]]\ncall = " << Quoted(fault.call) << "\nstatus = " << fault.status
         << "\nskip = " << fault.skip << "\ncount = " << fault.count << "\n";
@@ -95,8 +107,8 @@ void WriteCard(std::ostream& out, const simulated::Card& card) {
         << "\nmemory_vendor = " << Quoted(card.memoryVendor)
         << "\nmemory_type = " << Quoted(card.memoryType) << "\nmemory_speed = " << card.memorySpeed
         << "\nmemory_density = " << card.memoryDensity
-        << "\nmemory_revision = " << card.memoryRevision
-        << "\nssh = " << Quoted(card.sshUp ? "up" : "down") << "\n";
+        << "\nmemory_revision = " << card.memoryRevision << "\nssh = " << Quoted(SshOf(card.ssh))
+        << "\n";
     if (!card.sbox.empty())
         out << "[card.sbox]\n";
     for (const simulated::SboxValue& value : card.sbox)
@@ -105,7 +117,11 @@ void WriteCard(std::ostream& out, const simulated::Card& card) {
         WriteFault(out, "card.fault", fault);
     for (const simulated::MemoryFault& fault : card.memoryFaults)
         out << "[[card.memory_fault]]\naddress = " << fault.address << "\nbit = " << fault.bit
-            << "\nstuck = " << fault.stuck << "\n";
+            << "\nstuck = " << fault.stuck << "\nevery = " << fault.every << "\n";
+    for (const simulated::DmaFault& fault : card.dmaFaults)
+        out << "[[card.dma_fault]]\nto = " << (fault.toCard ? "\"card\"" : "\"host\"")
+            << "\nword = " << fault.word << "\nbit = " << fault.bit << "\nstuck = " << fault.stuck
+            << "\n";
 }
 
 }  // namespace
