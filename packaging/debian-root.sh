@@ -24,6 +24,7 @@ run_in_root() {
         mount -t proc proc "$1/proc"
         mount -t sysfs sysfs "$1/sys"
         mount --rbind /dev "$1/dev"
-        exec chroot "$1" sh -c "$2"
+        # Nothing of this machine is to be of help, its environment neither.
+        exec env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin chroot "$1" sh -c "$2"
     ' sh "$root" "$1"
 }
