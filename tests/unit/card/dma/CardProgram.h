@@ -51,6 +51,8 @@ public:
     CardProgram(const CardProgram&) = delete;
     CardProgram& operator=(const CardProgram&) = delete;
 
+    void Stop() const { kill(process_, SIGSTOP); }
+
     void Kill() {
         kill(process_, SIGKILL);
         Await();
