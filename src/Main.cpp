@@ -31,8 +31,8 @@ void CheckStandardOutput(int status, void*) {
 // is opened for reading, so that writing to it stays the error that it is.
 void HoldStandardStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
-        if (fcntl(stream, F_GETFD) < 0)
-            open("/dev/null", O_RDONLY);
+        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDONLY) < 0)
+            return;
     }
 }
 

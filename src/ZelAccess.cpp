@@ -27,11 +27,12 @@ void FailWithoutDevice(U32 line) {
 _ZelAccess g_ZelAccess;
 _ZelAccess* zelAccess = &g_ZelAccess;
 
-// The device records are the library's to fill; the static instance starts with zeros.
 _ZelAccess::_ZelAccess()
     : m_accessHandle(nullptr),
       m_pciScanned(false),
       deviceidList{},
+      m_devices{},
+      m_totalDevices(0),
       m_currentDevice(-1),
       def_devName{} {}
 

@@ -18,7 +18,6 @@ constexpr char kUsage[] =
     "usage: cache_workload [--rounds=N] [--wait=SECONDS] [--corrupt=OPERATION:LINE]\n"
     "  OPERATION is walk, link, write, pingpong or lost\n";
 
-using workload::Findings;
 using workload::Worker;
 
 constexpr std::uint64_t kDefaultRounds = 300;

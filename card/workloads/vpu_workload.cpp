@@ -110,8 +110,8 @@ Damage PlanDamage(const workload::Corruption& corruption) {
 
 template <typename T>
 struct VectorTypes {
-    typedef T Vector __attribute__((vector_size(kVectorBytes)));
-    typedef typename Kind<T>::Index Order __attribute__((vector_size(kVectorBytes)));
+    using Vector [[gnu::vector_size(kVectorBytes)]] = T;
+    using Order [[gnu::vector_size(kVectorBytes)]] = typename Kind<T>::Index;
 };
 
 template <typename V, typename Array>
@@ -209,7 +209,7 @@ Results<T> ComputeLaneByLane(const Operands<T>& in) {
         out[kMultiply][lane] = Multiply(in.a[lane], in.b[lane]);
         out[kFma][lane] = MultiplyAdd(in.a[lane], in.b[lane], in.c[lane]);
         const auto from = static_cast<std::size_t>(in.order[lane]);
-        out[kShuffle][lane] = from < kLanes<T> ? in.a[from] : in.b[from - kLanes<T>];
+        out[kShuffle][lane] = from < in.a.size() ? in.a[from] : in.b[from - in.a.size()];
     }
     // In the order of the vector's folds: sums of floating-point numbers depend on it.
     Lanes<T> sums = in.a;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -169,9 +170,9 @@ int FileSettings::GetStrings(const char* section, const char* key, int* count, c
         return kFailure;
     }
     const std::size_t filled = std::min(capacity, entry->values.size());
-    for (std::size_t i = 0; i < filled; ++i) {
-        texts[i] = entry->values[i].c_str();
-    }
+    std::transform(entry->values.begin(),
+                   entry->values.begin() + static_cast<std::ptrdiff_t>(filled), texts,
+                   [](const std::string& value) { return value.c_str(); });
     *count = static_cast<int>(entry->values.size());
     return kSuccess;
 }

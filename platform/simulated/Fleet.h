@@ -60,7 +60,8 @@ struct PcieAddress {
     U8 bus = 0;
     U8 device = 0;
     U8 function = 0;
-    auto operator<=>(const PcieAddress&) const = default;
+    // What the compiler makes of it compares with a literal 0.
+    auto operator<=>(const PcieAddress&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 std::string ToText(const PcieAddress& address);

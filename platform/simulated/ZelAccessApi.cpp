@@ -39,8 +39,10 @@ U32 OnCard(const char* call, HANDLE handle, std::initializer_list<const void*> o
     AccessLibrary& library = *Library();
     if (library.Card() == nullptr)
         return ZEL_NO_ADAPTER_OPEN;
-    if (std::find(outputs.begin(), outputs.end(), nullptr) != outputs.end())
-        return ZEL_INVALID_PARAMETER;
+    for (const void* const output : outputs) {
+        if (output == nullptr)
+            return ZEL_INVALID_PARAMETER;
+    }
     if (const U32 status = library.Host().FailCardCall(*library.Card(), call))
         return status;
     try {

@@ -41,7 +41,7 @@ std::string QueryPackageManager() {
     const SilentStandardError silent;
     ShellExecuter query("rpm -qi hosk-daemon | grep Version");
     query.Execute();
-    const std::string output = query.GetOutput();
+    std::string output = query.GetOutput();
     if (output.empty())
         throw CommonException("Error querying RPM, or RPM not found\n");
     return output;

@@ -2,6 +2,7 @@
 #include "libs/ZelCmdHelper.h"
 
 #include <iostream>
+#include <utility>
 
 #include "CommonException.h"
 #include "CommonTool/ShellExecuter.h"
@@ -35,7 +36,8 @@ std::string ZelCmdHelper::GenerateCommand(std::string deviceExecPath, std::strin
 
 void ZelCmdHelper::Execute(std::string deviceExecPath, std::string& output, const std::string& args,
                            const short& deviceNumber, const std::string& envVars) {
-    ShellExecuter shell(GenerateCommand(deviceExecPath, output, args, deviceNumber, envVars));
+    ShellExecuter shell(
+        GenerateCommand(std::move(deviceExecPath), output, args, deviceNumber, envVars));
     shell.Execute();
     if (shell.GetReturnCode() != 0)
         throw CommonException(shell.GetOutput());

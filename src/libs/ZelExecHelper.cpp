@@ -1,6 +1,8 @@
 // Copies a program that ships beside the tool to a card and runs it there, in one call.
 #include "libs/ZelExecHelper.h"
 
+#include <utility>
+
 #include "libs/ZelCmdHelper.h"
 #include "libs/ZelPutHelper.h"
 
@@ -15,6 +17,6 @@ void ZelExecHelper::Execute(std::string deviceExecPath, std::string& output,
     std::string text;
     put.Upload(deviceExecPath, text, deviceNumber, "/");
     output = text;
-    cmd.Execute(deviceExecPath, text, args, deviceNumber, "");
+    cmd.Execute(std::move(deviceExecPath), text, args, deviceNumber, "");
     output += text;
 }

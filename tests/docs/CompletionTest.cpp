@@ -156,11 +156,12 @@ TEST_P(Completion, OffersTheHostsCards) {
 
 TEST_P(Completion, OffersTheSimulatorsCommandsAndOptions) {
     const std::string help = RunProgram({"zelsim", "--help"}).text;
+    const std::string commandLines = help.substr(0, help.find("Makes"));
     static const std::regex command("zelsim ([a-z]+)( [^\n]*)?\n");
     static const std::regex option("--[a-z]+");
     std::vector<std::string> commands;
-    for (std::sregex_iterator i(help.begin(), help.find("Makes") + help.begin(), command), end;
-         i != end; ++i) {
+    for (std::sregex_iterator i(commandLines.begin(), commandLines.end(), command), end; i != end;
+         ++i) {
         const std::string name = (*i)[1];
         commands.push_back(name);
         const std::string usage = RunProgram({"zelsim", name, "--help"}).text;

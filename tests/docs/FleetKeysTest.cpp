@@ -112,15 +112,15 @@ TEST(FleetFile, DocumentedDefaultsAreTheReaders) {
 }
 
 TEST(SimulatedPlatform, HasARowForEachCommand) {
-    const std::string usage = RunProgram({"zelsim", "--help"}).text;
+    const std::string help = RunProgram({"zelsim", "--help"}).text;
+    const std::string usage = help.substr(0, help.find("\n\n"));
     const std::string section = Section("## Commands and exit statuses");
     static const std::regex command("zelsim ([a-z]+)[ \\n]");
     static const std::regex row("\\n\\| `([a-z]+)` \\|");
     std::set<std::string> known;
     std::set<std::string> documented;
     const std::sregex_iterator end;
-    for (std::sregex_iterator i(usage.begin(), usage.begin() + usage.find("\n\n"), command);
-         i != end; ++i)
+    for (std::sregex_iterator i(usage.begin(), usage.end(), command); i != end; ++i)
         known.insert((*i)[1]);
     for (std::sregex_iterator i(section.begin(), section.end(), row); i != end; ++i)
         documented.insert((*i)[1]);

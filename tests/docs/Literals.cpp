@@ -21,12 +21,10 @@ private:
     }
 
     void Step() {
-        if (Looks("//"))
+        if (Looks("//") || Looks("#include"))
             SkipTo("\n");
         else if (Looks("/*"))
             SkipTo("*/");
-        else if (Looks("#include"))
-            SkipTo("\n");
         else if (Looks("R\""))
             throw std::runtime_error("raw strings are not understood");
         else if (source_[at_] == '"')

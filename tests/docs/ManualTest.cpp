@@ -13,7 +13,6 @@
 namespace {
 
 using testing::Contains;
-using testing::IsSupersetOf;
 
 constexpr char kToolPage[] = "ZelDiag.8";
 constexpr char kSimulatorPage[] = "zelsim.1";

@@ -97,7 +97,7 @@ const std::vector<std::regex>& Patterns() {
             // A reason may hold a line end of its own, in front of the bracket.
             std::string pattern = PatternOf(message.text);
             if (message.text.ends_with("<reason>]"))
-                pattern = pattern.substr(0, pattern.size() - 2) + "(?:\\])?";
+                pattern.replace(pattern.size() - 2, 2, "(?:\\])?");
             all.emplace_back(pattern, std::regex::optimize);
         }
         return all;

@@ -171,6 +171,8 @@ FILE* OpenFile(const char* function, const char* path, const char* mode) {
 
 }  // namespace fakes
 
+// libc declares its parameters with reserved names.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" {
 
 FILE* popen(const char* command, const char* mode) {
@@ -195,3 +197,4 @@ FILE* fopen64(const char* path, const char* mode) {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

@@ -8,6 +8,8 @@
 #include <sched.h>
 
 #include <atomic>
+#include <cerrno>
+#include <new>
 
 namespace fakes {
 
@@ -146,7 +148,9 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     int error = replaced.Failure();
     if (error != 0)
         return error;
-    auto* const start = new fakes::Start{function, argument};
+    auto* const start = new (std::nothrow) fakes::Start{function, argument};
+    if (start == nullptr)
+        return EAGAIN;
     ++fakes::running;
     error = replaced.original(thread, attributes, fakes::Run, start);
     if (error != 0) {

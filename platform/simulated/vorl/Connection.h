@@ -42,7 +42,7 @@ public:
     off_t Register(void* address, size_t length, off_t offset, int protection, int flags);
     int Unregister(off_t offset, size_t length);
 
-    int TransferBytes(const Transfer& transfer);
+    int TransferBytes(const Transfer& wanted);
 
     int MarkOwn(int* mark);
     int MarkPeer(int* mark);

@@ -55,8 +55,9 @@ void GrowFolders() {
         const std::string work = std::string(kScratch) + "/work" + folder;
         fs::create_directories(upper);
         fs::create_directories(work);
-        Mount("zelsim", folder, "overlay", 0,
-              std::string("lowerdir=") + folder + ",upperdir=" + upper + ",workdir=" + work);
+        std::string options = "lowerdir=";
+        options.append(folder).append(",upperdir=").append(upper).append(",workdir=").append(work);
+        Mount("zelsim", folder, "overlay", 0, options);
     }
     if (umount2(kScratch, MNT_DETACH) != 0)
         ThrowHostError("cannot unmount the scratch folder");

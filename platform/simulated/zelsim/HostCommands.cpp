@@ -58,7 +58,7 @@ std::string CardHint(const HostState& host, const std::string& text) {
     if (count == 0)
         return "; it has none";
     const std::string last = CardName(count - 1);
-    const std::string all = count == 1 ? "; it has " + last : "; it has zel0 to " + last;
+    std::string all = count == 1 ? "; it has " + last : "; it has zel0 to " + last;
     if (HasShapeOfCard(text))
         return all;
     std::vector<std::string> names;

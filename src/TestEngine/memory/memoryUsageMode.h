@@ -5,7 +5,7 @@
 
 // Switches the card to memory-diagnostic or restricted normal mode and makes sure that it arrived
 // there: 1. On failure 0, and one line in the run summary. Does not wait.
-int setMemDiagUsageMode(ZEL_CARD_USAGE_MODE mode);
+int setMemDiagUsageMode(ZEL_CARD_USAGE_MODE requested);
 
 // Whether there is a way to the cards; false prints so, and puts a line into the run summary.
 bool memory_RequireCardAccess();

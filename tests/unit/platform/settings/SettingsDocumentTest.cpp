@@ -18,7 +18,7 @@ SettingsDocument ParseGood(std::string_view text) {
         ADD_FAILURE() << "line " << fault->line << ": " << fault->text;
         return {};
     }
-    return std::move(std::get<SettingsDocument>(parsed));
+    return std::get<SettingsDocument>(std::move(parsed));
 }
 
 std::vector<std::string> Values(const SettingsDocument& document, std::string_view section,

@@ -158,6 +158,7 @@ TEST_F(TraceLogTest, TheCallbackMayTrace) {
     log.SetPrintCallback(&PrintAgain);
     CaptureStderr();
     log.Print(site, DLVL_ERROR, "outer\n");
+    nestedLog = nullptr;
     EXPECT_EQ(GetCapturedStderr(), "inner\nouter\n");
     EXPECT_EQ(received.size(), 2U);
 }

@@ -55,8 +55,8 @@ TEST_F(FrontEnd, SaysThatThereIsNoCardAccess) {
     const char* first[] = {
         "*** PCIE Diagnostics : zelAccess is NULL in PCIExpress_TGCfg [3] ***\n", "",
         "*** DMA Diagnostics : zelAccess is NULL in Dma_TGCfg [3] ***\n",
-        "*** SMC Diagnostics (Ostrel(R) Vimbra(TM) Coprocessor only) : zelAccess is NULL in "
-        "Smc_TGCfg [3] ***\n"};
+        ("*** SMC Diagnostics (Ostrel(R) Vimbra(TM) Coprocessor only) : zelAccess is NULL in "
+         "Smc_TGCfg [3] ***\n")};
     for (size_t i = 0; i < std::size(kNormalModeGroups); ++i) {
         EXPECT_EQ(Configure(kNormalModeGroups[i]), IFST_GROUP_IDLE);
         EXPECT_EQ(out_.substr(0, out_.find(" *** ")), first[i]);
@@ -103,9 +103,8 @@ TEST_F(FrontEnd, PreparesAndClosesAGroup) {
 // A group whose one test declares arguments of its own.
 class OwnArguments : public FrontEnd {
 protected:
-    OwnArguments() {
+    OwnArguments() : frontEnd_(*ifstTstGrps[2].frontEnd) {
         test_.Args = args_;
-        frontEnd_ = *ifstTstGrps[2].frontEnd;
         frontEnd_.tests = &test_;
         frontEnd_.numTests = 1;
         group_.curTest = 0;

@@ -12,8 +12,6 @@
 
 namespace {
 
-using ::testing::IsEmpty;
-
 class ZelCmd : public fakes::Fixture {
 protected:
     ZelCmd() {

@@ -14,7 +14,6 @@
 
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Files = std::vector<std::string>;
 

@@ -8,7 +8,6 @@
 
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -313,7 +312,7 @@ TEST_F(DmaZelToHost, ReportsAnUploadingWorkerWhoseCancellationCannotBeSet) {
     for (const auto& [function, text] : cases) {
         fakes::Trace().Reset();
         fakes::Vorl().BlockAccept();
-        onSleep_ = [this, function](unsigned seconds) {
+        onSleep_ = [this, function = function](unsigned seconds) {
             if (seconds != kListenSeconds) {
                 AwaitOtherWorker();
                 return;

@@ -55,7 +55,7 @@ TEST_F(MemoryConfig, RaisingTheStartTakesFromTheSize) {
     EXPECT_EQ(Params().startAddress, 0x100000U);
     EXPECT_EQ(Params().memSize, 0x1000U);
     Configure({"-startAddress=0x80000", "-memSize=0x1000"});
-    EXPECT_EQ(Params().memSize, U32{0x1000} - 0x80000) << "32 bits wide";
+    EXPECT_EQ(Params().memSize, 0x1000U - 0x80000U) << "32 bits wide";
     Configure({"-endAddress=0x180000"});
     EXPECT_EQ(Params().startAddress, 0x100000U);
     EXPECT_EQ(Params().memSize, 0x80000U);

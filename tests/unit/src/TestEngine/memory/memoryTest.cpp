@@ -11,7 +11,10 @@ class MemoryGroup : public MemoryFixture {
 protected:
     MemoryGroup() { ifstResetParsedOptions(); }
 
-    static I16 Parse(std::string word) { return memory_TGParse(&Group(), word.data()); }
+    static I16 Parse(const std::string& text) {
+        std::string word = text;
+        return memory_TGParse(&Group(), word.data());
+    }
     static bool BreaksOnFail() { return (m_memoryCb.gen.onFailCb.onFailMask & k_BreakOnFail) != 0; }
     static Texts Selected() {
         Texts names;
