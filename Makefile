@@ -5,6 +5,7 @@
 #   make test       every test
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
 #   make fuzz       looks for inputs that break what reads them; SECONDS=n or RUNS=n for each target
+#   make lint       clang-tidy and cppcheck over every source file
 #   make check-sbox whether the SBOX register table still holds what is known about it
 #   make package    the packages, .deb and .rpm, into build/packages/
 #   make bench      measures, and prints ratios of what it measured
@@ -18,7 +19,7 @@ SECONDS ?= 60
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: packages build run test package check-sbox sanitize fuzz bench format check-format clean
+.PHONY: packages build run test package lint check-sbox sanitize fuzz bench format check-format clean
 
 packages:
 	@packaging/install-packages
@@ -35,6 +36,11 @@ test: build
 
 package: build
 	@cmake --build --preset release --target package
+
+lint: build
+	@packaging/install-packages lint
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release --target lint -j $(JOBS)
 
 check-sbox: build
 	@ctest --preset release -R 'SboxRegisters\.'
