@@ -6,7 +6,10 @@
 #include <map>
 #include <regex>
 #include <set>
+#include <string>
+#include <vector>
 
+#include "CallNames.h"
 #include "Fleet.h"
 #include "Pages.h"
 
@@ -109,6 +112,18 @@ TEST(FleetFile, DocumentedDefaultsAreTheReaders) {
         }) << fleet;
     }
     EXPECT_GE(found, 15);
+}
+
+TEST(FleetFile, TheOperationsThatMayFailAreNamed) {
+    const std::string section = Section("### `[[fault]]` and `[[card.fault]]`");
+    const std::size_t begin = section.find("\nThe operations: ");
+    ASSERT_NE(begin, section.npos);
+    const std::string list = section.substr(begin, section.find("\n\n", begin) - begin);
+    static const std::regex word("`([A-Za-z_]+)`");
+    std::vector<std::string> named;
+    for (std::sregex_iterator i(list.begin(), list.end(), word), end; i != end; ++i)
+        named.push_back((*i)[1]);
+    EXPECT_EQ(named, simulated::CallNames());
 }
 
 TEST(SimulatedPlatform, HasARowForEachCommand) {
