@@ -104,10 +104,25 @@ _ZelDiag() {
     else
         mapfile -t offers < <(_ZelDiag_offers)
     fi
+    local -a others=()
     for offer in "${offers[@]}"; do
-        # Letter case is corrected.
-        [[ ${offer,,} != "${cur,,}"* ]] || COMPREPLY+=("$name$offer")
+        if [[ $offer == "$cur"* ]]; then
+            COMPREPLY+=("$name$offer")
+        elif [[ ${offer,,} == "${cur,,}"* ]]; then
+            others+=("$offer")
+        fi
     done
+    # Letter case is corrected when nothing else fits. bash puts the beginning that all offers share in
+    # place of the word: where they differ in what has been typed, the typed letters stay.
+    if [[ ${#COMPREPLY[@]} -eq 0 ]]; then
+        local beginning=${others[0]:0:${#cur}}
+        for offer in "${others[@]}"; do
+            [[ $offer == "$beginning"* ]] || beginning=$cur
+        done
+        for offer in "${others[@]}"; do
+            COMPREPLY+=("$name$beginning${offer:${#cur}}")
+        done
+    fi
     [[ ${#COMPREPLY[@]} -ne 1 || ${COMPREPLY[0]} != *= ]] || compopt -o nospace 2> /dev/null
 }
 

@@ -2,8 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <regex>
+#include <set>
 
 #include "Fleet.h"
 #include "Pages.h"
@@ -72,6 +75,11 @@ std::vector<std::string> OptionNames(std::initializer_list<Place> places) {
     return names;
 }
 
+std::string Upper(std::string text) {
+    std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::toupper(c); });
+    return text;
+}
+
 std::vector<std::string> Lowered(std::vector<std::string> words) {
     for (std::string& word : words)
         word = Lower(word);
@@ -131,6 +139,30 @@ TEST_P(Completion, BehindHelpOffersNothing) {
 
 TEST_P(Completion, LooksPastLetterCase) {
     EXPECT_THAT(Offers("ZelDiag -core -GETC"), testing::ElementsAre("-GetCPUID"));
+}
+
+// bash puts what all offers have in common in place of the word.
+TEST_P(Completion, KeepsWhatWasTyped) {
+    if (GetParam() == "zsh")
+        GTEST_SKIP() << "zsh takes nothing away";
+    const std::string line = "ZelDiag -core -gec -mem ";
+    std::set<std::string> beginnings;
+    for (const std::string& word : Offers(line)) {
+        for (const std::size_t length : {2U, 3U, 5U}) {
+            beginnings.insert(word.substr(0, length));
+            beginnings.insert(Upper(word.substr(0, length)));
+        }
+    }
+    ASSERT_GT(beginnings.size(), 60U);
+    for (const std::string& beginning : beginnings) {
+        const std::vector<std::string> offers = Offers(line + beginning);
+        EXPECT_FALSE(offers.empty()) << beginning;
+        for (const std::string& offer : offers) {
+            EXPECT_EQ(Lower(offer.substr(0, beginning.size())), Lower(beginning));
+            EXPECT_EQ(offer.substr(0, beginning.size()), offers[0].substr(0, beginning.size()))
+                << beginning;
+        }
+    }
 }
 
 TEST_P(Completion, OffersTheValuesOfDataWidth) {
