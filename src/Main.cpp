@@ -51,9 +51,10 @@ void WatchStandardOutput() {
     // Line by line also into a file or a pipe: a run that is killed leaves what it had found, and the
     // lines stand in order with those on standard error.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    // A reader that goes away is a write error, not the end of the process. A handler, because an
-    // ignored signal would stay ignored in the commands that the tool runs.
+    // A reader that goes away, and a file that may not grow, are write errors, not the end of the
+    // process. A handler, because an ignored signal would stay ignored in the commands that the tool runs.
     std::signal(SIGPIPE, [](int) {});
+    std::signal(SIGXFSZ, [](int) {});
     on_exit(CheckStandardOutput, nullptr);
 }
 
