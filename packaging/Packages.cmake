@@ -53,7 +53,9 @@ set(CPACK_DEBIAN_SIMULATED_PLATFORM_PACKAGE_DEPENDS
     "busybox-static, openssh-client, openssh-server, rpm")
 set(CPACK_DEBIAN_SIMULATED_PLATFORM_PACKAGE_RECOMMENDS "${tool_package}, ${card_programs_package}")
 set(CPACK_DEBIAN_CARD_PROGRAMS_PACKAGE_ENHANCES ${tool_package})
-file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/conffiles "/etc/zeldiag/Settings.ini\n")
+set(configuration /etc/ssh/ssh_config.d/zeldiag.conf /etc/zeldiag/Settings.ini)
+list(JOIN configuration "\n" lines)
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/conffiles "${lines}\n")
 set(CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/conffiles)
 
 set(CPACK_RPM_COMPONENT_INSTALL ON)
@@ -68,8 +70,8 @@ set(CPACK_RPM_PACKAGE_GROUP System/Diagnostics)
 set(CPACK_RPM_TOOL_PACKAGE_REQUIRES "/usr/bin/scp, /usr/bin/ssh")
 set(CPACK_RPM_SIMULATED_PLATFORM_PACKAGE_REQUIRES
     "/bin/busybox, /usr/bin/rpmdb, /usr/bin/ssh-keygen, /usr/sbin/sshd")
-set(CPACK_RPM_TOOL_USER_FILELIST "%config(noreplace) /etc/zeldiag/Settings.ini")
-set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+list(TRANSFORM configuration PREPEND "%config(noreplace) " OUTPUT_VARIABLE CPACK_RPM_TOOL_USER_FILELIST)
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION /etc/ssh /etc/ssh/ssh_config.d
     /usr/share/bash-completion /usr/share/bash-completion/completions /usr/share/man /usr/share/man/man1
     /usr/share/man/man7 /usr/share/man/man8 /usr/share/zsh /usr/share/zsh/site-functions)
 # The libraries in the tool's own folders are nobody else's.
