@@ -4,7 +4,8 @@
 #   make run        the tool on simulated cards; ARGS="..." and FLEET=file choose others
 #   make test       every test
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
-#   make fuzz       looks for inputs that break what reads them; SECONDS=n or RUNS=n for each target
+#   make fuzz       looks for inputs that break what reads them; SECONDS=n or RUNS=n for each
+#                   target; ONLY=NAME for one
 #   make lint       clang-tidy and cppcheck over every source file
 #   make check-sbox whether the SBOX register table still holds what is known about it
 #   make package    the packages, .deb and .rpm, into build/packages/
@@ -16,6 +17,8 @@ ARGS  ?= -summary -pcie -vls -vlw -vdi -vrs -vbs -vsrdv -core -gec -gnt -gid -c 
 FLEET ?= build/bin/fleets/default.toml
 JOBS  ?= $(shell nproc)
 SECONDS ?= 60
+
+.DEFAULT_GOAL := build
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
@@ -56,7 +59,7 @@ fuzz: packages
 	@packaging/install-packages fuzz
 	@cmake --preset fuzz >/dev/null
 	@cmake --build --preset fuzz -j $(JOBS)
-	@tests/fuzz/run build-fuzz $(if $(RUNS),-runs=$(RUNS),-max_total_time=$(SECONDS))
+	@tests/fuzz/run build-fuzz '$(or $(ONLY),*)' $(if $(RUNS),-runs=$(RUNS),-max_total_time=$(SECONDS))
 
 bench: build
 	@cmake --build --preset release --target bench -j $(JOBS)

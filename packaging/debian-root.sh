@@ -11,6 +11,7 @@ make_root() {
         { tail "$root.log" >&2; exit 1; }
     rm -f -- "$root.log"
     chmod 755 "$root"   # it is the command's /, which other users than root see too
+    rm -f -- "$root/etc/apt/sources.list"   # the machine's are taken
     for file in /etc/apt/sources.list /etc/apt/sources.list.d /etc/apt/apt.conf.d /etc/apt/auth.conf.d \
         /etc/apt/keyrings /etc/ssl/certs/ca-certificates.crt /etc/resolv.conf /etc/hosts; do
         [ ! -e "$file" ] || cp -rL --remove-destination --parents "$file" "$root"

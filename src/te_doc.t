@@ -10,14 +10,16 @@ Usage:
    3. a test group, and behind it its tests and options; then the next group
   A word is offered to every group named before it. Groups run in the order of the list above, and
   tests in the order of the lists below, whatever their order on the command line.
-  Letter case does not matter, but for -summary, -devicelist and the names of the memory tests.
+  Letter case does not matter, but for -summary, -devicelist, the names of the memory tests and
+  the widths of -datawidth.
 
 Global Options:
    -help           this text; behind a group, that group's help; behind a core test, that test's
    -exitOnFail     a failed test ends the card's run; the next card is tested (default)
    -skipOnFail     a failed test ends its own repetitions only
    -noExitOnFail   go on whatever fails
-   -quietMode      no progress and result lines; errors, the summary and what a test shows remain
+   -quietMode      no progress and result lines; errors, the summary and what core and SMC tests
+                   print remain
 
 Options of every group:
    -all            every test of the groups named so far
@@ -72,7 +74,7 @@ Exit Status:
   Only the last card decides: look at the report, or at -summary, for the cards before it.
 
 Examples:
-   ZelDiag -summary -pcie -all -core -all -smc -all
+   ZelDiag -summary -core -smc -all -pcie -vls -vlw -vdi -vrs -vbs
    ZelDiag -summary -devicelist 0,2 -core -gec -gnt
    ZelDiag -smc -uuid -dbgLvl=12
    ZelDiag -core -gid -help

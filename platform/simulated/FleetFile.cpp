@@ -96,7 +96,7 @@ public:
             reader_.Fail(*node, key + " takes a text in quotes");
         if (value->size() > maxLength)
             reader_.Fail(*node, key + " takes at most " + std::to_string(maxLength) +
-                                    " characters, this has " + std::to_string(value->size()));
+                                    " bytes, this has " + std::to_string(value->size()));
         if (value->find('\0') != std::string::npos)
             reader_.Fail(*node, key + " holds a NUL character");
         out = *value;
