@@ -159,7 +159,7 @@ TEST(Messages, OfTheSourcesHaveAnEntry) {
 
 constexpr std::string_view kSimulatorPrefix = "zelsim: ";
 
-// The rest of its sources writes files, and has no messages but those that begin with "cannot".
+// The rest of its sources writes files: there, only what is thrown or said is a message.
 constexpr const char* kSimulatorSources[] = {
     "platform/simulated/FleetFile.cpp",
     "platform/simulated/zelsim/HostCommands.cpp",
@@ -179,6 +179,27 @@ TEST(Messages, OfTheSimulatorHaveAnEntry) {
                 << file << ": \"" << line << "\" has no entry in zelsim.1";
         }
     }
+}
+
+TEST(Messages, ThatTheSimulatorThrowsHaveAnEntry) {
+    static const std::regex call(
+        R"((?:HostError|Complain)\(\s*(?:std::string\()?((?:"(?:[^"\\]|\\.)*"\s*)+))");
+    const std::vector<Message> messages = ReadMessages("zelsim.1");
+    int found = 0;
+    for (const auto& entry :
+         fs::recursive_directory_iterator(PROJECT_FOLDER "/platform/simulated")) {
+        if (entry.path().extension() != ".cpp")
+            continue;
+        const std::string file = fs::relative(entry.path(), PROJECT_FOLDER);
+        const std::string source = ReadProjectFile(file);
+        for (std::sregex_iterator i(source.begin(), source.end(), call), end; i != end; ++i) {
+            const std::string line = ReadLiterals((*i)[1]).front();
+            ++found;
+            EXPECT_TRUE(line.starts_with("cannot ") || IsInSomeMessage(line, messages))
+                << file << ": \"" << line << "\" has no entry in zelsim.1";
+        }
+    }
+    EXPECT_GT(found, 20);
 }
 
 const std::map<std::string, std::string> kMarksOfLevels = {

@@ -44,8 +44,18 @@ std::string Written(const std::string& value) {
     return value.find('"') == value.npos ? '"' + value + '"' : value;
 }
 
+// Few enough digits, and nothing else: a number of 32 bits, whatever the digits are.
+bool IsShortNumber(const std::string& value) {
+    const bool hexadecimal = value.starts_with("0x") || value.starts_with("0X");
+    const std::string digits = value.substr(hexadecimal ? 2 : 0);
+    return !digits.empty() && digits.size() <= (hexadecimal ? 8 : 9) &&
+           digits.find_first_not_of(hexadecimal ? "0123456789abcdefABCDEF" : "0123456789") ==
+               digits.npos;
+}
+
 void CheckWord(const std::string& value) {
     const std::optional<U32> word = ParseWord(value);
+    Expect(word || !IsShortNumber(value), "a number of 32 bits is read: " + value);
     if (!word)
         return;
     const bool hexadecimal = value.size() > 1 && std::tolower(value[1]) == 'x';
