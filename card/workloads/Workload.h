@@ -16,6 +16,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -63,11 +64,21 @@ inline Corruption ParseCorruption(std::string_view text) {
     return {std::string(text.substr(0, colon)), ParseNumber(text.substr(colon + 1))};
 }
 
-inline Options ParseArguments(int argc, char** argv, std::uint64_t defaultRounds) {
+// What differs between the programs.
+struct Program {
+    const char* usage;
+    const char* corruptVariable;  // of the environment: stands for --corrupt
+    std::uint64_t defaultRounds;
+};
+
+inline Options ParseArguments(int argc, char** argv, const Program& program) {
     constexpr std::string_view kRounds = "--rounds=";
     constexpr std::string_view kWait = "--wait=";
     constexpr std::string_view kCorrupt = "--corrupt=";
-    Options options{.rounds = defaultRounds, .corruption = std::nullopt};
+    Options options{.rounds = program.defaultRounds, .corruption = std::nullopt};
+    // On a card a program is given no arguments.
+    if (const char* const corruption = std::getenv(program.corruptVariable))
+        options.corruption = ParseCorruption(corruption);
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
         if (word.starts_with(kRounds))
@@ -195,12 +206,12 @@ inline int Conclude(const std::vector<Worker>& workers) {
 
 // The program around `run`, which takes the options and gives the exit status.
 template <typename Run>
-int Main(int argc, char** argv, const char* usage, std::uint64_t defaultRounds, const Run& run) {
+int Main(int argc, char** argv, const Program& program, const Run& run) {
     card::EndWithCaller();
     try {
-        return run(ParseArguments(argc, argv, defaultRounds));
+        return run(ParseArguments(argc, argv, program));
     } catch (const UsageError& error) {
-        std::printf("%s\n%s", error.what(), usage);
+        std::printf("%s\n%s", error.what(), program.usage);
         return kMisused;
     } catch (const std::exception& error) {
         std::printf("TEST FAILED: %s\n", error.what());

@@ -16,11 +16,13 @@ namespace {
 
 constexpr char kUsage[] =
     "usage: cache_workload [--rounds=N] [--wait=SECONDS] [--corrupt=OPERATION:LINE]\n"
-    "  OPERATION is walk, link, write, pingpong or lost\n";
+    "  OPERATION is walk, link, write, pingpong or lost\n"
+    "  the environment variable CACHE_WORKLOAD_CORRUPT stands for --corrupt\n";
+
+constexpr workload::Program kProgram = {kUsage, "CACHE_WORKLOAD_CORRUPT", 300};
 
 using workload::Worker;
 
-constexpr std::uint64_t kDefaultRounds = 300;
 constexpr std::size_t kLineBytes = 64;
 constexpr std::size_t kLineWords = kLineBytes / sizeof(std::uint64_t);
 
@@ -305,5 +307,5 @@ int Run(const workload::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return workload::Main(argc, argv, kUsage, kDefaultRounds, Run);
+    return workload::Main(argc, argv, kProgram, Run);
 }

@@ -22,9 +22,11 @@ namespace {
 constexpr char kUsage[] =
     "usage: vpu_workload [--rounds=N] [--corrupt=[KIND-]OPERATION:LANE]\n"
     "  KIND is single, double or integer; all of them without it\n"
-    "  OPERATION is add, multiply, fma, shuffle or reduce\n";
+    "  OPERATION is add, multiply, fma, shuffle or reduce\n"
+    "  the environment variable VPU_WORKLOAD_CORRUPT stands for --corrupt\n";
 
-constexpr std::uint64_t kDefaultRounds = 400000;
+constexpr workload::Program kProgram = {kUsage, "VPU_WORKLOAD_CORRUPT", 400000};
+
 constexpr std::size_t kVectorBytes = 64;
 
 enum Operation : std::size_t { kAdd, kMultiply, kFma, kShuffle, kReduce, kOperationCount };
@@ -300,5 +302,5 @@ int Run(const workload::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return workload::Main(argc, argv, kUsage, kDefaultRounds, Run);
+    return workload::Main(argc, argv, kProgram, Run);
 }

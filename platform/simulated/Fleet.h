@@ -47,6 +47,14 @@ struct DmaFault {
 };
 inline constexpr U32 kLastDmaWord = 64 * 1024 / sizeof(U32) - 1;
 
+// A unit of the card's cores that does not do what it should: an operation of the workload that tests
+// the unit goes wrong at one place, a lane or a cache line. Without an operation none does.
+struct CoreFault {
+    std::string operation;
+    U32 place = 0;
+    bool operator==(const CoreFault&) const = default;
+};
+
 // A register that does not power up with its default.
 struct SboxValue {
     U32 offset = 0;  // from the start of the SBOX region
@@ -103,6 +111,8 @@ struct Card {
     std::vector<Fault> faults;
     std::vector<MemoryFault> memoryFaults;
     std::vector<DmaFault> dmaFaults;
+    CoreFault vpuFault;
+    CoreFault cacheFault;
     bool operator==(const Card&) const = default;
 };
 

@@ -1,6 +1,7 @@
 // Reads a fleet file. Whatever is wrong with it is told with its line, and nothing of it is used.
 #include <toml++/toml.h>
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <string_view>
 
 #include "CallNames.h"
 #include "Fleet.h"
@@ -228,6 +230,41 @@ DmaFault ReadDmaFault(const Reader& reader, const toml::table& source) {
     return fault;
 }
 
+// What of the cores can go wrong, as the workload that tests it calls it, and where.
+struct CoreUnit {
+    std::array<std::string_view, 5> operations;
+    const char* expected;
+    const char* place;
+    U64 last;
+};
+constexpr CoreUnit kVpu = {{"add", "multiply", "fma", "shuffle", "reduce"},
+                           "\"add\", \"multiply\", \"fma\", \"shuffle\" or \"reduce\"",
+                           "lane",
+                           15};
+// The last line is one that the smallest cache has too.
+constexpr CoreUnit kCache = {{"walk", "link", "write", "pingpong", "lost"},
+                             "\"walk\", \"link\", \"write\", \"pingpong\" or \"lost\"",
+                             "line",
+                             255};
+
+CoreFault ReadCoreFault(const Reader& reader, const toml::table& source, const CoreUnit& unit) {
+    Table table(reader, source, "");
+    CoreFault fault;
+    if (source.get("operation") == nullptr)
+        reader.Fail(source, "a core fault names what goes wrong: operation = " +
+                                Quoted(unit.operations.front()));
+    table.Converted<std::string>("operation", unit.expected, fault.operation,
+                                 [&unit](std::string_view text) -> std::optional<std::string> {
+                                     const auto& known = unit.operations;
+                                     if (std::find(known.begin(), known.end(), text) == known.end())
+                                         return std::nullopt;
+                                     return std::string(text);
+                                 });
+    table.Integer(unit.place, unit.last, fault.place);
+    table.RefuseUnknownKeys();
+    return fault;
+}
+
 // A whole number; one that TOML's signed numbers do not reach, as a text in hexadecimal digits.
 U64 ReadRegisterValue(const Reader& reader, const Table& table, const toml::node& node,
                       const SboxRegister& row) {
@@ -353,6 +390,10 @@ Card ReadCard(const Reader& reader, const toml::table& source, U32 index, const 
     table.ForEachTable("dma_fault", [&](const toml::table& fault) {
         card.dmaFaults.push_back(ReadDmaFault(reader, fault));
     });
+    if (const toml::table* fault = table.SubTable("vpu_fault"))
+        card.vpuFault = ReadCoreFault(reader, *fault, kVpu);
+    if (const toml::table* fault = table.SubTable("cache_fault"))
+        card.cacheFault = ReadCoreFault(reader, *fault, kCache);
     table.RefuseUnknownKeys();
     return card;
 }

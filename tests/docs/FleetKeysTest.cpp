@@ -34,10 +34,13 @@ constexpr FleetTable kTables[] = {
     {"### `[[fault]]` and `[[card.fault]]`", "[[card]]\n[[card.fault]]\ncall = \"ZelGetUUID\"\n"},
     {"### `[[card.memory_fault]]`", "[[card]]\n[[card.memory_fault]]\naddress = 0\n"},
     {"### `[[card.dma_fault]]`", "[[card]]\n[[card.dma_fault]]\nto = \"card\"\n"},
+    {"### `[card.vpu_fault]`", "[[card]]\n[card.vpu_fault]\noperation = \"add\"\n"},
+    {"### `[card.cache_fault]`", "[[card]]\n[card.cache_fault]\noperation = \"walk\"\n"},
 };
 
 // Tables inside a table have headings of their own.
-const std::set<std::string> kInnerTables = {"sbox", "fault", "memory_fault", "dma_fault"};
+const std::set<std::string> kInnerTables = {"sbox",      "fault",     "memory_fault",
+                                            "dma_fault", "vpu_fault", "cache_fault"};
 
 // The reader lists the keys of a table when it is given one that is like none of them.
 std::set<std::string> ReadersKeys(const std::string& fleet) {

@@ -77,6 +77,19 @@ void MakeSharedFolder() {
         ThrowHostError("cannot protect the cards' programs");
 }
 
+// What sshd hands to each program that it starts on the card.
+void WriteEnvironment(const std::string& root, const Card& card) {
+    const auto line = [](const char* variable, const CoreFault& fault) {
+        return fault.operation.empty()
+                   ? ""
+                   : variable + ("=" + fault.operation) + ":" + std::to_string(fault.place) + "\n";
+    };
+    const std::string text = line("VPU_WORKLOAD_CORRUPT", card.vpuFault) +
+                             line("CACHE_WORKLOAD_CORRUPT", card.cacheFault);
+    if (!text.empty())
+        WriteFile(root + "/.ssh/environment", text, kReadable);
+}
+
 void MakeRoot(const std::string& root, const Card& card) {
     fs::create_directory(root);
     Mount("zelsim", root, "tmpfs", MS_NOSUID, kRootOptions);
@@ -89,6 +102,7 @@ void MakeRoot(const std::string& root, const Card& card) {
     fs::create_symlink("../usr/etc/group", root + "/etc/group");
     // Node 0 is the host.
     WriteFile(root + "/etc/zelsim-node", std::to_string(card.node + 1) + "\n", kReadable);
+    WriteEnvironment(root, card);
 }
 
 }  // namespace

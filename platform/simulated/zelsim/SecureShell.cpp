@@ -41,6 +41,7 @@ constexpr char kServerConfiguration[] =
     "HostKey /run/zelsim/ssh/key\n"
     "AuthorizedKeysFile /run/zelsim/ssh/key.pub\n"
     "AllowUsers zelcard\n"
+    "PermitUserEnvironment yes\n"
     "PermitRootLogin prohibit-password\n"
     "PasswordAuthentication no\n"
     "KbdInteractiveAuthentication no\n"

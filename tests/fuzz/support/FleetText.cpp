@@ -91,6 +91,13 @@ void WriteRegister(std::ostream& out, const simulated::SboxValue& value) {
     out << row->name << " = " << Quoted(Hex(value.value)) << "\n";
 }
 
+void WriteCoreFault(std::ostream& out, const char* table, const char* place,
+                    const simulated::CoreFault& fault) {
+    if (!fault.operation.empty())
+        out << "[" << table << "]\noperation = " << Quoted(fault.operation) << "\n"
+            << place << " = " << fault.place << "\n";
+}
+
 void WriteCard(std::ostream& out, const simulated::Card& card) {
     out << "[[card]]\ngeneration = " << Quoted(simulated::GenerationName(card.generation))
         << "\nname = " << Quoted(card.name) << "\npcie = " << Quoted(ToText(card.pcie))
@@ -122,6 +129,8 @@ void WriteCard(std::ostream& out, const simulated::Card& card) {
         out << "[[card.dma_fault]]\nto = " << (fault.toCard ? "\"card\"" : "\"host\"")
             << "\nword = " << fault.word << "\nbit = " << fault.bit << "\nstuck = " << fault.stuck
             << "\n";
+    WriteCoreFault(out, "card.vpu_fault", "lane", card.vpuFault);
+    WriteCoreFault(out, "card.cache_fault", "line", card.cacheFault);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <sched.h>
 #include <sys/wait.h>
 
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -109,6 +110,17 @@ TEST_P(AnyWorkload, RefusesArgumentsThatItDoesNotTake) {
         ExpectMisused(GetParam() + " " + arguments);
 }
 
+TEST_P(AnyWorkload, RefusesAVariableThatIsNoCorruption) {
+    const std::string& name = GetParam();
+    const std::string variable = name.starts_with("vpu") ? "VPU" : "CACHE";
+    for (const char* value : {"''", "x", "x:0", ":0"}) {
+        const Result result =
+            ExecuteAs(variable + "_WORKLOAD_CORRUPT=" + value + " ", name + " --rounds=1");
+        EXPECT_EQ(result.status, 2) << value;
+        EXPECT_THAT(result.output, HasSubstr(variable + "_WORKLOAD_CORRUPT")) << value;
+    }
+}
+
 TEST_P(AnyWorkload, FailsWhenItsReportDoesNotArrive) {
     EXPECT_EQ(Execute(GetParam() + " --rounds=1 >/dev/full").status, 1);
 }
@@ -130,6 +142,25 @@ INSTANTIATE_TEST_SUITE_P(Card, AnyWorkload,
                          ::testing::Values("vpu_workload_er1x", "vpu_workload_ev1x",
                                            "cache_workload_er1x", "cache_workload_ev1x"),
                          [](const auto& name) { return name.param; });
+
+// On a card no arguments reach a program, and the environment says what goes wrong.
+TEST(Workload, TheEnvironmentStandsForTheOption) {
+    for (const auto& [variable, name, value] :
+         {std::array{"VPU_WORKLOAD_CORRUPT=", "vpu_workload_er1x", "multiply:3"},
+          std::array{"CACHE_WORKLOAD_CORRUPT=", "cache_workload_er1x", "pingpong:3"}}) {
+        const std::string program = std::string(name) + " --rounds=1";
+        const Result result = ExecuteAs(variable + (value + std::string(" ")), program);
+        ExpectFailed(result);
+        EXPECT_EQ(result.Mismatches().size(),
+                  Execute(program + " --corrupt=" + value).Mismatches().size());
+    }
+}
+
+// A variable is one program's own.
+TEST(Workload, AnotherProgramsVariableIsNotRead) {
+    ExpectPassed(ExecuteAs("CACHE_WORKLOAD_CORRUPT=walk:0 ", "vpu_workload_er1x --rounds=1"));
+    ExpectPassed(ExecuteAs("VPU_WORKLOAD_CORRUPT=add:0 ", "cache_workload_er1x --rounds=1"));
+}
 
 // Vector units --------------------------------------------------------------------------------------
 

@@ -104,6 +104,12 @@ bit = 31
 stuck = 0
 [[card.dma_fault]]
 to = "host"
+[card.vpu_fault]
+operation = "reduce"
+lane = 15
+[card.cache_fault]
+operation = "lost"
+line = 255
 )");
     EXPECT_EQ(card.name, "Some Card");
     EXPECT_EQ(card.pcie, (PcieAddress{1, 0x83, 1, 2}));
@@ -162,6 +168,25 @@ to = "host"
     EXPECT_EQ(card.dmaFaults[1].word, 0U);
     EXPECT_EQ(card.dmaFaults[1].bit, 0U);
     EXPECT_EQ(card.dmaFaults[1].stuck, 1U);
+
+    EXPECT_EQ(card.vpuFault, (CoreFault{"reduce", 15}));
+    EXPECT_EQ(card.cacheFault, (CoreFault{"lost", 255}));
+}
+
+TEST(FleetFile, EveryOperationOfTheCoresCanGoWrong) {
+    EXPECT_EQ(OnlyCard("[[card]]").vpuFault, CoreFault());
+    EXPECT_EQ(OnlyCard("[[card]]").cacheFault, CoreFault());
+    for (const std::string operation : {"add", "multiply", "fma", "shuffle", "reduce"}) {
+        const Card card = OnlyCard("[[card]]\n[card.vpu_fault]\noperation = \"" + operation + "\"");
+        EXPECT_EQ(card.vpuFault, (CoreFault{operation, 0}));
+        EXPECT_EQ(card.cacheFault, CoreFault());
+    }
+    for (const std::string operation : {"walk", "link", "write", "pingpong", "lost"}) {
+        const Card card =
+            OnlyCard("[[card]]\n[card.cache_fault]\noperation = \"" + operation + "\"");
+        EXPECT_EQ(card.cacheFault, (CoreFault{operation, 0}));
+        EXPECT_EQ(card.vpuFault, CoreFault());
+    }
 }
 
 TEST(FleetFile, LimitsAreAccepted) {
@@ -320,6 +345,21 @@ constexpr Refusal kRefusals[] = {
      "my.toml:4: stuck takes 0 to 1, this is 2"},
     {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nwrod = 1",
      "my.toml:4: unknown key \"wrod\"; did you mean \"word\"?"},
+    {"[[card]]\n[[card.vpu_fault]]", "my.toml:2: vpu_fault is a table: [card.vpu_fault]"},
+    {"[[card]]\n[card.vpu_fault]\nlane = 1",
+     "my.toml:2: a core fault names what goes wrong: operation = \"add\""},
+    {"[[card]]\n[card.cache_fault]\nline = 1",
+     "my.toml:2: a core fault names what goes wrong: operation = \"walk\""},
+    {"[[card]]\n[card.vpu_fault]\noperation = \"walk\"",
+     "my.toml:3: operation takes \"add\", \"multiply\", \"fma\", \"shuffle\" or \"reduce\""},
+    {"[[card]]\n[card.cache_fault]\noperation = \"add\"",
+     "my.toml:3: operation takes \"walk\", \"link\", \"write\", \"pingpong\" or \"lost\""},
+    {"[[card]]\n[card.vpu_fault]\noperation = \"add\"\nlane = 16",
+     "my.toml:4: lane takes 0 to 15, this is 16"},
+    {"[[card]]\n[card.cache_fault]\noperation = \"walk\"\nline = 256",
+     "my.toml:4: line takes 0 to 255, this is 256"},
+    {"[[card]]\n[card.vpu_fault]\noperation = \"add\"\nline = 1",
+     "my.toml:4: unknown key \"line\"; did you mean \"lane\"?"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, FleetFileRefuses, testing::ValuesIn(kRefusals));
