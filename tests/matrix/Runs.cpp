@@ -1,0 +1,181 @@
+// Runs of every test on a card with a fault.
+#include "Runs.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include "TestEngine/TestGroups.h"
+#include "TestEngine/te_main_frontend.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kRuns = 3;
+constexpr int kHostsAtOnce = 4;  // a run waits more than it works
+
+std::string ShortName(const ifstTstGroup& group, std::size_t test) {
+    return test < group.frontEnd->numTests ? group.frontEnd->tests[test].shortNm : "?";
+}
+
+// Runs a command line of the shell and returns what it printed.
+std::string Output(const std::string& command) {
+    FILE* const stream = popen(command.c_str(), "r");
+    if (stream == nullptr)
+        throw std::runtime_error(command);
+    std::string text;
+    std::array<char, 4096> piece;
+    while (const std::size_t length = std::fread(piece.data(), 1, piece.size(), stream))
+        text.append(piece.data(), length);
+    pclose(stream);
+    return text;
+}
+
+// Every test in the state that it needs: the memory tests in the ready state, each by itself since a
+// failure of the one counts for the other, all others in normal mode.
+std::string Script(const std::string& memoryMode) {
+    std::string words;
+    for (const ifstTstGroup& group : ifstTstGrps) {
+        if (std::string(group.shortNm) != "-mem")
+            words += std::string(" ") + group.shortNm;
+    }
+    words += " -all";
+    const std::string after =
+        " -dbgLvl=4 2>&1; echo \"status $?\"; zelsim mode zel0 " + memoryMode + "; ";
+    std::string script;
+    for (const std::string& run :
+         {words, std::string(" -mem -wr -info"), std::string(" -mem -full")}) {
+        script += "ZelDiag -summary -noExitOnFail";
+        script += run;
+        script += after;
+    }
+    return script;
+}
+
+std::string Trimmed(std::string text) {
+    std::ranges::replace(text, '\n', ' ');
+    std::ranges::replace(text, '|', '/');
+    const auto first = text.find_first_not_of(' ');
+    return first == std::string::npos ? ""
+                                      : text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+// Which of two reasons a failed exchange has depends on which half ends first; what a workload tells
+// depends on the machine, but for its verdict.
+std::string Settled(const std::string& reason) {
+    const std::size_t verdict = reason.find("TEST FAILED: ");
+    if (verdict != std::string::npos)
+        return reason.substr(verdict);
+    return reason == "Thread canceled." ? "Test failed. Threads did not succeed." : reason;
+}
+
+// The group whose tests are being reported at this place of the output.
+const ifstTstGroup* GroupBefore(const std::string& text, std::size_t at) {
+    const ifstTstGroup* found = nullptr;
+    std::size_t last = 0;
+    for (const ifstTstGroup& group : ifstTstGrps) {
+        const std::size_t begin = text.rfind(std::string(group.name) + " : BEGINS", at);
+        if (begin != std::string::npos && begin >= last) {
+            last = begin;
+            found = &group;
+        }
+    }
+    return found;
+}
+
+void CollectReasons(const std::string& text, Result& result) {
+    constexpr char kFailedIn[] = " Failed in file ";
+    constexpr char kReason[] = " with reason [";
+    for (std::size_t at = text.find(kFailedIn); at != std::string::npos;
+         at = text.find(kFailedIn, at + 1)) {
+        const std::size_t number = text.rfind("Test ", at) + 5;
+        const std::size_t reason = text.find(kReason, at) + sizeof(kReason) - 1;
+        const ifstTstGroup* const group = GroupBefore(text, at);
+        if (group == nullptr)
+            throw std::runtime_error("a failed test outside of every group:\n" + text);
+        const std::string name = ShortName(*group, std::stoul(text.substr(number)) - 1);
+        result.reasons.emplace(
+            name, Settled(Trimmed(text.substr(reason, text.find("]\n", reason) - reason))));
+    }
+}
+
+// By the summary; a card that it fails although none of its tests did was not in the mode that they need.
+Verdict VerdictOf(const std::string& run) {
+    if (run.find("\nzel0 (") == std::string::npos)
+        return kEndsEarly;
+    if (run.find("): PASSED\n") != std::string::npos)
+        return kPassed;
+    return run.find("\nDevice Status: OK\n") == std::string::npos ? kFailed : kSkipped;
+}
+
+Result RunTests(const std::string& build, const Fault& fault) {
+    const fs::path fleet = fs::temp_directory_path() /
+                           ("zeldiag-matrix." + fault.name + "." + std::to_string(getpid()));
+    std::ofstream(fleet) << FleetWith(fault);
+    const std::string output =
+        Output(build + "/bin/zelsim run --fleet '" + fleet.string() +
+               "' -- env LD_PRELOAD=" + build + "/tests/e2e_shim.so ZELDIAG_SLEEP_PART=20 sh -c '" +
+               Script(fault.memoryMode) + "' < /dev/null");
+    fs::remove(fleet);
+    Result result;
+    CollectReasons(output, result);
+    constexpr std::string_view kEnd = "\nstatus ";
+    std::size_t begin = 0;
+    for (std::size_t end = output.find(kEnd); end != std::string::npos;
+         end = output.find(kEnd, begin)) {
+        const Verdict verdict = VerdictOf(output.substr(begin, end - begin));
+        begin = end + kEnd.size();
+        const int status = std::stoi(output.substr(begin));
+        if (status != verdict.status)
+            throw std::runtime_error(fault.name + ": a run (" + std::string(verdict.text) +
+                                     ") ended with " + std::to_string(status) + ":\n" + output);
+        result.verdicts.push_back(verdict);
+    }
+    if (result.verdicts.size() != kRuns)
+        throw std::runtime_error(fault.name + ": not every run ends:\n" + output);
+    return result;
+}
+
+}  // namespace
+
+std::vector<std::string> AllTests() {
+    std::vector<std::string> tests;
+    for (const ifstTstGroup& group : ifstTstGrps) {
+        for (std::size_t i = 0; i < group.frontEnd->numTests; ++i)
+            tests.push_back(ShortName(group, i));
+    }
+    return tests;
+}
+
+std::vector<Result> RunAll(const std::string& build, const std::vector<Fault>& faults) {
+    std::vector<Result> results(faults.size());
+    std::vector<std::exception_ptr> failures(faults.size());
+    std::atomic<std::size_t> next{0};
+    const auto work = [&] {
+        for (std::size_t i = next++; i < faults.size(); i = next++) {
+            try {
+                results[i] = RunTests(build, faults[i]);
+            } catch (...) {
+                failures[i] = std::current_exception();
+            }
+        }
+    };
+    std::vector<std::jthread> workers;
+    for (int i = 0; i < kHostsAtOnce; ++i)
+        workers.emplace_back(work);
+    workers.clear();
+    for (const std::exception_ptr& failure : failures) {
+        if (failure)
+            std::rethrow_exception(failure);
+    }
+    return results;
+}
