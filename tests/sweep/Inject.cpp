@@ -2,7 +2,9 @@
 // that the tool starts.
 #include "Inject.h"
 
+#include <execinfo.h>
 #include <fcntl.h>
+#include <link.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -27,22 +29,74 @@ Injection* Map(const char* path) {
     return memory == MAP_FAILED ? nullptr : static_cast<Injection*>(memory);
 }
 
+// Where the tool's executable lies in memory.
+struct Executable {
+    std::uintptr_t base = 0;
+    std::uintptr_t end = 0;
+
+    bool Holds(std::uintptr_t address) const { return address >= base && address < end; }
+};
+Executable executable;
+
+// The executable is the first object in the loader's list.
+int TakeExecutable(dl_phdr_info* object, std::size_t /*size*/, void* /*unused*/) {
+    executable.base = object->dlpi_addr;
+    for (int i = 0; i < object->dlpi_phnum; ++i) {
+        const auto& segment = object->dlpi_phdr[i];
+        if (segment.p_type == PT_LOAD)
+            executable.end = object->dlpi_addr + segment.p_vaddr + segment.p_memsz;
+    }
+    return 1;
+}
+
+// The walk over the callers may allocate, which is not the tool's doing.
+thread_local bool walking = false;
+
+void RecordSite() {
+    void* callers[kDepth];
+    walking = true;
+    const int depth = backtrace(callers, kDepth);
+    walking = false;
+    std::size_t count = 0;
+    for (int i = 0; i < depth; ++i) {
+        const auto address = reinterpret_cast<std::uintptr_t>(callers[i]);
+        if (executable.Holds(address))
+            run->site[count++] = address - executable.base;
+    }
+}
+
+int OpenDescriptors() {
+    constexpr int kMany = 1024;
+    int open = 0;
+    for (int file = 0; file < kMany; ++file)
+        open += fcntl(file, F_GETFD) >= 0 ? 1 : 0;
+    return open;
+}
+
 // From here on everything counts, static objects of the tool and its libraries included.
 __attribute__((constructor(101))) void Begin() {
     const char* const path = std::getenv(kVariable);
     if (path == nullptr || std::strcmp(program_invocation_short_name, "ZelDiag") != 0)
         return;
+    dl_iterate_phdr(TakeExecutable, nullptr);
+    // The first walk loads what later ones need.
+    void* callers[kDepth];
+    backtrace(callers, kDepth);
     run = Map(path);
+    if (run != nullptr)
+        run->openBefore = OpenDescriptors();
 }
 
 // Comes after the destructors of the tool and its libraries, when they come at all.
 __attribute__((destructor(101))) void End() {
-    if (run != nullptr)
-        run->tidied = 1;
+    if (run == nullptr)
+        return;
+    run->tidied = 1;
+    RecordEnd();
 }
 
 bool IsItsTurn(Kind kind) {
-    if (run == nullptr)
+    if (run == nullptr || walking)
         return false;
     const std::uint64_t number = ++run->counts[static_cast<std::size_t>(kind)];
     return run->kind == kind && run->at == number;
@@ -58,6 +112,7 @@ bool Fails(Kind kind, const char* what) {
     if (!IsItsTurn(kind))
         return false;
     std::strncpy(run->what, what, sizeof run->what - 1);
+    RecordSite();
     run->struck = 1;
     return true;
 }
@@ -66,8 +121,14 @@ bool FailsAllocation(std::size_t bytes) {
     if (!IsItsTurn(Kind::Allocation))
         return false;
     std::snprintf(run->what, sizeof run->what, "%zu bytes", bytes);
+    RecordSite();
     run->struck = 1;
     return true;
+}
+
+void RecordEnd() {
+    if (run != nullptr)
+        run->openAfter = OpenDescriptors();
 }
 
 }  // namespace sweep

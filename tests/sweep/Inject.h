@@ -14,4 +14,7 @@ bool Fails(Kind kind, const char* what);
 // The same for memory, which has no other name than its size.
 bool FailsAllocation(std::size_t bytes);
 
+// What is left as the process ends.
+void RecordEnd();
+
 }  // namespace sweep

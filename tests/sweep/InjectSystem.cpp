@@ -1,6 +1,8 @@
-// The system's own operations that can fail: commands, threads, memory.
+// The system's own operations that can fail: commands, threads, memory. And those that tell how long a
+// run takes and what it leaves.
 #include <dlfcn.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -60,6 +62,21 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     return sweep::Fails(sweep::Kind::Thread, "pthread_create")
                ? EAGAIN
                : real(thread, attributes, function, argument);
+}
+
+unsigned sleep(unsigned seconds) {
+    static const auto real = Real<unsigned(unsigned)>("sleep");
+    if (sweep::Run() != nullptr)
+        sweep::Run()->slept += seconds;
+    return real(seconds);
+}
+
+// How a process ends that leaves its static objects to a thread which runs on.
+void _exit(int status) {
+    static const auto real = Real<void(int)>("_exit");
+    sweep::RecordEnd();
+    real(status);
+    __builtin_unreachable();
 }
 
 #ifdef ZEL_SWEEP_MEMORY

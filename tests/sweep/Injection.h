@@ -29,6 +29,9 @@ constexpr const char* NameOf(Kind kind) {
 // The environment variable that names the file.
 inline constexpr char kVariable[] = "ZELDIAG_SWEEP";
 
+// How deep the calls are looked at that led to what failed.
+inline constexpr std::size_t kDepth = 48;
+
 struct Injection {
     // Set before the tool starts: which one fails, counted from 1; 0: none.
     Kind kind;
@@ -37,9 +40,15 @@ struct Injection {
     // Filled while the tool runs.
     std::array<std::atomic<std::uint64_t>, kKinds> counts;
     std::atomic<std::uint32_t> struck;
-    char what[64];                      // the operation, or the command, that failed
+    char what[64];  // the operation, or the command, that failed
+    // The return addresses inside the tool's executable that lead to it, counted from where the
+    // executable is loaded, innermost first; 0 behind the last.
+    std::array<std::uint64_t, kDepth> site;
     std::atomic<std::uint32_t> tidied;  // the process ended with all its static objects destroyed
     std::atomic<std::int64_t> blocks;   // allocated and not freed
+    std::atomic<std::int32_t> openBefore;  // descriptors, as the process began
+    std::atomic<std::int32_t> openAfter;   // the same at its end
+    std::atomic<std::uint64_t> slept;      // seconds asked of sleep, by all threads together
 };
 
 static_assert(std::atomic<std::uint64_t>::is_always_lock_free);

@@ -1,8 +1,10 @@
-// The rules, and the exceptions from them that are right.
+// The rules.
 #include "Judge.h"
 
 #include <algorithm>
 #include <string_view>
+
+#include "Report.h"
 
 namespace sweep {
 
@@ -10,32 +12,18 @@ namespace {
 
 constexpr int kHighestStatus = 1;
 
-// The reports of the cards, in order, each up to its verdict.
-std::vector<std::string_view> CardReports(const std::string& out) {
-    constexpr std::string_view kVerdict = "\nDevice Status: ";
-    std::vector<std::string_view> reports;
-    std::string_view rest = out;
-    for (size_t at = rest.find(kVerdict); at != std::string_view::npos; at = rest.find(kVerdict)) {
-        const size_t end = rest.find('\n', at + 1);
-        reports.push_back(rest.substr(0, end));
-        rest.remove_prefix(end);
-    }
-    return reports;
-}
+// The longest that one test waits, in seconds: for an upload, and for a card that does not answer.
+constexpr std::uint64_t kLongestSleep = 36 + 60;
 
-// Without what a DMA worker says that was given up: it runs on beside later tests, and later cards.
-std::string WithoutWorkers(std::string text) {
-    constexpr std::string_view kBegin = "\nAn error occurred in ";
-    constexpr std::string_view kOutput = " :: \n";
-    constexpr std::string_view kEnd = "\n\n";
-    for (size_t at = text.find(kBegin); at != std::string::npos; at = text.find(kBegin)) {
-        const size_t output = text.find(kOutput, at);
-        const size_t end =
-            output == std::string::npos ? output : text.find(kEnd, output + kOutput.size());
-        text.erase(at, end == std::string::npos ? end : end + kEnd.size() - at);
-    }
-    return text;
-}
+// Blocks that the libraries keep until the process ends.
+constexpr std::int64_t kKeptBlocks = 24;
+
+// The end of the pipe from which the commands read.
+constexpr int kKeptDescriptors = 1;
+
+// What workers have that run on as the process ends: the host's half its endpoint, with a descriptor for
+// waiting, and the other a command's pipe.
+constexpr int kDescriptorsOfWorkers = 3;
 
 // More than one card's report differs, or a card has none.
 bool SpoilsOtherCards(const Outcome& clean, const Outcome& outcome) {
@@ -49,98 +37,62 @@ bool SpoilsOtherCards(const Outcome& clean, const Outcome& outcome) {
     return differ > 1;
 }
 
-// The run ended before the first card, with a line that says why.
-bool CouldNotStart(const Outcome& outcome) {
-    return outcome.status == 1 && CardReports(outcome.out).empty() &&
-           !(outcome.out + outcome.err).empty();
+// A run that ended early leaves memory to the system, as does one with a worker given up.
+bool LeavesMemory(const Outcome& clean, const Outcome& outcome) {
+    const bool complete = CardReports(outcome.out).size() == CardReports(clean.out).size();
+    return complete && outcome.tidied && outcome.blocks > clean.blocks;
 }
 
-bool TellsFailure(const Outcome& outcome) {
-    return outcome.status != 0 || outcome.out.find("FAILED") != std::string::npos;
+bool LeavesDescriptors(const Outcome& clean, const Outcome& outcome) {
+    const bool complete = CardReports(outcome.out).size() == CardReports(clean.out).size();
+    const int ofWorkers = outcome.tidied ? 0 : kDescriptorsOfWorkers;
+    return complete && outcome.descriptors > clean.descriptors + ofWorkers;
 }
-
-// What stands in the place of a text, or of a version, that could not be had. The tests are not
-// touched by it.
-bool TellsLoss(const Outcome& outcome) {
-    constexpr std::array kTexts = {
-        "can not allocate memory", "Can not allocate buffer for printf",
-        "a line is missing",       "Version: NotAvailable",
-        "Version=NotAvailable",    "Flash version=NA",
-        "SMC Version=NA",          "Failed to close",
-    };
-    return std::ranges::any_of(
-        kTexts, [&](const char* text) { return outcome.out.find(text) != std::string::npos; });
-}
-
-// Nothing is missing that a run without a failure does: memory ran out where it could be done without.
-bool DidEverything(const Outcome& clean, const Outcome& outcome) {
-    return outcome.out == clean.out && outcome.err == clean.err &&
-           outcome.CountOf(Kind::Call) == clean.CountOf(Kind::Call) &&
-           outcome.CountOf(Kind::Command) == clean.CountOf(Kind::Command) &&
-           outcome.CountOf(Kind::Thread) == clean.CountOf(Kind::Thread);
-}
-
-// What the tool does on purpose.
-struct Exception {
-    Fault fault;
-    Kind kind;         // Count: any
-    const char* what;  // the beginning of what failed
-    const char* reason;
-    const char* seen = "";  // in what the tool printed
-};
-constexpr Exception kExceptions[] = {
-    {Fault::NextCard, Kind::Call, "ZelInitAdapter", "a card that cannot be opened ends the run"},
-    {Fault::NextCard, Kind::Call, "ZelGetZelVersion",
-     "a library whose version cannot be read ends the run"},
-    {Fault::NextCard, Kind::Count, "",
-     "a worker that was given up while it waits for a card keeps its port until the run ends",
-     "vorl_bind failed with error 98"},
-    {Fault::Passed, Kind::Call, "vorl_connect", "a connection that fails once is tried again"},
-    {Fault::Passed, Kind::Call, "vorl_close",
-     "an end that reports an error is closed all the same"},
-    {Fault::Passed, Kind::Command, "rpm ", "the summary tells the version that was found last"},
-    {Fault::Passed, Kind::Status, "rpm ", "what the query printed counts, not how it ended"},
-    {Fault::Passed, Kind::Allocation, "1024 bytes",
-     "a displayed text for whose lines there is no room is left out"},
-    {Fault::NextCard, Kind::Allocation, "472 bytes",
-     "a host whose ssh or scp cannot be found ends the run"},
-    {Fault::Passed, Kind::Call, "ZelSetUsageMode",
-     "a card that cannot be sent back to its ready state is told by a trace record"},
-    {Fault::Mode, Kind::Call, "ZelSetUsageMode",
-     "a card that cannot be sent back stays where it is"},
-};
 
 }  // namespace
 
-std::vector<Fault> Judge(Kind kind, const Outcome& clean, const Outcome& outcome) {
-    std::vector<Fault> faults;
+std::string WhyNotWhole(const Outcome& clean, size_t cards, size_t tests) {
+    if (clean.hung || clean.signal != 0 || clean.status != 0 || !clean.err.empty())
+        return "it fails";
+    if (CardReports(clean.out).size() != cards || !Follows(clean, cards))
+        return "it does not report every card";
+    const auto verdicts = Verdicts(clean.out);
+    const auto passed = std::ranges::count_if(verdicts, [](auto verdict) {
+        return verdict.ends_with(": PASSED") || verdict == "Device Status: OK";
+    });
+    constexpr size_t kGroupAndStatus = 2;
+    if (verdicts.size() != cards * (tests + kGroupAndStatus) ||
+        static_cast<size_t>(passed) != verdicts.size())
+        return "it does not pass every test";
+    if (Times(clean.out, "; Flash version=") != cards || Times(clean.out, "\nHOSK Version: ") != 1)
+        return "it does not tell the versions";
+    for (const char* unknown : {"NotAvailable", "=NA;", "=NA\n", "=;"}) {
+        if (Times(clean.out, unknown) != 0)
+            return "it does not know every version";
+    }
+    if (!clean.tidied || clean.blocks > kKeptBlocks || clean.descriptors != kKeptDescriptors ||
+        clean.processes != 0)
+        return "it leaves something behind";
+    return "";
+}
+
+std::vector<Fault> Judge(const Outcome& clean, const Outcome& outcome) {
     if (outcome.hung)
         return {Fault::Hung};
+    std::vector<Fault> faults;
+    if (outcome.slept > clean.slept + kLongestSleep)
+        faults.push_back(Fault::Hung);
     if (outcome.signal != 0 || outcome.status > kHighestStatus || outcome.status < 0)
         faults.push_back(Fault::Crashed);
-    // A run that ended early leaves what it held to the system, as does one with a worker given up.
-    const bool complete = CardReports(outcome.out).size() == CardReports(clean.out).size();
-    if (complete && outcome.tidied && outcome.blocks > clean.blocks)
+    if (LeavesMemory(clean, outcome) || LeavesDescriptors(clean, outcome) || outcome.processes > 0)
         faults.push_back(Fault::Leaked);
-    const bool dispensable = kind == Kind::Allocation || kind == Kind::Silence;
-    const bool excusable = dispensable && DidEverything(clean, outcome);
-    if (!TellsFailure(outcome) && !TellsLoss(outcome) && !excusable)
+    if (!TellsFailure(outcome) || !Follows(outcome, CardReports(clean.out).size()))
         faults.push_back(Fault::Passed);
     if (outcome.modes != clean.modes)
         faults.push_back(Fault::Mode);
-    if (!CouldNotStart(outcome) && SpoilsOtherCards(clean, outcome))
+    if (SpoilsOtherCards(clean, outcome))
         faults.push_back(Fault::NextCard);
     return faults;
-}
-
-const char* Reason(Fault fault, Kind kind, const Outcome& outcome) {
-    for (const Exception& exception : kExceptions) {
-        if (exception.fault == fault && (exception.kind == kind || exception.kind == Kind::Count) &&
-            outcome.what.starts_with(exception.what) &&
-            outcome.out.find(exception.seen) != std::string::npos)
-            return exception.reason;
-    }
-    return nullptr;
 }
 
 }  // namespace sweep

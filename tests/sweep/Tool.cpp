@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <new>
 #include <regex>
 #include <stdexcept>
@@ -61,20 +62,29 @@ std::string Masked(const std::string& text) {
     return std::regex_replace(text, elapsed, "time elapsed: -");
 }
 
-// Ends every process that the run left, the card's programs among them.
-void ClearProcesses() {
-    const std::string children = "/proc/self/task/" + std::to_string(getpid()) + "/children";
-    for (;;) {
-        std::ifstream list(children);
-        bool any = false;
-        for (pid_t process = 0; list >> process; any = true)
-            kill(process, SIGKILL);
-        while (waitpid(-1, nullptr, WNOHANG) > 0) {
-        }
-        if (!any)
-            return;
-        usleep(1000);
+// The processes that the run left, the card's programs among them.
+std::vector<pid_t> Children() {
+    while (waitpid(-1, nullptr, WNOHANG) > 0) {
     }
+    std::ifstream list("/proc/self/task/" + std::to_string(getpid()) + "/children");
+    return {std::istream_iterator<pid_t>(list), {}};
+}
+
+// Waits until what the run left has ended, which a card's program does when its caller is gone, and ends
+// what has not. Returns how many that are.
+int ClearProcesses() {
+    constexpr auto kTimeToEnd = std::chrono::seconds(5);
+    constexpr useconds_t kPause = 1000;
+    const auto end = Clock::now() + kTimeToEnd;
+    while (!Children().empty() && Clock::now() < end)
+        usleep(kPause);
+    const int left = static_cast<int>(Children().size());
+    for (std::vector<pid_t> rest = Children(); !rest.empty(); rest = Children()) {
+        for (const pid_t process : rest)
+            kill(process, SIGKILL);
+        usleep(kPause);
+    }
+    return left;
 }
 
 // Waits for the process; false when it does not end in time.
@@ -96,7 +106,10 @@ bool Await(pid_t process, int* status) {
 }  // namespace
 
 Tool::Tool(std::vector<std::string> words, std::string preload)
-    : words_(std::move(words)), host_(simulated::HostState::Open()), preload_(std::move(preload)) {
+    : words_(std::move(words)),
+      host_(simulated::HostState::Open()),
+      preload_(std::move(preload)),
+      symbols_(words_.front()) {
     if (!host_)
         throw std::runtime_error("runs on a simulated host only: zelsim run -- zel_sweep ...");
     prctl(PR_SET_CHILD_SUBREAPER, 1);
@@ -141,13 +154,13 @@ Outcome Tool::Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode) {
         setenv(kVariable, environment_.c_str(), 1);
         setenv("LD_PRELOAD", preload_.c_str(), 1);
         setenv("ZELDIAG_SLEEP_PART", kSleepPart, 1);
-        execvp(arguments[0], arguments.data());
+        execv(arguments[0], arguments.data());
         _exit(127);
     }
     Outcome outcome;
     int status = 0;
     outcome.hung = !Await(process, &status);
-    ClearProcesses();
+    outcome.processes = ClearProcesses();
 
     outcome.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -159,6 +172,13 @@ Outcome Tool::Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode) {
     outcome.what = injection_->what;
     outcome.tidied = injection_->tidied != 0;
     outcome.blocks = injection_->blocks;
+    outcome.descriptors = injection_->openAfter - injection_->openBefore;
+    outcome.slept = injection_->slept;
+    for (const std::uint64_t address : injection_->site) {
+        // The call lies before the address to which it returns.
+        if (address != 0)
+            outcome.site.push_back(symbols_.NameAt(address - 1));
+    }
     for (const simulated::CardState& card : host_->Cards())
         outcome.modes.push_back(card.usageMode);
     return outcome;

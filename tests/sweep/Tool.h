@@ -1,37 +1,21 @@
 // One run of the tool with something in it that fails.
 #pragma once
 
-#include <array>
-#include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "HostState.h"
 #include "Injection.h"
+#include "Outcome.h"
+#include "Symbols.h"
 
 namespace sweep {
 
-struct Outcome {
-    bool hung = false;
-    int signal = 0;
-    int status = -1;
-    std::string out;
-    std::string err;
-    std::array<std::uint64_t, kKinds> counts{};
-    bool struck = false;
-    std::string what;                  // that failed
-    bool tidied = false;               // it ended with all its static objects destroyed
-    std::int64_t blocks = 0;           // allocated and not freed at the end
-    std::vector<std::uint32_t> modes;  // of the cards, afterwards
-
-    std::uint64_t CountOf(Kind kind) const { return counts[static_cast<std::size_t>(kind)]; }
-
-    bool operator==(const Outcome&) const = default;
-};
-
 class Tool {
 public:
-    // `preload` are the libraries to load into the tool. Throws std::runtime_error.
+    // `words` begins with the path of the tool; `preload` are the libraries to load into it. Throws
+    // std::runtime_error.
     Tool(std::vector<std::string> words, std::string preload);
     ~Tool();
     Tool(const Tool&) = delete;
@@ -45,6 +29,7 @@ private:
     std::unique_ptr<simulated::HostState> host_;
     std::string environment_;  // with the name of the file in it
     std::string preload_;
+    Symbols symbols_;
     int file_ = -1;
     Injection* injection_ = nullptr;
 };

@@ -1,0 +1,228 @@
+// What looks wrong and is demanded, or cannot be otherwise: by the part of the sweep, by what failed, and
+// by the function of the tool that it failed in.
+#include <algorithm>
+#include <string_view>
+
+#include "Judge.h"
+#include "Report.h"
+
+namespace sweep {
+
+namespace {
+
+// Besides what stands in a Demand.
+using Condition = bool (*)(const Outcome& clean, const Outcome& outcome);
+
+// The same was done and said as in a run without the failure.
+bool DidEverything(const Outcome& clean, const Outcome& outcome) {
+    return outcome.out == clean.out && outcome.err == clean.err &&
+           outcome.CountOf(Kind::Call) == clean.CountOf(Kind::Call) &&
+           outcome.CountOf(Kind::Command) == clean.CountOf(Kind::Command) &&
+           outcome.CountOf(Kind::Thread) == clean.CountOf(Kind::Thread);
+}
+
+// Every test was run and passed.
+bool PassedAll(const Outcome& clean, const Outcome& outcome) {
+    return Verdicts(outcome.out) == Verdicts(clean.out);
+}
+
+// One card was left out, and every other passed.
+bool SkippedCard(const Outcome& clean, const Outcome& outcome) {
+    const auto expected = CardReports(clean.out);
+    const auto actual = CardReports(outcome.out);
+    if (actual.size() != expected.size())
+        return false;
+    const std::vector<std::string_view> noTest = {"Device Status: OK"};
+    size_t skipped = 0;
+    for (size_t card = 0; card < actual.size(); ++card) {
+        const auto verdicts = Verdicts(actual[card]);
+        if (verdicts == noTest)
+            ++skipped;
+        else if (verdicts != Verdicts(expected[card]))
+            return false;
+    }
+    return skipped == 1;
+}
+
+// Every card before the one on which it was met has its report, and no other.
+bool EndedRun(const Outcome& clean, const Outcome& outcome) {
+    const auto expected = CardReports(clean.out);
+    const auto actual = CardReports(outcome.out);
+    return outcome.status == 1 && actual.size() < expected.size() &&
+           std::equal(actual.begin(), actual.end(), expected.begin());
+}
+
+bool DidNotBegin(const Outcome& /*clean*/, const Outcome& outcome) {
+    return outcome.status == 1 && CardReports(outcome.out).empty();
+}
+
+// In the test that has the host wait, or in the worker that brings the card's program to the card.
+bool WithinUpload(const Outcome& outcome) {
+    return std::ranges::any_of(outcome.site, [](const std::string& function) {
+        return function == "Dma_DmaZelToHost" || function == "DmaRunPeer";
+    });
+}
+
+// The host waited for a card that never connected; the next card's first exchange cannot have the port.
+bool LeftPort(const Outcome& clean, const Outcome& outcome) {
+    const std::string text = WithoutWorkers(outcome.out);
+    const auto expected = CardReports(clean.out);
+    const auto actual = CardReports(text);
+    if (actual.size() != 2 || expected.size() != 2)
+        return false;
+    const std::string_view first = actual[0];
+    const std::string_view second = actual[1];
+    return WithinUpload(outcome) && Times(first, "\nTest 1: PASSED\n") == 1 &&
+           Times(first, "\nTest 2: FAILED\n") == 1 && Times(first, "ZelToHostDMA::") == 0 &&
+           Times(second, "\nvorl_bind failed with error 98\nTest 1: FAILED\n") == 1;
+}
+
+constexpr char kPort[] =
+    "a worker that was given up while it waits for a card keeps its port until the run ends";
+
+constexpr char kReturning[] = "ReturnCard memory_memorywrite _ZelAccess::settoNormalMode";
+
+struct Demand {
+    Fault fault;
+    const char* part;  // of the sweep; empty: any
+    Kind kind;
+    const char* what;    // that failed; the beginning of a command, up to a blank; empty: any
+    const char* caller;  // the tool's function that it failed in, behind it those into which the
+                         // compiler may have taken it; empty: any
+    const char* told;    // printed more often than without the failure; null: nothing is
+    Condition holds;
+    const char* reason;
+};
+
+constexpr Demand kDemands[] = {
+    // The run ends.
+    {Fault::NextCard, "", Kind::Call, "Settings::Load", "", "Could process settings", DidNotBegin,
+     "a tool without settings does not begin"},
+    {Fault::NextCard, "", Kind::Call, "ZelInitAPI", "", "Error in zelAccess->setAccessHandle",
+     DidNotBegin, "a run without a library does not begin"},
+    {Fault::NextCard, "", Kind::Call, "ZelInitAdapter", "", "ZelInitAdapter failed", EndedRun,
+     "a card that cannot be opened ends the run"},
+    {Fault::NextCard, "", Kind::Call, "ZelGetZelVersion",
+     "_ZelAccess::ShowVersion _ZelAccess::InitAdapterforDiag", "An error has occurred: ", EndedRun,
+     "a library whose version cannot be read ends the run"},
+
+    // What is not a test.
+    {Fault::Passed, "", Kind::Call, "ZelGetZelVersion", "FlashVersion OpenCard InitUTask",
+     "; Flash version=NA;", PassedAll, "a flash version that cannot be read is told as NA"},
+    {Fault::Passed, "", Kind::Call, "ZelGetSMCFWVersion", "SmcVersion OpenCard InitUTask",
+     "; SMC Version=NA\n", PassedAll, "an SMC version that cannot be read is told as NA"},
+    {Fault::Passed, "", Kind::Call, "ZelGetUsageMode", "_ZelAccess::isDeviceinNormalMode",
+     ": The Coprocessor is not in normal mode", SkippedCard,
+     "a group is skipped on a card that does not tell its mode"},
+    {Fault::Passed, "", Kind::Call, "ZelCloseAdapter", "", "\nFailed to close adapter for device: ",
+     PassedAll, "a card that does not close has passed its tests"},
+    {Fault::Passed, "", Kind::Call, "ZelCloseAPI", "", "\nFailed to close API for device id: ",
+     PassedAll, "a library that does not close comes after the last card"},
+
+    // The host's version.
+    {Fault::Passed, "", Kind::Command, "rpm ", "", "NotAvailable", PassedAll,
+     "a version that cannot be queried is told as NotAvailable"},
+    {Fault::Passed, "", Kind::Command, "rpm ", "", nullptr, DidEverything,
+     "the summary tells the version that was found last"},
+    {Fault::Passed, "", Kind::Silence, "rpm ", "", "NotAvailable", PassedAll,
+     "a version that cannot be queried is told as NotAvailable"},
+    {Fault::Passed, "", Kind::Silence, "rpm ", "", nullptr, DidEverything,
+     "the summary tells the version that was found last"},
+    {Fault::Passed, "", Kind::Status, "rpm ", "", nullptr, DidEverything,
+     "what the query printed counts, not how it ended"},
+
+    // An upload.
+    {Fault::Passed, "", Kind::Silence, "/usr/bin/scp ", "", nullptr, DidEverything,
+     "what a copy prints counts only when it fails"},
+
+    // The DMA exchange.
+    {Fault::Passed, "dma", Kind::Call, "vorl_connect", "", nullptr, PassedAll,
+     "a connection that fails once is tried again"},
+    {Fault::Passed, "dma", Kind::Allocation, "472 bytes", "vorl_connect_dma", nullptr, PassedAll,
+     "a connection that fails once is tried again"},
+    {Fault::Passed, "dma", Kind::Call, "vorl_close", "", nullptr, DidEverything,
+     "an end that reports an error is closed all the same"},
+    {Fault::NextCard, "dma", Kind::Command, "/usr/bin/scp ", "", nullptr, LeftPort, kPort},
+    {Fault::NextCard, "dma", Kind::Status, "/usr/bin/scp ", "", nullptr, LeftPort, kPort},
+    {Fault::NextCard, "dma", Kind::Thread, "pthread_create", "", nullptr, LeftPort, kPort},
+    {Fault::NextCard, "dma", Kind::Allocation, "", "", nullptr, LeftPort, kPort},
+
+    // The card's way back from a memory test.
+    {Fault::Passed, "", Kind::Call, "ZelSetUsageMode", kReturning, nullptr, PassedAll,
+     "a card that cannot be sent back to its ready state is told by a trace record"},
+    {Fault::Mode, "", Kind::Call, "ZelSetUsageMode", kReturning, nullptr, PassedAll,
+     "a card that cannot be sent back stays where it is"},
+
+    // Memory.
+    {Fault::Passed, "", Kind::Allocation, "10240 bytes", "IFSTDISP",
+     "!!ERROR!! can not allocate memory", PassedAll, "a text that cannot be displayed is told"},
+    {Fault::Passed, "", Kind::Allocation, "1024 bytes", "DISPLINES", nullptr, PassedAll,
+     "a displayed text for whose lines there is no room is left out"},
+    {Fault::Passed, "", Kind::Allocation, "4096 bytes", "DPF_PRINT",
+     "\n Can not allocate buffer for printf", PassedAll, "a record that cannot be traced is told"},
+    {Fault::Passed, "", Kind::Allocation, "", "TE::SummaryLines::Append",
+     "(a line is missing: out of memory)", PassedAll, "a lost line of the summary is told"},
+    {Fault::Passed, "", Kind::Allocation, "", "ShellExecuter::_Open", "NotAvailable", PassedAll,
+     "a version that cannot be queried is told as NotAvailable"},
+    {Fault::Passed, "", Kind::Allocation, "", "ShellExecuter::_Open", nullptr, DidEverything,
+     "the summary tells the version that was found last"},
+    {Fault::Passed, "", Kind::Allocation, "", "ShellExecuter::_Read", nullptr, DidEverything,
+     "what a command prints can be read without a buffer"},
+    {Fault::Passed, "", Kind::Allocation, "", "cmGetSysTimeStr", nullptr, DidEverything,
+     "the time at which the run began is printed nowhere"},
+    {Fault::Passed, "", Kind::Allocation, "8 bytes", "ProcessRecord::ProcessRecord InitUTask",
+     nullptr, DidEverything, "the record of the process is read by nothing"},
+    {Fault::Passed, "", Kind::Allocation, "", "cmFindFirstString ifstParseCmdLine", nullptr,
+     DidEverything, "a word that cannot be compared with a flag is none"},
+    {Fault::Passed, "", Kind::Allocation, "4096 bytes", "DISPLINES", nullptr, DidEverything,
+     "standard output can be written without a buffer"},
+    {Fault::NextCard, "", Kind::Allocation, "", "", "ZelDiag: out of memory\n", DidNotBegin,
+     "without memory before the first card no card is tested"},
+    {Fault::NextCard, "", Kind::Allocation, "", "main", "Could process settings", DidNotBegin,
+     "a tool without settings does not begin"},
+    {Fault::NextCard, "", Kind::Allocation, "", "_ZelAccess::setAccessHandle",
+     "Error in zelAccess->setAccessHandle", DidNotBegin, "a run without a library does not begin"},
+    {Fault::NextCard, "", Kind::Allocation, "472 bytes", "Utils::FileExists",
+     "An error has occurred: ", EndedRun, "a host whose ssh or scp cannot be found ends the run"},
+};
+
+bool Names(const std::string& demanded, const std::string& what) {
+    return demanded.empty() || demanded == what ||
+           (demanded.ends_with(' ') && what.starts_with(demanded));
+}
+
+bool IsOneOf(const std::string& caller, const std::string& callers) {
+    return callers.empty() || (" " + callers + " ").find(" " + caller + " ") != std::string::npos;
+}
+
+// Functions that only hand on what others ask for.
+bool HandsOn(std::string_view function) {
+    return function.starts_with("std::") || function == "ssMemAlloc" || function == "ssTextAlloc";
+}
+
+}  // namespace
+
+std::string CallerIn(const Outcome& outcome) {
+    const auto caller = std::ranges::find_if_not(outcome.site, HandsOn);
+    return caller == outcome.site.end() ? "" : *caller;
+}
+
+const char* Reason(Fault fault, const Failure& failure, const Outcome& clean,
+                   const Outcome& outcome) {
+    // Verdicts that contradict each other are never right.
+    if (fault == Fault::Passed && !Follows(outcome, CardReports(clean.out).size()))
+        return nullptr;
+    const std::string caller = CallerIn(outcome);
+    const auto applies = [&](const Demand& demand) {
+        return demand.fault == fault && demand.kind == failure.kind &&
+               (*demand.part == '\0' || failure.part == demand.part) &&
+               Names(demand.what, outcome.what) && IsOneOf(caller, demand.caller) &&
+               (demand.told == nullptr || Times(outcome.out + outcome.err, demand.told) >
+                                              Times(clean.out + clean.err, demand.told)) &&
+               demand.holds(clean, outcome);
+    };
+    const auto* const found = std::ranges::find_if(kDemands, applies);
+    return found == std::end(kDemands) ? nullptr : found->reason;
+}
+
+}  // namespace sweep
