@@ -9,6 +9,9 @@
 #include "ZelAccessApi.h"
 #include "vorl.h"
 
+// In a program without the settings library there is no such object.
+extern __attribute__((weak)) Settings* settings;
+
 namespace {
 
 // The library's own operation of this name.
