@@ -31,6 +31,7 @@ void CheckStandardOutput(int status, void*) {
 // is opened for reading, so that writing to it stays the error that it is.
 void HoldStandardStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        // cppcheck-suppress leakReturnValNotUsed; it is to stay open
         if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDONLY) < 0)
             return;
     }

@@ -10,6 +10,7 @@
 #include "vorl.h"
 
 // In a program without the settings library there is no such object.
+// NOLINTNEXTLINE(readability-redundant-declaration): the interface's is not weak
 extern __attribute__((weak)) Settings* settings;
 
 namespace {
