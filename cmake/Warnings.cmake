@@ -7,5 +7,6 @@ target_compile_options(zel_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Werror
   -Wshadow -Wcast-qual -Wformat=2 -Wundef
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
-  $<IF:$<BOOL:${ZELDIAG_SANITIZE}>,-Wno-maybe-uninitialized,-Wnull-dereference>
+  $<$<NOT:$<BOOL:${ZELDIAG_SANITIZE}>>:-Wnull-dereference>
+  $<$<AND:$<BOOL:${ZELDIAG_SANITIZE}>,$<CXX_COMPILER_ID:GNU>>:-Wno-maybe-uninitialized>
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
