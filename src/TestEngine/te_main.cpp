@@ -84,20 +84,10 @@ void SetRunDefaults(int argc, char** argv, void* tool) {
     cmGetSysTimeStr(&params.timeLog.stTmSVal);
 }
 
-void ResetGroupRows() {
-    for (ifstTstGroup& group : ifstTstGrps) {
-        group.state = IFST_GROUP_IDLE;
-        group.curTest = 0;
-        group.dbgLvl = 0;
-        group.passCnt = 0;
-        group.failCnt = 0;
-    }
-}
-
 // Selects groups and tests anew. The command line is parsed for every card, so that each starts with
 // the same selection and fresh counters.
 void ArmCommandLine(int argc, char** argv) {
-    ResetGroupRows();
+    ifstResetGroupRows();
     if (ifstParseCmdLine(argc - 1, argv + 1) != 0)
         throw CommonException("Could not parse arguments");
 }
@@ -200,6 +190,16 @@ unsigned int EnumerateCards() {
 }
 
 }  // namespace
+
+void ifstResetGroupRows() {
+    for (ifstTstGroup& group : ifstTstGrps) {
+        group.state = IFST_GROUP_IDLE;
+        group.curTest = 0;
+        group.dbgLvl = 0;
+        group.passCnt = 0;
+        group.failCnt = 0;
+    }
+}
 
 int InitUTask(int argc, char** argv, void* tool) {
     plyxDbg->SetPrintCallback(DPF_PRINT);

@@ -37,6 +37,9 @@ int InitUTask(int argc, char** argv, void* tool);
 // Runs the selected groups on the open card and returns its status.
 ifstCardStatus ifstRunGroupsOnCard();
 
+// Prepares the rows of the group table for a parse: no group is named, no test has run.
+void ifstResetGroupRows();
+
 // Parses the words behind the program's name; 0, also after help, or -1 with the reason on standard
 // error. Gives the same result each time.
 int ifstParseCmdLine(int count, char** words);

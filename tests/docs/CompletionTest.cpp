@@ -180,6 +180,11 @@ TEST_P(Completion, OffersTheDebugLevelsThatDoSomething) {
     EXPECT_THAT(Offers("ZelDiag -core -dbgLvl="), UnorderedElementsAreArray({"4", "8", "12"}));
 }
 
+TEST_P(Completion, OffersNoCardOnAHostWithoutAny) {
+    ASSERT_FALSE(std::filesystem::exists("/sys/class/zel"));
+    EXPECT_THAT(Offers("ZelDiag -devicelist "), IsEmpty());
+}
+
 TEST_P(Completion, OffersTheHostsCards) {
     EXPECT_THAT(OffersOnHost("ZelDiag -devicelist "), UnorderedElementsAreArray({"0", "1"}));
     EXPECT_THAT(OffersOnHost("zelsim mode z"), UnorderedElementsAreArray({"zel0", "zel1"}));

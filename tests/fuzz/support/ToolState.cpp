@@ -63,16 +63,6 @@ void BeginProcess() {
     fakes::TheJournal().Clear();
 }
 
-void ResetGroupRows() {
-    for (ifstTstGroup& group : ifstTstGrps) {
-        group.state = IFST_GROUP_IDLE;
-        group.curTest = 0;
-        group.dbgLvl = 0;
-        group.passCnt = 0;
-        group.failCnt = 0;
-    }
-}
-
 std::string ShowParsed() {
     std::ostringstream text;
     text << "mode " << +curTstMode << " on fail " << ifstSetupParams.failCtlState << " quiet "

@@ -8,9 +8,6 @@ namespace fuzz {
 // Everything that a command line can set is as at the start of the process again.
 void BeginProcess();
 
-// The group rows as before each parse.
-void ResetGroupRows();
-
 // What a parse has selected and set, one item a line.
 std::string ShowParsed();
 

@@ -160,7 +160,7 @@ void CheckNextParse(const Words& words) {
     ifstSetupParams.inpArg.inpArgVal = const_cast<const char**>(arguments.Vector());
     const std::string first = fuzz::ShowParsed();
     for (int card = 1; card < 3; ++card) {
-        fuzz::ResetGroupRows();
+        ifstResetGroupRows();
         const fuzz::Output output;
         ExpectEqual(ifstParseCmdLine(arguments.Count() - 1, arguments.Vector() + 1), 0,
                     "the result of the next parse");
