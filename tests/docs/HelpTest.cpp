@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <regex>
+#include <string>
+#include <vector>
 
 #include "Pages.h"
 #include "Words.h"
@@ -72,6 +74,34 @@ TEST(Help, NamesNothingThatIsNone) {
     for (std::sregex_iterator i(help.begin(), help.end(), word), end; i != end; ++i, ++found)
         EXPECT_TRUE(IsKnown((*i)[2])) << (*i)[2];
     EXPECT_GT(found, 50);
+}
+
+// The numbers at the beginning of the section's rows.
+std::vector<std::string> StatusesIn(const std::string& text, const std::string& heading,
+                                    const std::string& next, const std::string& row) {
+    const std::size_t begin = text.find(heading);
+    if (begin == text.npos)
+        return {"no section " + heading};
+    const std::string section = text.substr(begin, text.find(next, begin + heading.size()) - begin);
+    const std::regex number("\n" + row);
+    std::vector<std::string> statuses;
+    for (std::sregex_iterator i(section.begin(), section.end(), number), end; i != end; ++i)
+        statuses.push_back((*i)[1]);
+    return statuses;
+}
+
+// The last one as the shell sees it: that is what the case of another user shows.
+TEST(ExitStatuses, AreTheSameInEveryText) {
+    const std::vector<std::string> statuses = {"0", "1", "251"};
+    EXPECT_EQ(StatusesIn(ReadProjectFile("docs/man/ZelDiag.8"), ".Sh EXIT STATUS\n", "\n.Sh",
+                         "\\.It (\\d+)"),
+              statuses);
+    EXPECT_EQ(StatusesIn(ReadProjectFile("docs/behaviour.md"), "## Exit status\n", "\n## ",
+                         "\\| (\\d+) \\|"),
+              statuses);
+    EXPECT_EQ(StatusesIn(HelpText(), "Exit Status:\n", "\n\n", "   (\\d+) "), statuses);
+    EXPECT_TRUE(HoldsWord(ReadProjectFile("tests/e2e/cases/cmdline-not-root/stdout"),
+                          "status " + statuses.back()));
 }
 
 }  // namespace
