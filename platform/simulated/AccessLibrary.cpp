@@ -161,7 +161,7 @@ U32 AccessLibrary::SetMode(ZEL_CARD_USAGE_MODE mode) {
     // Memory-diagnostic mode needs a handler image; the last three are no modes to ask for.
     if (mode == ZEL_USAGE_MODE_MEMDIAG || mode >= ZEL_USAGE_MODE_IN_TRANSITION)
         return ZEL_INVALID_PARAMETER;
-    if (card_->usageMode == ZEL_USAGE_MODE_IN_TRANSITION)
+    if (HostState::UsageModeOf(*card_) == ZEL_USAGE_MODE_IN_TRANSITION)
         return ZEL_ACCESS_DENIED;
     HostState::SetUsageMode(*card_, mode);
     return ZEL_SUCCESS;
@@ -170,9 +170,10 @@ U32 AccessLibrary::SetMode(ZEL_CARD_USAGE_MODE mode) {
 U32 AccessLibrary::SetModeWithImage(ZEL_CARD_USAGE_MODE mode, const char* image) {
     if (mode != ZEL_USAGE_MODE_MEMDIAG)
         return SetMode(mode);
-    if (card_->usageMode == ZEL_USAGE_MODE_NORMAL)
+    const ZEL_CARD_USAGE_MODE present = HostState::UsageModeOf(*card_);
+    if (present == ZEL_USAGE_MODE_NORMAL)
         return ZEL_DEVICE_IN_NORMAL_MODE;
-    if (card_->usageMode == ZEL_USAGE_MODE_IN_TRANSITION)
+    if (present == ZEL_USAGE_MODE_IN_TRANSITION)
         return ZEL_ACCESS_DENIED;
     if (!IsReadableFile(image))
         return ZEL_IMAGE_NOT_FOUND;
@@ -212,7 +213,7 @@ U32 AccessLibrary::WriteMemory(U64 address, const void* buffer, U32 bytes, U32 w
 
 U32 AccessLibrary::CheckMemoryAccess(U64 address, U32 bytes, U32 width, U32 caching) const {
     constexpr U32 kNotCached = 0;
-    if (card_->usageMode != ZEL_USAGE_MODE_MEMDIAG)
+    if (HostState::UsageModeOf(*card_) != ZEL_USAGE_MODE_MEMDIAG)
         return ZEL_ACCESS_DENIED;
     if (width == 0 || width > 8 || !std::has_single_bit(width) || caching != kNotCached)
         return ZEL_INVALID_PARAMETER;

@@ -17,12 +17,16 @@ enum class Generation { Er1x, Ev1x };
 
 const char* GenerationName(Generation generation);
 
-// A platform call that fails: `skip` calls pass first, then `count` fail; count 0: every one.
+// A platform call that goes wrong: `skip` calls pass first, then `count` do not; count 0: every one. It
+// never returns, or takes `delay` milliseconds and then fails with `status` or, where that is 0, does
+// what it does.
 struct Fault {
     std::string call;
     U32 status = ZEL_DEVICE_IO_ERROR;
     U32 skip = 0;
     U32 count = 1;
+    bool block = false;
+    U32 delay = 0;
     bool operator==(const Fault&) const = default;
 };
 
@@ -93,6 +97,8 @@ struct Card {
     U32 linkWidth = LINK_WIDTH_16;
     std::string postCode = "12";
     ZEL_CARD_USAGE_MODE usageMode = ZEL_USAGE_MODE_NORMAL;
+    U32 modeChange = 0;       // milliseconds that a change of the usage mode takes
+    bool hangOnKill = false;  // a call that blocks ends by SIGKILL alone
     U32 cores = 60;
     U32 cpuId = 0x0000B000;
     U32 threadMask = 0xF;

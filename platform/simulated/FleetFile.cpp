@@ -110,6 +110,16 @@ public:
             out = static_cast<Number>(ToNumber(*node, key, max));
     }
 
+    void Flag(const std::string& key, bool& out) {
+        const toml::node* node = Find(key);
+        if (node == nullptr)
+            return;
+        const auto value = node->value_exact<bool>();
+        if (!value)
+            reader_.Fail(*node, key + " takes true or false");
+        out = *value;
+    }
+
     U64 ToNumber(const toml::node& node, const std::string& key, U64 max) const {
         const auto value = node.value_exact<int64_t>();
         if (!value)
@@ -173,6 +183,16 @@ private:
     std::vector<std::string> known_;
 };
 
+// What does not go together in a call that waits.
+void CheckWaiting(const Reader& reader, const toml::table& source, const Fault& fault) {
+    if (!fault.block)
+        return;
+    if (const toml::node* status = source.get("status"))
+        reader.Fail(*status, "a call that blocks returns no status: leave out status or block");
+    if (const toml::node* delay = source.get("delay"))
+        reader.Fail(*delay, "a call that blocks takes no time: leave out delay or block");
+}
+
 Fault ReadFault(const Reader& reader, const toml::table& source, bool ofHost) {
     Table table(reader, source, "");
     Fault fault;
@@ -180,6 +200,12 @@ Fault ReadFault(const Reader& reader, const toml::table& source, bool ofHost) {
     table.Integer("status", kMaxU32, fault.status);
     table.Integer("skip", kMaxU32, fault.skip);
     table.Integer("count", kMaxU32, fault.count);
+    table.Flag("block", fault.block);
+    table.Converted<U32>("delay", "a time such as \"3s\" or \"250ms\", from 1ms to 24h",
+                         fault.delay, [](std::string_view text) -> std::optional<U32> {
+                             const auto time = ParseTime(text);
+                             return time == 0U ? std::nullopt : time;
+                         });
     table.RefuseUnknownKeys();
     if (fault.call.empty())
         reader.Fail(source, "a fault names the call that fails: call = \"ZelGetUUID\"");
@@ -194,6 +220,9 @@ Fault ReadFault(const Reader& reader, const toml::table& source, bool ofHost) {
                                            "into [[fault]]"));
     if (fault.status == 0)
         reader.Fail(*source.get("status"), "status 0 is a success: a fault takes another");
+    CheckWaiting(reader, source, fault);
+    if (source.get("status") == nullptr && (fault.block || fault.delay != 0))
+        fault.status = 0;
     return fault;
 }
 
@@ -338,6 +367,9 @@ void ReadState(Table& table, Card& card) {
                                          "\"normal_restricted\", \"offline\" or "
                                          "\"in_transition\"",
                                          card.usageMode, ParseUsageMode);
+    table.Converted<U32>("mode_change", "a time such as \"3s\" or \"250ms\", at most 24h",
+                         card.modeChange, ParseTime);
+    table.Flag("hang_on_kill", card.hangOnKill);
     table.Integer("cores", kMaxU32, card.cores);
     table.Integer("cpuid", kMaxU32, card.cpuId);
     table.Integer("thread_mask", kMaxU32, card.threadMask);
@@ -384,6 +416,12 @@ Card ReadCard(const Reader& reader, const toml::table& source, U32 index, const 
     table.ForEachTable("fault", [&](const toml::table& fault) {
         card.faults.push_back(ReadFault(reader, fault, false));
     });
+    const bool blocks = std::any_of(card.faults.begin(), card.faults.end(),
+                                    [](const Fault& fault) { return fault.block; });
+    if (card.hangOnKill && !blocks)
+        reader.Fail(*source.get("hang_on_kill"),
+                    "hang_on_kill concerns calls that block: give the card a [[card.fault]] with "
+                    "block = true");
     table.ForEachTable("memory_fault", [&](const toml::table& fault) {
         card.memoryFaults.push_back(ReadMemoryFault(reader, fault, card.memoryBytes));
     });

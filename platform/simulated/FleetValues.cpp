@@ -82,6 +82,22 @@ std::optional<U64> ParseMemorySize(std::string_view text) {
     return std::nullopt;
 }
 
+std::optional<U32> ParseTime(std::string_view text) {
+    // Two end in the same letter: the longer one first.
+    constexpr std::pair<std::string_view, U32> kUnits[] = {
+        {"ms", 1}, {"s", 1000}, {"min", 60 * 1000}, {"h", 60 * 60 * 1000}};
+    for (const auto& [unit, milliseconds] : kUnits) {
+        if (!text.ends_with(unit))
+            continue;
+        U32 number = 0;
+        const auto digits = text.substr(0, text.size() - unit.size());
+        if (!ParseNumber(digits, 10, kMaxMilliseconds / milliseconds, number))
+            return std::nullopt;
+        return number * milliseconds;
+    }
+    return std::nullopt;
+}
+
 std::optional<U64> ParseHexadecimal(std::string_view text) {
     U64 value = 0;
     if (!text.starts_with("0x") || !ParseNumber(text.substr(2), 16, ~U64{0}, value))

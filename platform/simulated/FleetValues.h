@@ -11,6 +11,7 @@
 namespace simulated {
 
 inline constexpr U64 kMaxMemoryBytes = U64{64} << 30;
+inline constexpr U32 kMaxMilliseconds = 24 * 60 * 60 * 1000;
 
 // "0000:02:00.0": domain, bus, device and function, hexadecimal.
 std::optional<PcieAddress> ParsePcieAddress(std::string_view text);
@@ -23,6 +24,9 @@ std::optional<std::array<U8, 16>> ParseUuid(std::string_view text);
 
 // "512KiB", "64MiB", "8GiB": bytes, at most kMaxMemoryBytes.
 std::optional<U64> ParseMemorySize(std::string_view text);
+
+// "250ms", "3s", "5min", "24h": milliseconds, at most kMaxMilliseconds.
+std::optional<U32> ParseTime(std::string_view text);
 
 // "0xFFFFFFFFFFFFFFFF"
 std::optional<U64> ParseHexadecimal(std::string_view text);

@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "Descriptor.h"
+#include "HostClock.h"
 #include "ModeChange.h"
 
 namespace simulated {
@@ -31,6 +32,8 @@ struct HostState::Header {
 
 namespace {
 
+constexpr U64 kMicroseconds = 1000;  // in a millisecond
+
 constexpr U64 kMagic = 0x31'6D69'736C'657AULL;  // "zelsim1"
 
 [[noreturn]] void Throw(const std::string& what) {
@@ -48,6 +51,8 @@ void Set(FaultState& state, const Fault& fault) {
     state.status = fault.status;
     state.skip = fault.skip;
     state.count = fault.count;
+    state.delay = fault.delay;
+    state.block = fault.block;
 }
 
 void Set(CardState& state, const Card& card) {
@@ -75,7 +80,9 @@ void Set(CardState& state, const Card& card) {
     state.memoryDensity = card.memoryDensity;
     state.memoryRevision = card.memoryRevision;
     state.ssh = card.ssh;
-    state.usageMode = card.usageMode;
+    state.usageMode.Store({.mode = card.usageMode});
+    state.modeChange = card.modeChange;
+    state.hangOnKill = card.hangOnKill;
 }
 
 // Where the lists of a host with these cards lie, one behind the other.
@@ -103,6 +110,22 @@ Range Append(std::span<Element> all, U32& used, std::size_t count, Copy copy) {
     for (std::size_t i = 0; i < count; ++i)
         copy(all[used++], i);
     return range;
+}
+
+// The first fault that is due. Every fault of the call counts it, so that two faults of one call are
+// independent of each other.
+std::optional<Mishap> FindMishap(std::span<FaultState> faults, std::string_view call) {
+    std::optional<Mishap> found;
+    for (FaultState& fault : faults) {
+        if (fault.call.View() != call)
+            continue;
+        const U32 before = fault.calls.fetch_add(1);
+        const bool due = before >= fault.skip;
+        const bool over = fault.count != 0 && before - fault.skip >= fault.count;
+        if (due && !over && !found)
+            found = {.status = fault.status, .delay = fault.delay, .blocks = fault.block};
+    }
+    return found;
 }
 
 }  // namespace
@@ -214,33 +237,52 @@ std::span<const SboxValue> HostState::Sbox(const CardState& card) const {
     return Elements<const SboxValue>(Head().sbox).subspan(card.sbox.first, card.sbox.count);
 }
 
+ZEL_CARD_USAGE_MODE HostState::UsageModeOf(const CardState& card) {
+    const UsageMode::Value value = card.usageMode.Load();
+    const ZEL_CARD_USAGE_MODE mode = value.At(HostClock());
+    // Whoever finds the card where it goes may use it at once: the host must be there, too.
+    if (value.arrives != 0 && mode == value.mode)
+        TellModeChange();
+    return mode;
+}
+
 void HostState::SetUsageMode(CardState& card, ZEL_CARD_USAGE_MODE mode) {
-    card.usageMode = mode;
+    const bool takesTime =
+        card.modeChange != 0 && mode != ZEL_USAGE_MODE_IN_TRANSITION && mode != UsageModeOf(card);
+    const U64 arrives = HostClock() + card.modeChange * kMicroseconds;
+    card.usageMode.Store({.mode = mode, .arrives = takesTime ? arrives : 0});
     TellModeChange();
 }
 
+void HostState::AwaitUsageMode(const CardState& card) {
+    const U64 arrives = card.usageMode.Load().arrives;
+    if (arrives == 0)
+        return;
+    SleepUntil(arrives);
+    TellModeChange();
+}
+
+std::optional<Mishap> HostState::FindHostMishap(std::string_view call) const {
+    return FindMishap(Elements<FaultState>(Head().hostFaults), call);
+}
+
+std::optional<Mishap> HostState::FindCardMishap(const CardState& card,
+                                                std::string_view call) const {
+    const auto faults = Elements<FaultState>(Head().cardFaults);
+    auto mishap = FindMishap(faults.subspan(card.faults.first, card.faults.count), call);
+    if (mishap)
+        mishap->unending = mishap->blocks && card.hangOnKill;
+    return mishap;
+}
+
 U32 HostState::FailHostCall(std::string_view call) const {
-    return FailCall(Elements<FaultState>(Head().hostFaults), call);
+    const auto mishap = FindHostMishap(call);
+    return mishap ? Undergo(*mishap) : 0;
 }
 
 U32 HostState::FailCardCall(const CardState& card, std::string_view call) const {
-    const auto faults = Elements<FaultState>(Head().cardFaults);
-    return FailCall(faults.subspan(card.faults.first, card.faults.count), call);
-}
-
-// Every fault of the call counts it, so that two faults of one call are independent of each other.
-U32 HostState::FailCall(std::span<FaultState> faults, std::string_view call) const {
-    U32 status = 0;
-    for (FaultState& fault : faults) {
-        if (fault.call.View() != call)
-            continue;
-        const U32 before = fault.calls.fetch_add(1);
-        const bool due = before >= fault.skip;
-        const bool over = fault.count != 0 && before - fault.skip >= fault.count;
-        if (due && !over && status == 0)
-            status = fault.status;
-    }
-    return status;
+    const auto mishap = FindCardMishap(card, call);
+    return mishap ? Undergo(*mishap) : 0;
 }
 
 }  // namespace simulated

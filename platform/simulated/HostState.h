@@ -9,12 +9,15 @@
 #include <array>
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "CallNames.h"
 #include "Fleet.h"
+#include "Mishap.h"
+#include "UsageMode.h"
 
 namespace simulated {
 
@@ -32,6 +35,8 @@ struct FaultState {
     U32 status;
     U32 skip;
     U32 count;
+    U32 delay;
+    bool block;
     std::atomic<U32> calls;
 };
 
@@ -65,7 +70,9 @@ struct CardState {
     U32 memoryDensity;
     U16 memoryRevision;
     SshState ssh;
-    std::atomic<U32> usageMode;  // ZEL_CARD_USAGE_MODE
+    UsageMode usageMode;
+    U32 modeChange;
+    bool hangOnKill;
     Range faults;
     Range memoryFaults;
     Range dmaFaults;
@@ -74,9 +81,9 @@ struct CardState {
 
 static_assert(std::atomic<U32>::is_always_lock_free);
 
-// Whether the card's own operating system runs, and takes connections.
-inline bool IsReachable(const CardState& card) {
-    return card.ssh != SshState::Down && card.usageMode == ZEL_USAGE_MODE_NORMAL;
+// Whether the card's own operating system runs in this mode, and takes connections.
+inline bool IsReachable(const CardState& card, ZEL_CARD_USAGE_MODE mode) {
+    return card.ssh != SshState::Down && mode == ZEL_USAGE_MODE_NORMAL;
 }
 
 class HostState {
@@ -96,11 +103,22 @@ public:
     std::span<const DmaFault> DmaFaults(const CardState& card) const;
     std::span<const SboxValue> Sbox(const CardState& card) const;
 
-    // Moves a card to another usage mode, and returns when the host has followed.
+    // The usage mode in which a card is, when the host has followed it there.
+    static ZEL_CARD_USAGE_MODE UsageModeOf(const CardState& card);
+
+    // Moves a card to another usage mode, and returns when the host has followed. A card whose changes
+    // take time is on its way by then, and arrives by itself.
     static void SetUsageMode(CardState& card, ZEL_CARD_USAGE_MODE mode);
 
-    // The status with which this call of the host, or of the card, is to fail; 0 when it passes. Counts
-    // the call.
+    // Waits for the end of a change of usage mode that is under way.
+    static void AwaitUsageMode(const CardState& card);
+
+    // What is to become of this call of the host, or of the card; nothing happens to it without a fault.
+    // Counts the call.
+    std::optional<Mishap> FindHostMishap(std::string_view call) const;
+    std::optional<Mishap> FindCardMishap(const CardState& card, std::string_view call) const;
+
+    // The same, and lets it happen. The status with which the call is to fail; 0 when it passes.
     U32 FailHostCall(std::string_view call) const;
     U32 FailCardCall(const CardState& card, std::string_view call) const;
 
@@ -112,7 +130,6 @@ private:
     const Header& Head() const;
     template <typename Element>
     std::span<Element> Elements(const Range& bytes) const;
-    U32 FailCall(std::span<FaultState> faults, std::string_view call) const;
 
     void* memory_;
     std::size_t bytes_;

@@ -199,7 +199,7 @@ ZEL_EXPORT U32 ZelGetUUID(HANDLE handle, U8* uuid, U32* length) {
 ZEL_EXPORT U32 ZelGetUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE* mode) {
     return OnCard("ZelGetUsageMode", handle, {mode},
                   [&](AccessLibrary&, const CardState& card) -> U32 {
-                      *mode = static_cast<ZEL_CARD_USAGE_MODE>(card.usageMode.load());
+                      *mode = HostState::UsageModeOf(card);
                       return ZEL_SUCCESS;
                   });
 }

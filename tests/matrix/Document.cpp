@@ -12,7 +12,8 @@ constexpr char kHead[] =
     "The verdicts are those of three runs: of the groups that need normal mode, of\n"
     "`-mem -wr -info`, and of `-mem -full`. A run is skipped when the card's mode is not the\n"
     "one that its groups need, or cannot be read. The exit status is 0 for runs that passed\n"
-    "or were skipped, 1 for those that failed or ended early.\n\n"
+    "or were skipped, 1 for those that failed or ended early. Where a call never returns, a run\n"
+    "is ended after a minute, by SIGTERM and, when that does not end it, by SIGKILL.\n\n"
     "| fault | what is wrong | verdicts | found by, with the reason |\n|---|---|---|---|\n";
 
 void WriteFault(std::ostream& out, const Fault& fault, const Result& result) {

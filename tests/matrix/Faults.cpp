@@ -32,7 +32,8 @@ Fault ReadFault(const fs::path& path) {
     return {.name = path.stem(),
             .description = description.substr(2),
             .card = card.str(),
-            .isFailingCall = card.str().find("call = ") != std::string::npos};
+            .isFailingCall = card.str().find("call = ") != std::string::npos,
+            .blocks = card.str().find("block = true") != std::string::npos};
 }
 
 // More registers differ than the test lets pass.

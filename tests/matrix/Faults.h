@@ -12,6 +12,7 @@ struct Fault {
     std::string card;                    // what stands in the fleet file behind [[card]]
     std::string memoryMode = "offline";  // the mode in which the memory tests find the card
     bool isFailingCall = false;
+    bool blocks = false;  // a run on the card does not end by itself
 };
 
 extern const Fault kHealthy;
@@ -34,6 +35,8 @@ inline constexpr LeftOut kLeftOut[] = {
     {"card.node", "the card's number for `libvorl`: any number is as good"},
     {"fault.status", "of `ZelInitAPI` and `ZelCloseAPI`: the tool asks only whether they fail"},
     {"fault.skip", "of the same: a run makes each of them once"},
+    {"fault.block", "of the same: a run that blocks does not end, whichever call it is"},
+    {"fault.delay", "of the same: the tool waits, whichever call it is"},
 };
 
 // What is wrong with the faults themselves, a line each: a key without a fault and without a reason

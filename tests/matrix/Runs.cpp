@@ -23,6 +23,9 @@ namespace fs = std::filesystem;
 constexpr std::size_t kRuns = 3;
 constexpr int kHostsAtOnce = 4;  // a run waits more than it works
 
+// What ends a run that does not end by itself, long after another one has.
+constexpr char kEnding[] = "timeout --kill-after=1 60 ";
+
 std::string ShortName(const ifstTstGroup& group, std::size_t test) {
     return test < group.frontEnd->numTests ? group.frontEnd->tests[test].shortNm : "?";
 }
@@ -42,19 +45,20 @@ std::string Output(const std::string& command) {
 
 // Every test in the state that it needs: the memory tests in the ready state, each by itself since a
 // failure of the one counts for the other, all others in normal mode.
-std::string Script(const std::string& memoryMode) {
+std::string Script(const Fault& fault) {
     std::string words;
     for (const ifstTstGroup& group : ifstTstGrps) {
         if (std::string(group.shortNm) != "-mem")
             words += std::string(" ") + group.shortNm;
     }
     words += " -all";
-    const std::string after =
-        " -dbgLvl=4 2>&1; echo \"status $?\"; zelsim mode zel0 " + memoryMode + "; ";
+    const std::string after = " -dbgLvl=4 2>&1; printf \"\\nstatus %s\\n\" $?; zelsim mode zel0 " +
+                              fault.memoryMode + "; ";
+    const std::string before = fault.blocks ? kEnding : "";
     std::string script;
     for (const std::string& run :
          {words, std::string(" -mem -wr -info"), std::string(" -mem -full")}) {
-        script += "ZelDiag -summary -noExitOnFail";
+        script += before + "ZelDiag -summary -noExitOnFail";
         script += run;
         script += after;
     }
@@ -109,9 +113,14 @@ void CollectReasons(const std::string& text, Result& result) {
 }
 
 // By the summary; a card that it fails although none of its tests did was not in the mode that they need.
-Verdict VerdictOf(const std::string& run) {
-    if (run.find("\nzel0 (") == std::string::npos)
+Verdict VerdictOf(const std::string& run, int status) {
+    if (run.find("\nzel0 (") == std::string::npos) {
+        for (const Verdict& ended : {kDoesNotEnd, kEndsByKill}) {
+            if (status == ended.status)
+                return ended;
+        }
         return kEndsEarly;
+    }
     if (run.find("): PASSED\n") != std::string::npos)
         return kPassed;
     return run.find("\nDevice Status: OK\n") == std::string::npos ? kFailed : kSkipped;
@@ -121,10 +130,9 @@ Result RunTests(const std::string& build, const Fault& fault) {
     const fs::path fleet = fs::temp_directory_path() /
                            ("zeldiag-matrix." + fault.name + "." + std::to_string(getpid()));
     std::ofstream(fleet) << FleetWith(fault);
-    const std::string output =
-        Output(build + "/bin/zelsim run --fleet '" + fleet.string() +
-               "' -- env LD_PRELOAD=" + build + "/tests/e2e_shim.so ZELDIAG_SLEEP_PART=20 sh -c '" +
-               Script(fault.memoryMode) + "' < /dev/null");
+    const std::string output = Output(
+        build + "/bin/zelsim run --fleet '" + fleet.string() + "' -- env LD_PRELOAD=" + build +
+        "/tests/e2e_shim.so ZELDIAG_SLEEP_PART=20 sh -c '" + Script(fault) + "' < /dev/null");
     fs::remove(fleet);
     Result result;
     CollectReasons(output, result);
@@ -132,9 +140,10 @@ Result RunTests(const std::string& build, const Fault& fault) {
     std::size_t begin = 0;
     for (std::size_t end = output.find(kEnd); end != std::string::npos;
          end = output.find(kEnd, begin)) {
-        const Verdict verdict = VerdictOf(output.substr(begin, end - begin));
+        const std::string run = output.substr(begin, end - begin);
         begin = end + kEnd.size();
         const int status = std::stoi(output.substr(begin));
+        const Verdict verdict = VerdictOf(run, status);
         if (status != verdict.status)
             throw std::runtime_error(fault.name + ": a run (" + std::string(verdict.text) +
                                      ") ended with " + std::to_string(status) + ":\n" + output);

@@ -18,6 +18,9 @@ inline constexpr Verdict kPassed = {"passed", 0};
 inline constexpr Verdict kFailed = {"failed", 1};
 inline constexpr Verdict kSkipped = {"skipped", 0};
 inline constexpr Verdict kEndsEarly = {"ends early", 1};
+// Those that timeout(1) has to end, and its status then.
+inline constexpr Verdict kDoesNotEnd = {"does not end", 124};
+inline constexpr Verdict kEndsByKill = {"ends by SIGKILL alone", 137};
 
 struct Result {
     std::map<std::string, std::string> reasons;  // by the test's short name

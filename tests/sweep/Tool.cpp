@@ -136,7 +136,7 @@ Tool::~Tool() {
 
 Outcome Tool::Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode) {
     for (simulated::CardState& card : host_->Cards()) {
-        if (card.usageMode != mode)
+        if (simulated::HostState::UsageModeOf(card) != mode)
             simulated::HostState::SetUsageMode(card, mode);
     }
     new (injection_) Injection{};
@@ -185,7 +185,7 @@ Outcome Tool::Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode) {
             outcome.site.push_back(symbols_.NameAt(address - 1));
     }
     for (const simulated::CardState& card : host_->Cards())
-        outcome.modes.push_back(card.usageMode);
+        outcome.modes.push_back(simulated::HostState::UsageModeOf(card));
     return outcome;
 }
 

@@ -20,14 +20,14 @@ bool InjectFault(const char* call, int* error) {
     const simulated::HostState* const state = State();
     if (state == nullptr)
         return false;
-    U32 status = 0;
+    std::optional<simulated::Mishap> mishap;
     for (const simulated::CardState& card : state->Cards()) {
-        const U32 cardsStatus = state->FailCardCall(card, call);
-        if (status == 0)
-            status = cardsStatus;
+        const auto ofCard = state->FindCardMishap(card, call);
+        if (!mishap)
+            mishap = ofCard;
     }
-    *error = static_cast<int>(status);
-    return status != 0;
+    *error = mishap ? static_cast<int>(simulated::Undergo(*mishap)) : 0;
+    return *error != 0;
 }
 
 std::vector<BrokenLine> BrokenLinesTo(U16 peer) {

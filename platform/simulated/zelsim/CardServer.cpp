@@ -6,6 +6,7 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/timerfd.h>
 
 #include <array>
 #include <cerrno>
@@ -15,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "../HostClock.h"
 #include "../ModeChange.h"
 #include "CardSystems.h"
 #include "Host.h"
@@ -34,6 +36,7 @@ constexpr rlim_t kOtherFiles = 64;  // that this process has open beside a socke
 
 // In an event, instead of a card's number.
 constexpr U64 kModeChange = ~U64{0};
+constexpr U64 kArrival = kModeChange - 1;
 
 void Watch(int events, int descriptor, U64 what) {
     epoll_event event{.events = EPOLLIN, .data = {.u64 = what}};
@@ -72,6 +75,10 @@ CardServer::CardServer(const HostState& host)
     if (!modeChanges_.IsOpen())
         ThrowHostError("cannot listen for mode changes");
     Watch(events_.Get(), modeChanges_.Get(), kModeChange);
+    arrival_ = Descriptor(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    if (!arrival_.IsOpen())
+        ThrowHostError("cannot watch the cards' modes");
+    Watch(events_.Get(), arrival_.Get(), kArrival);
     FollowModes();
 }
 
@@ -90,12 +97,14 @@ void CardServer::Serve() {
 }
 
 void CardServer::ServeEvent(U64 what) {
-    if (what != kModeChange) {
+    if (what == kModeChange) {
+        const Descriptor teller(accept4(modeChanges_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        FollowModes();
+    } else if (what == kArrival) {
+        FollowModes();
+    } else {
         Accept(what);
-        return;
     }
-    const Descriptor teller(accept4(modeChanges_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-    FollowModes();
 }
 
 void CardServer::PrepareChild() const {
@@ -118,13 +127,32 @@ void CardServer::RaiseFileLimit() {
 
 void CardServer::FollowModes() {
     const auto cards = host_.Cards();
+    const U64 now = HostClock();
+    U64 next = 0;
     for (std::size_t i = 0; i < cards.size(); ++i) {
-        const bool reachable = IsReachable(cards[i]);
+        const UsageMode::Value value = cards[i].usageMode.Load();
+        const bool reachable = IsReachable(cards[i], value.At(now));
         if (reachable && !listeners_[i].IsOpen())
             StartListening(i);
         else if (!reachable && listeners_[i].IsOpen())
             StopCard(i);
+        if (value.arrives <= now)
+            cards[i].usageMode.Settle(value);
+        else if (next == 0 || value.arrives < next)
+            next = value.arrives;
     }
+    WakeAt(next);
+}
+
+// By the host's clock; 0: not at all.
+void CardServer::WakeAt(U64 time) {
+    constexpr U64 kPerSecond = 1'000'000;
+    constexpr U64 kNanoseconds = 1000;
+    itimerspec timer{};
+    timer.it_value.tv_sec = static_cast<time_t>(time / kPerSecond);
+    timer.it_value.tv_nsec = static_cast<long>(time % kPerSecond * kNanoseconds);
+    if (timerfd_settime(arrival_.Get(), TFD_TIMER_ABSTIME, &timer, nullptr) != 0)
+        ThrowHostError("cannot watch the cards' modes");
 }
 
 void CardServer::StartListening(std::size_t card) {

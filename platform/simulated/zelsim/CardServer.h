@@ -39,6 +39,7 @@ private:
     void RaiseFileLimit();
     void ServeEvent(U64 what);
     void FollowModes();
+    void WakeAt(U64 time);
     void StartListening(std::size_t card);
     void StopCard(std::size_t card);
     void Accept(std::size_t card);
@@ -48,6 +49,7 @@ private:
     rlimit fileLimit_{};
     Descriptor events_;
     Descriptor modeChanges_;
+    Descriptor arrival_;  // readable when a card arrives in the mode to which it goes
     std::vector<Descriptor> listeners_;      // a card each; not open while it cannot be reached
     std::vector<bool> started_;              // cards that have had a connection
     std::map<pid_t, std::size_t> sessions_;  // sshd processes and their cards

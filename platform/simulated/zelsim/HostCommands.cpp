@@ -104,12 +104,13 @@ void PrintHeading() {
 }
 
 void PrintCard(std::size_t number, const CardState& card) {
-    const Style style = card.usageMode == ZEL_USAGE_MODE_NORMAL ? Style::Good : Style::Attention;
-    const std::string mode = Styled(STDOUT_FILENO, style, Column(NameOf(card.usageMode), 19));
+    const ZEL_CARD_USAGE_MODE now = HostState::UsageModeOf(card);
+    const Style style = now == ZEL_USAGE_MODE_NORMAL ? Style::Good : Style::Attention;
+    const std::string mode = Styled(STDOUT_FILENO, style, Column(NameOf(now), 19));
     std::printf("%s%s%s%s%s\n", Column(CardName(number), 8).c_str(),
                 Column(GenerationName(card.generation), 12).c_str(),
                 Column(ToText(card.pcie), 16).c_str(), mode.c_str(),
-                IsReachable(card) ? CardAddressText(number).c_str() : "-");
+                IsReachable(card, now) ? CardAddressText(number).c_str() : "-");
 }
 
 }  // namespace
@@ -129,6 +130,7 @@ int ModeCommand(std::span<char* const> words) {
     if (mode == nullptr)
         return Fail("a card has no usage mode "s + words[1] + ModeHint(words[1]));
     HostState::SetUsageMode(*card, mode->mode);
+    HostState::AwaitUsageMode(*card);
     return 0;
 }
 

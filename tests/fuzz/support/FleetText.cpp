@@ -77,9 +77,22 @@ const char* SshOf(simulated::SshState state) {
     return "";
 }
 
+const char* Flag(bool value) {
+    return value ? "true" : "false";
+}
+
+std::string Milliseconds(U32 time) {
+    return Quoted(std::to_string(time) + "ms");
+}
+
 void WriteFault(std::ostream& out, const char* table, const simulated::Fault& fault) {
-    out << "[[" << table << "]]\ncall = " << Quoted(fault.call) << "\nstatus = " << fault.status
-        << "\nskip = " << fault.skip << "\ncount = " << fault.count << "\n";
+    out << "[[" << table << "]]\ncall = " << Quoted(fault.call) << "\nskip = " << fault.skip
+        << "\ncount = " << fault.count << "\nblock = " << Flag(fault.block) << "\n";
+    // What has neither fails with a status.
+    if (fault.delay != 0)
+        out << "delay = " << Milliseconds(fault.delay) << "\n";
+    if (fault.status != 0)
+        out << "status = " << fault.status << "\n";
 }
 
 void WriteRegister(std::ostream& out, const simulated::SboxValue& value) {
@@ -105,7 +118,9 @@ void WriteCard(std::ostream& out, const simulated::Card& card) {
         << "\nsubsystem_id = " << card.subsystemId << "\nrevision_id = " << card.revisionId
         << "\nlink_speed = " << card.linkSpeed << "\nlink_width = " << card.linkWidth
         << "\npost_code = " << Quoted(card.postCode)
-        << "\nusage_mode = " << Quoted(ModeOf(card.usageMode)) << "\ncores = " << card.cores
+        << "\nusage_mode = " << Quoted(ModeOf(card.usageMode))
+        << "\nmode_change = " << Milliseconds(card.modeChange)
+        << "\nhang_on_kill = " << Flag(card.hangOnKill) << "\ncores = " << card.cores
         << "\ncpuid = " << card.cpuId << "\nthread_mask = " << card.threadMask
         << "\nsmc_firmware = " << Quoted(FirmwareOf(card.smcFirmware))
         << "\nsmc_hardware = " << card.smcHardware << "\nuuid = " << Quoted(UuidOf(card.uuid))

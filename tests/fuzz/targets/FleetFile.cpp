@@ -59,7 +59,9 @@ void CheckFaults(const std::vector<Fault>& faults, bool ofHost) {
     for (const Fault& fault : faults) {
         Expect(simulated::IsCall(fault.call), "the call that fails exists");
         ExpectEqual(simulated::IsHostCall(fault.call), ofHost, "whether the host's call fails");
-        Expect(fault.status != 0, "a failure is no success");
+        Expect(fault.status != 0 || fault.block || fault.delay != 0, "a fault is no success");
+        Expect(!fault.block || (fault.status == 0 && fault.delay == 0), "what blocks does no more");
+        Expect(fault.delay <= simulated::kMaxMilliseconds, "a call's time is within its limit");
     }
 }
 
@@ -73,6 +75,10 @@ void CheckCard(const Card& card) {
     Expect(card.memoryBytes <= simulated::kMaxMemoryBytes, "a card's memory is within its limit");
     Expect(simulated::ParsePcieAddress(ToText(card.pcie)) == card.pcie, "an address has its shape");
     CheckFaults(card.faults, false);
+    Expect(card.modeChange <= simulated::kMaxMilliseconds, "a change's time is within its limit");
+    Expect(!card.hangOnKill || std::any_of(card.faults.begin(), card.faults.end(),
+                                           [](const Fault& fault) { return fault.block; }),
+           "a card that hangs has a call that blocks");
     for (const simulated::MemoryFault& fault : card.memoryFaults)
         Expect(fault.address < card.memoryBytes && fault.bit < 8 && fault.stuck < 2,
                "a memory fault is one bit of the memory");

@@ -57,7 +57,7 @@ protected:
 
 TEST_F(AccessLibraryMemory, IsReachableInMemoryDiagnosticModeOnly) {
     for (const ModeName& mode : kModeNames) {
-        library_->Card()->usageMode = mode.mode;
+        library_->Card()->usageMode.Store({.mode = mode.mode});
         U8 byte = 0xEE;
         const U32 expected = mode.mode == ZEL_USAGE_MODE_MEMDIAG ? ZEL_SUCCESS : ZEL_ACCESS_DENIED;
         EXPECT_EQ(Write(0, {1}), expected) << mode.name;

@@ -185,7 +185,7 @@ TEST_F(AccessLibraryTest, ModesThatCanBeAskedForWithoutAnImage) {
          {ZEL_USAGE_MODE_MAINTENANCE, ZEL_USAGE_MODE_ZOMBIE, ZEL_USAGE_MODE_NORMAL_RESTRICTED,
           ZEL_USAGE_MODE_NORMAL, ZEL_USAGE_MODE_OFFLINE}) {
         EXPECT_EQ(library->SetMode(mode), U32{ZEL_SUCCESS}) << mode;
-        EXPECT_EQ(library->Card()->usageMode.load(), U32{mode});
+        EXPECT_EQ(HostState::UsageModeOf(*library->Card()), mode);
         EXPECT_EQ(library->SetModeWithImage(mode, ""), U32{ZEL_SUCCESS}) << mode;
     }
 }
@@ -197,7 +197,7 @@ TEST_F(AccessLibraryTest, OtherModesAreNone) {
         EXPECT_EQ(library->SetMode(static_cast<ZEL_CARD_USAGE_MODE>(mode)),
                   U32{ZEL_INVALID_PARAMETER})
             << mode;
-        EXPECT_EQ(library->Card()->usageMode.load(), U32{ZEL_USAGE_MODE_OFFLINE});
+        EXPECT_EQ(HostState::UsageModeOf(*library->Card()), ZEL_USAGE_MODE_OFFLINE);
     }
 }
 
@@ -209,8 +209,8 @@ TEST_F(AccessLibraryTest, MemoryDiagnosticModeIsReachedFromEveryModeButThoseThat
                                                                         : ZEL_SUCCESS;
         EXPECT_EQ(library->SetModeWithImage(ZEL_USAGE_MODE_MEMDIAG, Image().c_str()), expected)
             << row.name;
-        EXPECT_EQ(library->Card()->usageMode.load(),
-                  expected == ZEL_SUCCESS ? U32{ZEL_USAGE_MODE_MEMDIAG} : U32{row.mode})
+        EXPECT_EQ(HostState::UsageModeOf(*library->Card()),
+                  expected == ZEL_SUCCESS ? ZEL_USAGE_MODE_MEMDIAG : row.mode)
             << row.name;
     }
 }
@@ -226,7 +226,7 @@ TEST_F(AccessLibraryTest, MemoryDiagnosticModeNeedsItsImage) {
         EXPECT_EQ(library->SetModeWithImage(ZEL_USAGE_MODE_MEMDIAG, image.c_str()),
                   U32{ZEL_IMAGE_NOT_FOUND})
             << '"' << image << '"';
-        EXPECT_EQ(library->Card()->usageMode.load(), U32{ZEL_USAGE_MODE_OFFLINE});
+        EXPECT_EQ(HostState::UsageModeOf(*library->Card()), ZEL_USAGE_MODE_OFFLINE);
     }
 }
 
@@ -235,6 +235,21 @@ TEST_F(AccessLibraryTest, CardInTransitionRefusesEveryMode) {
     EXPECT_EQ(library->SetMode(ZEL_USAGE_MODE_OFFLINE), U32{ZEL_ACCESS_DENIED});
     EXPECT_EQ(library->SetModeWithImage(ZEL_USAGE_MODE_NORMAL_RESTRICTED, ""),
               U32{ZEL_ACCESS_DENIED});
+}
+
+TEST_F(AccessLibraryTest, CardOnItsWayRefusesEveryModeUntilItArrives) {
+    Card card = CardIn(ZEL_USAGE_MODE_OFFLINE);
+    card.modeChange = 30;
+    const auto library = MakeOpen(card);
+    ASSERT_EQ(library->SetModeWithImage(ZEL_USAGE_MODE_MEMDIAG, Image().c_str()), U32{ZEL_SUCCESS});
+    U8 byte = 0;
+    EXPECT_EQ(library->SetMode(ZEL_USAGE_MODE_OFFLINE), U32{ZEL_ACCESS_DENIED});
+    EXPECT_EQ(library->SetModeWithImage(ZEL_USAGE_MODE_MEMDIAG, Image().c_str()),
+              U32{ZEL_ACCESS_DENIED});
+    EXPECT_EQ(library->ReadMemory(0, &byte, 1, 1, 0), U32{ZEL_ACCESS_DENIED});
+    HostState::AwaitUsageMode(*library->Card());
+    EXPECT_EQ(library->ReadMemory(0, &byte, 1, 1, 0), U32{ZEL_SUCCESS});
+    EXPECT_EQ(library->SetMode(ZEL_USAGE_MODE_OFFLINE), U32{ZEL_SUCCESS});
 }
 
 U32 Register(const AccessLibrary& library, U32 offset) {

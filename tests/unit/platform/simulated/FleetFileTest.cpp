@@ -66,6 +66,8 @@ link_speed = 3
 link_width = 8
 post_code = "3C"
 usage_mode = "offline"
+mode_change = "3s"
+hang_on_kill = true
 cores = 0
 cpuid = 0xA000
 thread_mask = 0x7
@@ -90,6 +92,17 @@ skip = 2
 count = 0
 [[card.fault]]
 call = "vorl_open"
+[[card.fault]]
+call = "vorl_recv"
+block = true
+[[card.fault]]
+call = "vorl_send"
+delay = "250ms"
+[[card.fault]]
+call = "vorl_bind"
+delay = "2min"
+status = 98
+block = false
 [[card.memory_fault]]
 address = 0x3FFFFFFFF
 bit = 7
@@ -121,6 +134,8 @@ line = 255
     EXPECT_EQ(card.linkWidth, 8U);
     EXPECT_EQ(card.postCode, "3C");
     EXPECT_EQ(card.usageMode, ZEL_USAGE_MODE_OFFLINE);
+    EXPECT_EQ(card.modeChange, 3000U);
+    EXPECT_TRUE(card.hangOnKill);
     EXPECT_EQ(card.cores, 0U);
     EXPECT_EQ(card.cpuId, 0xA000U);
     EXPECT_EQ(card.threadMask, 7U);
@@ -143,7 +158,7 @@ line = 255
     EXPECT_EQ(card.sbox[1].offset, 0x1000U);
     EXPECT_EQ(card.sbox[1].width, 32U);
 
-    ASSERT_THAT(card.faults, SizeIs(2));
+    ASSERT_THAT(card.faults, SizeIs(5));
     EXPECT_EQ(card.faults[0].call, "ZelGetUUID");
     EXPECT_EQ(card.faults[0].status, 0xFFFFFFFFU);
     EXPECT_EQ(card.faults[0].skip, 2U);
@@ -151,6 +166,16 @@ line = 255
     EXPECT_EQ(card.faults[1].status, U32{ZEL_DEVICE_IO_ERROR});
     EXPECT_EQ(card.faults[1].skip, 0U);
     EXPECT_EQ(card.faults[1].count, 1U);
+    EXPECT_FALSE(card.faults[1].block);
+    EXPECT_EQ(card.faults[1].delay, 0U);
+    EXPECT_TRUE(card.faults[2].block);
+    EXPECT_EQ(card.faults[2].status, 0U);
+    EXPECT_FALSE(card.faults[3].block);
+    EXPECT_EQ(card.faults[3].delay, 250U);
+    EXPECT_EQ(card.faults[3].status, 0U) << "it passes when its time is over";
+    EXPECT_EQ(card.faults[4].delay, 120'000U);
+    EXPECT_EQ(card.faults[4].status, 98U);
+    EXPECT_FALSE(card.faults[4].block);
 
     ASSERT_THAT(card.memoryFaults, SizeIs(2));
     EXPECT_EQ(card.memoryFaults[0].address, 0x3FFFFFFFFU);
@@ -198,6 +223,8 @@ TEST(FleetFile, LimitsAreAccepted) {
     EXPECT_EQ(OnlyCard("[[card]]\nmemory_size = 68719476736").memoryBytes, U64{64} << 30);
     EXPECT_EQ(OnlyCard("[[card]]\nnode = 65534").node, 65534U);
     EXPECT_THAT(ParseFleet(Repeated("[[card]]\n", kMaxCards), "f").cards, SizeIs(kMaxCards));
+    EXPECT_EQ(OnlyCard("[[card]]\nmode_change = \"0s\"").modeChange, 0U);
+    EXPECT_EQ(OnlyCard("[[card]]\nmode_change = \"24h\"").modeChange, 86'400'000U);
 }
 
 TEST(FleetFile, FaultsOfTheHost) {
@@ -314,6 +341,27 @@ constexpr Refusal kRefusals[] = {
      "my.toml:2: ZelGetUUID concerns a card: put the fault into [[card.fault]]"},
     {"[[fault]]\ncall = \"ZelInitAPI\"\nstatus = 0",
      "my.toml:3: status 0 is a success: a fault takes another"},
+    {"[[fault]]\ncall = \"ZelInitAPI\"\nblock = 1", "my.toml:3: block takes true or false"},
+    {"[[fault]]\ncall = \"ZelInitAPI\"\nblock = true\nstatus = 6",
+     "my.toml:4: a call that blocks returns no status: leave out status or block"},
+    {"[[fault]]\ncall = \"ZelInitAPI\"\ndelay = \"3s\"\nblock = true",
+     "my.toml:3: a call that blocks takes no time: leave out delay or block"},
+    {"[[fault]]\ncall = \"ZelInitAPI\"\ndelay = \"-3s\"",
+     "my.toml:3: delay takes a time such as \"3s\" or \"250ms\", from 1ms to 24h"},
+    {"[[fault]]\ncall = \"ZelInitAPI\"\ndelay = \"0s\"",
+     "my.toml:3: delay takes a time such as \"3s\" or \"250ms\", from 1ms to 24h"},
+    {"[[fault]]\ncall = \"ZelInitAPI\"\ndelay = \"25h\"",
+     "my.toml:3: delay takes a time such as \"3s\" or \"250ms\", from 1ms to 24h"},
+    {"[[fault]]\ncall = \"ZelInitAPI\"\ndelay = 3",
+     "my.toml:3: delay takes a time such as \"3s\" or \"250ms\", from 1ms to 24h"},
+    {"[[card]]\nmode_change = \"25h\"",
+     "my.toml:2: mode_change takes a time such as \"3s\" or \"250ms\", at most 24h"},
+    {"[[card]]\nmode_change = 3",
+     "my.toml:2: mode_change takes a time such as \"3s\" or \"250ms\", at most 24h"},
+    {"[[card]]\nhang_on_kill = \"yes\"", "my.toml:2: hang_on_kill takes true or false"},
+    {"[[card]]\nhang_on_kill = true\n[[card.fault]]\ncall = \"ZelGetUUID\"",
+     "my.toml:2: hang_on_kill concerns calls that block: give the card a [[card.fault]] with block "
+     "= true"},
     {"[[fault]]\ncall = \"ZelInitAPI\"\nskip = -1",
      "my.toml:3: skip takes 0 to 4294967295, this is -1"},
     {"[[fault]]\ncall = \"ZelInitAPI\"\ncuont = 1",

@@ -48,6 +48,8 @@ TEST(DefaultCard, IsHealthy) {
         EXPECT_EQ(card.memoryDensity, 8192U);
         EXPECT_EQ(card.memoryRevision, 1U);
         EXPECT_EQ(card.ssh, SshState::Up);
+        EXPECT_EQ(card.modeChange, 0U);
+        EXPECT_FALSE(card.hangOnKill);
         EXPECT_TRUE(card.sbox.empty());
         EXPECT_TRUE(card.faults.empty());
         EXPECT_TRUE(card.memoryFaults.empty());

@@ -70,6 +70,23 @@ TEST(FleetValues, MemorySizeOfAnotherShapeIsNone) {
         EXPECT_EQ(ParseMemorySize(text), std::nullopt) << '"' << text << '"';
 }
 
+TEST(FleetValues, TimeIsReadToItsLimit) {
+    EXPECT_EQ(ParseTime("0s"), 0U);
+    EXPECT_EQ(ParseTime("1ms"), 1U);
+    EXPECT_EQ(ParseTime("250ms"), 250U);
+    EXPECT_EQ(ParseTime("3s"), 3000U);
+    EXPECT_EQ(ParseTime("5min"), 300'000U);
+    EXPECT_EQ(ParseTime("24h"), kMaxMilliseconds);
+    EXPECT_EQ(ParseTime("86400s"), kMaxMilliseconds);
+    EXPECT_EQ(ParseTime("86400000ms"), kMaxMilliseconds);
+}
+
+TEST(FleetValues, TimeOfAnotherShapeIsNone) {
+    for (const char* text : {"", "3", "s", "ms", "-3s", "3 s", "3s ", "3S", "1.5s", "3m", "25h",
+                             "86401s", "86400001ms", "99999999999999999999s"})
+        EXPECT_EQ(ParseTime(text), std::nullopt) << '"' << text << '"';
+}
+
 TEST(FleetValues, EveryModeHasANameAndNothingElseHas) {
     for (const ModeName& row : kModeNames)
         EXPECT_EQ(ParseUsageMode(row.name), row.mode) << row.name;

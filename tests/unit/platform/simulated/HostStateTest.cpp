@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include "HostClock.h"
+
 namespace simulated {
 namespace {
 
@@ -189,8 +191,96 @@ TEST_F(HostStateTest, SecondProgramSeesWhatTheFirstOneDid) {
     EXPECT_EQ(CallTimes(*second, 0, "ZelGetUUID", 1), Statuses{13});
     EXPECT_EQ(CallTimes(*first, 0, "ZelGetUUID", 1), Statuses{0});
 
-    first->Cards()[0].usageMode = ZEL_USAGE_MODE_OFFLINE;
-    EXPECT_EQ(second->Cards()[0].usageMode.load(), U32{ZEL_USAGE_MODE_OFFLINE});
+    HostState::SetUsageMode(first->Cards()[0], ZEL_USAGE_MODE_OFFLINE);
+    EXPECT_EQ(HostState::UsageModeOf(second->Cards()[0]), ZEL_USAGE_MODE_OFFLINE);
+}
+
+// Longer than a test takes.
+constexpr U32 kHour = 60 * 60 * 1000;
+
+Card SlowlyMoving(U32 milliseconds) {
+    Card card = CardWith({});
+    card.modeChange = milliseconds;
+    return card;
+}
+
+TEST_F(HostStateTest, ChangeOfModeThatTakesTimeIsUnderWayForEveryProgram) {
+    const auto first = Make({.faults = {}, .cards = {SlowlyMoving(kHour), SlowlyMoving(0)}});
+    const auto second = HostState::Open(Path());
+    const U64 before = HostClock();
+    HostState::SetUsageMode(first->Cards()[0], ZEL_USAGE_MODE_OFFLINE);
+    const UsageMode::Value value = second->Cards()[0].usageMode.Load();
+    EXPECT_EQ(HostState::UsageModeOf(second->Cards()[0]), ZEL_USAGE_MODE_IN_TRANSITION);
+    EXPECT_EQ(value.mode, ZEL_USAGE_MODE_OFFLINE);
+    EXPECT_GE(value.arrives, before + U64{kHour} * 1000);
+    EXPECT_LE(value.arrives, HostClock() + U64{kHour} * 1000);
+    EXPECT_EQ(HostState::UsageModeOf(second->Cards()[1]), ZEL_USAGE_MODE_NORMAL);
+}
+
+TEST_F(HostStateTest, ChangeOfModeArrives) {
+    const auto host = Make({.faults = {}, .cards = {SlowlyMoving(20)}});
+    CardState& card = host->Cards()[0];
+    const U64 start = HostClock();
+    HostState::SetUsageMode(card, ZEL_USAGE_MODE_OFFLINE);
+    HostState::AwaitUsageMode(card);
+    EXPECT_GE(HostClock(), start + 20'000);
+    EXPECT_EQ(HostState::UsageModeOf(card), ZEL_USAGE_MODE_OFFLINE);
+    HostState::AwaitUsageMode(card);
+}
+
+TEST_F(HostStateTest, ModeThatTheCardIsInAlreadyTakesNoTime) {
+    const auto host = Make({.faults = {}, .cards = {SlowlyMoving(kHour)}});
+    CardState& card = host->Cards()[0];
+    HostState::SetUsageMode(card, ZEL_USAGE_MODE_NORMAL);
+    EXPECT_EQ(HostState::UsageModeOf(card), ZEL_USAGE_MODE_NORMAL);
+    HostState::SetUsageMode(card, ZEL_USAGE_MODE_IN_TRANSITION);
+    EXPECT_EQ(card.usageMode.Load().mode, ZEL_USAGE_MODE_IN_TRANSITION);
+    EXPECT_EQ(card.usageMode.Load().arrives, 0U);
+}
+
+TEST_F(HostStateTest, AnotherChangeTakesTheOnesPlace) {
+    const auto host = Make({.faults = {}, .cards = {SlowlyMoving(kHour)}});
+    CardState& card = host->Cards()[0];
+    HostState::SetUsageMode(card, ZEL_USAGE_MODE_OFFLINE);
+    HostState::SetUsageMode(card, ZEL_USAGE_MODE_MAINTENANCE);
+    EXPECT_EQ(card.usageMode.Load().mode, ZEL_USAGE_MODE_MAINTENANCE);
+    EXPECT_EQ(HostState::UsageModeOf(card), ZEL_USAGE_MODE_IN_TRANSITION);
+}
+
+TEST_F(HostStateTest, CallThatTakesTimeThenPassesOrFails) {
+    const auto host =
+        Make({.faults = {{.call = "ZelInitAPI", .status = 6, .delay = 20}},
+              .cards = {CardWith({{.call = "ZelGetUUID", .status = 0, .count = 2, .delay = 20}})}});
+    U64 start = HostClock();
+    EXPECT_EQ(host->FailHostCall("ZelInitAPI"), 6U);
+    EXPECT_GE(HostClock(), start + 20'000);
+    start = HostClock();
+    EXPECT_EQ(CallTimes(*host, 0, "ZelGetUUID", 3), (Statuses{0, 0, 0}));
+    EXPECT_GE(HostClock(), start + 40'000);
+}
+
+TEST_F(HostStateTest, CallThatBlocksIsCountedLikeOneThatFails) {
+    Card card = CardWith({{.call = "vorl_recv", .status = 0, .skip = 1, .block = true}});
+    const auto host =
+        Make({.faults = {{.call = "ZelCloseAPI", .status = 0, .block = true}}, .cards = {card}});
+    EXPECT_FALSE(host->FindCardMishap(host->Cards()[0], "vorl_recv"));
+    const auto mishap = host->FindCardMishap(host->Cards()[0], "vorl_recv");
+    ASSERT_TRUE(mishap);
+    EXPECT_TRUE(mishap->blocks);
+    EXPECT_FALSE(mishap->unending);
+    EXPECT_FALSE(host->FindCardMishap(host->Cards()[0], "vorl_recv"));
+    const auto ofHost = host->FindHostMishap("ZelCloseAPI");
+    ASSERT_TRUE(ofHost);
+    EXPECT_TRUE(ofHost->blocks);
+}
+
+TEST_F(HostStateTest, OnlyCallsThatBlockHangWhenKilled) {
+    Card card = CardWith({{.call = "vorl_recv", .status = 0, .block = true},
+                          {.call = "vorl_send", .status = 0, .delay = 1}});
+    card.hangOnKill = true;
+    const auto host = Make({.faults = {}, .cards = {card}});
+    EXPECT_TRUE(host->FindCardMishap(host->Cards()[0], "vorl_recv")->unending);
+    EXPECT_FALSE(host->FindCardMishap(host->Cards()[0], "vorl_send")->unending);
 }
 
 TEST_F(HostStateTest, CallsOfManyThreadsAreEachCountedOnce) {

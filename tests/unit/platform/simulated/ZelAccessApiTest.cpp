@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "CallNames.h"
+#include "HostClock.h"
 #include "HostState.h"
 
 namespace simulated {
@@ -382,6 +383,42 @@ TEST_F(ZelAccessApi, ModeIsTheHosts) {
     ZEL_CARD_USAGE_MODE mode = ZEL_USAGE_MODE_NOP;
     EXPECT_EQ(ZelGetUsageMode(handle_, &mode), 0U);
     EXPECT_EQ(mode, ZEL_USAGE_MODE_MEMDIAG);
+}
+
+TEST_F(ZelAccessApi, ModeThatTakesTimeIsSetAtOnceAndArrivesLater) {
+    Card card = Offline();
+    card.modeChange = 200;
+    OpenOnly(card);
+    const U64 start = HostClock();
+    ASSERT_EQ(ZelSetUsageModeExtn(handle_, ZEL_USAGE_MODE_MEMDIAG, 0, kImage, ""), 0U);
+    ZEL_CARD_USAGE_MODE mode = ZEL_USAGE_MODE_NOP;
+    EXPECT_EQ(ZelGetUsageMode(handle_, &mode), 0U);
+    if (HostClock() < start + 200'000) {
+        EXPECT_EQ(mode, ZEL_USAGE_MODE_IN_TRANSITION);
+    }
+    while (mode == ZEL_USAGE_MODE_IN_TRANSITION)
+        ASSERT_EQ(ZelGetUsageMode(handle_, &mode), 0U);
+    EXPECT_EQ(mode, ZEL_USAGE_MODE_MEMDIAG);
+    EXPECT_GE(HostClock(), start + 200'000);
+}
+
+TEST_F(ZelAccessApi, CallsTakeTheTimeThatTheFleetSays) {
+    Card card = Healthy();
+    card.faults = {{.call = "ZelInitAdapter", .status = 0, .delay = 10},
+                   {.call = "ZelGetNumCores", .status = 0, .delay = 10},
+                   {.call = "ZelCloseAdapter", .status = 13, .delay = 10}};
+    MakeHost({.faults = {{.call = "ZelInitAPI", .status = 0, .delay = 10}}, .cards = {card}});
+    const U64 start = HostClock();
+    ASSERT_EQ(Init(), U32{ZEL_SUCCESS});
+    EXPECT_GE(HostClock(), start + 10'000);
+    ASSERT_EQ(ZelInitAdapter(&handle_, &devices_[0]), U32{ZEL_SUCCESS});
+    EXPECT_GE(HostClock(), start + 20'000);
+    U32 cores = 0;
+    EXPECT_EQ(ZelGetNumCores(handle_, &cores), U32{ZEL_SUCCESS});
+    EXPECT_EQ(cores, 60U);
+    EXPECT_GE(HostClock(), start + 30'000);
+    EXPECT_EQ(ZelCloseAdapter(handle_), 13U);
+    EXPECT_GE(HostClock(), start + 40'000);
 }
 
 TEST_F(ZelAccessApi, EveryStatusHasATextOfItsOwn) {

@@ -147,6 +147,30 @@ TEST(ZelsimMain, ModeRefusesWhatThereIsNot) {
               "zelsim: this host has no card 1; it has zel0\n");
 }
 
+TEST(ZelsimMain, ModeWaitsForACardWhoseChangesTakeTime) {
+    const TemporaryFile fleet("[[card]]\nmode_change = \"1s\"\n");
+    // Another command sees it on its way, and the card takes connections when the command ends.
+    const Ended ended = RunShell(
+        "zelsim mode 0 offline; zelsim status | grep zel0; zelsim mode 0 normal & "
+        "until zelsim status | grep -o 'in_transition *-'; do :; done; "
+        "wait; ssh zel0 echo reached; "
+        "zelsim mode 0 in_transition; zelsim mode 0 in_transition; zelsim status | grep -o in_t.*-",
+        fleet.Path());
+    EXPECT_EQ(ended.out,
+              "zel0    er1x        0000:02:00.0    offline            -\n"
+              "in_transition      -\nreached\nin_transition      -\n")
+        << ended.err;
+}
+
+TEST(ZelsimMain, CardIsReachedAsSoonAsItIsSeenInNormalMode) {
+    const TemporaryFile fleet("[[card]]\nmode_change = \"300ms\"\nusage_mode = \"offline\"\n");
+    const Ended ended = RunShell(
+        "zelsim mode 0 normal & until zelsim status | grep -q 'zel0.* normal '; do :; done; "
+        "ssh zel0 echo reached; wait",
+        fleet.Path());
+    EXPECT_EQ(ended.out, "reached\n") << ended.err;
+}
+
 TEST(ZelsimMain, HelpNamesEveryMode) {
     const std::string help = RunZelsim({"--help"}).out;
     for (const simulated::ModeName& mode : simulated::kModeNames)
