@@ -43,12 +43,22 @@ PcieAddress DefaultAddress(U32 index) {
             .function = 0};
 }
 
+// Its last two bytes count the cards; no host has enough for them to overflow.
+std::array<U8, 16> DefaultUuid(U32 index) {
+    std::array<U8, 16> uuid{};
+    for (U32 i = 0; i < uuid.size(); ++i)
+        uuid[i] = static_cast<U8>(i * 0x11);
+    const U32 last = (U32{uuid[14]} << 8 | uuid[15]) + index;
+    uuid[14] = static_cast<U8>(last >> 8);
+    uuid[15] = static_cast<U8>(last);
+    return uuid;
+}
+
 Card DefaultCard(Generation generation) {
     Card card;
     card.generation = generation;
     card.smcFirmware = Firmware(1, 16, 42);
-    for (U32 i = 0; i < card.uuid.size(); ++i)
-        card.uuid[i] = static_cast<U8>(i * 0x11);
+    card.uuid = DefaultUuid(0);
     if (generation == Generation::Er1x) {
         card.name = "Ostrel(R) Vimbra(TM) Coprocessor";
         card.deviceId = kEr1xDeviceId;

@@ -82,6 +82,9 @@ std::string ToText(const PcieAddress& address);
 // first domain on.
 PcieAddress DefaultAddress(U32 index);
 
+// What card number `index` is known by unless its fleet file says otherwise.
+std::array<U8, 16> DefaultUuid(U32 index);
+
 // What a card makes of ssh connections: serves them, refuses them, or lets them come and never speaks.
 enum class SshState : U8 { Up, Down, Silent };
 

@@ -403,6 +403,7 @@ Card ReadCard(const Reader& reader, const toml::table& source, U32 index, const 
     Card card = DefaultCard(ReadGeneration(table));
     card.node = static_cast<U16>(index);
     card.pcie = slots.FirstFree(index);
+    card.uuid = DefaultUuid(index);
     ReadIdentity(table, card);
     ReadState(table, card);
     ReadMemorySize(table, source, card.memoryBytes);

@@ -253,6 +253,15 @@ pcie = "0000:03:00.0"
         EXPECT_EQ(fleet.cards[i].node, i) << "the node is the card's number, wherever the card is";
 }
 
+TEST(FleetFile, CardsHaveUuidsOfTheirOwn) {
+    const std::string given = "[[card]]\nuuid = \"ffeeddcc-bbaa-9988-7766-554433221100\"\n";
+    const Fleet fleet = ParseFleet("[[card]]\n" + given + "[[card]]\n[[card]]\n", "f");
+    EXPECT_EQ(fleet.cards[0].uuid, DefaultUuid(0));
+    EXPECT_EQ(fleet.cards[1].uuid[0], 0xFFU);
+    EXPECT_EQ(fleet.cards[2].uuid, DefaultUuid(2));
+    EXPECT_EQ(fleet.cards[3].uuid, DefaultUuid(3));
+}
+
 struct Refusal {
     const char* text;
     const char* error;

@@ -56,6 +56,16 @@ TEST(DefaultCard, IsHealthy) {
     }
 }
 
+TEST(DefaultUuid, IsOneOfItsOwnForEveryCardOfTheLargestHost) {
+    EXPECT_EQ(DefaultUuid(0), DefaultCard(Generation::Er1x).uuid);
+    EXPECT_EQ(DefaultUuid(1)[14], 0xEFU);
+    EXPECT_EQ(DefaultUuid(1)[15], 0x00U);
+    std::set<std::array<U8, 16>> uuids;
+    for (U32 i = 0; i < kMaxCards; ++i)
+        uuids.insert(DefaultUuid(i));
+    EXPECT_EQ(uuids.size(), kMaxCards);
+}
+
 TEST(DefaultAddress, IsOneOfItsOwnForEveryCardOfTheLargestHost) {
     EXPECT_EQ(ToText(DefaultAddress(0)), "0000:02:00.0");
     EXPECT_EQ(ToText(DefaultAddress(1)), "0000:03:00.0");
