@@ -34,12 +34,14 @@ constexpr char kDefaultPath[] = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/b
 constexpr char kDevicePath[] = "../../devices/pci0000:00/0000:00:02.0/";
 
 // Folders that a host with cards has more files in than this machine.
-constexpr const char* kGrowingFolders[] = {"/etc", "/run", "/usr/share", "/sys/class", "/var/log"};
+constexpr const char* kGrowingFolders[] = {"/etc",       "/run",     "/usr/share",
+                                           "/sys/class", "/var/lib", "/var/log"};
 
 // Folders in which nothing of this machine shows: all their files belong to the cards and their
-// software, or tell rpm where its packages are.
-constexpr const char* kOwnFolders[] = {kHostFolder,       "/etc/hosk",        "/etc/rpm",
-                                       "/usr/share/hosk", "/usr/share/flash", "/sys/class/zel"};
+// software, are notes of what was done with them, or tell rpm where its packages are.
+constexpr const char* kOwnFolders[] = {kHostFolder,        "/etc/hosk",       "/etc/rpm",
+                                       "/run/zeldiag",     "/usr/share/hosk", "/usr/share/flash",
+                                       "/var/lib/zeldiag", "/sys/class/zel"};
 
 constexpr const char* kHandlerImages[] = {
     "/usr/share/hosk/boot/memdiag-kernel.emberridge.elf",
