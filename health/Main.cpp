@@ -1,0 +1,23 @@
+// zelhealth: runs ZelDiag so that its verdict can be trusted, and looks after the cards around it.
+#include <CLI/CLI.hpp>
+
+#include "cli/Cards.h"
+#include "cli/Host.h"
+#include "cli/Mode.h"
+#include "cli/Recover.h"
+
+int main(int argc, char** argv) {
+    using namespace zelhealth;
+    CLI::App app("Runs ZelDiag so that its verdict can be trusted", "zelhealth");
+    app.require_subcommand(1);
+    int status = kGood;
+    DeclareCards(app, status);
+    DeclareMode(app, status);
+    DeclareRecover(app, status);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kGood : kUnknown;
+    }
+    return status;
+}

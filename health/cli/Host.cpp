@@ -1,0 +1,81 @@
+// What the commands share that deal with cards outside of tests.
+#include "cli/Host.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+
+#include "host/Printable.h"
+
+namespace zelhealth {
+
+namespace {
+
+struct Wishes {
+    Stop stronger;
+    Stop stop{&stronger};
+};
+
+Wishes* wishes = nullptr;
+
+void OnSignal(int) {
+    if (wishes->stop.Requested())
+        wishes->stronger.Request();
+    else
+        wishes->stop.Request();
+}
+
+}  // namespace
+
+ExitStatus Worse(ExitStatus a, ExitStatus b) {
+    if (a == kCritical || b == kCritical)
+        return kCritical;
+    return std::max(a, b);
+}
+
+ExitStatus StatusOf(CardReply::Kind kind) {
+    switch (kind) {
+        case CardReply::Kind::answered:
+            return kGood;
+        case CardReply::Kind::noSuchCard:
+        case CardReply::Kind::setup:
+        case CardReply::Kind::stopped:
+            return kUnknown;
+        default:
+            return kCritical;
+    }
+}
+
+void Complain(const std::string& text) {
+    fmt::print(stderr, "zelhealth: {}\n", Printable(text));
+}
+
+bool HasRootRights() {
+    if (geteuid() == 0)
+        return true;
+    Complain("access to cards needs root rights");
+    return false;
+}
+
+ZelCard HostCards() {
+    return {ProgramFolder() + "/zelcard", kCardAnswerSeconds};
+}
+
+const Stop& Interrupted() {
+    if (wishes == nullptr) {
+        static Wishes ofThisProcess;
+        wishes = &ofThisProcess;
+        struct sigaction action {};
+        action.sa_handler = OnSignal;
+        action.sa_flags = SA_RESTART;
+        sigemptyset(&action.sa_mask);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+            sigaction(signal, &action, nullptr);
+    }
+    return wishes->stop;
+}
+
+}  // namespace zelhealth
