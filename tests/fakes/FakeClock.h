@@ -25,8 +25,9 @@ public:
     // a test uses it to let another thread catch up, or to change something meanwhile.
     void OnSleep(std::function<void(unsigned seconds)> action);
 
-    // gettimeofday fails from now on.
+    // gettimeofday fails from now on, and works again.
     void Break() { broken_ = true; }
+    void Repair() { broken_ = false; }
     bool Broken() const { return broken_; }
 
     void Sleep(std::int64_t microseconds);

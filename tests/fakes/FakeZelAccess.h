@@ -78,6 +78,9 @@ public:
     std::vector<Card> cards;
     std::vector<StuckBit> stuckBits;
 
+    // A read of card memory succeeds and leaves the caller's buffer as it was.
+    bool readsTouchNothing = false;
+
     // Changes what is read from card memory, if set; comes behind the stuck bits.
     std::function<void(U64 address, U8* data, U32 bytes)> corruptRead;
 

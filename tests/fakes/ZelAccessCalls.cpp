@@ -186,6 +186,9 @@ struct ZelAccessCalls {
             memory.Write(address, buffer, bytes);
             return ZEL_SUCCESS;
         }
+        if (fake.readsTouchNothing) {
+            return ZEL_SUCCESS;
+        }
         memory.Read(address, buffer, bytes);
         ApplyStuckBits(address, buffer, bytes);
         if (fake.corruptRead) {

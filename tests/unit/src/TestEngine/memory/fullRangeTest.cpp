@@ -195,4 +195,14 @@ TEST_F(FullRange, WithoutAClockThereIsNoElapsedTime) {
     EXPECT_THAT(out, testing::Not(testing::HasSubstr("elapsed")));
 }
 
+TEST_F(FullRange, AnEndTimeAloneTellsNoElapsedTime) {
+    Card().memoryBytes = kChunk;
+    fakes::Clock().Break();
+    fakes::ZelAccess().corruptRead = [](U64, U8*, U32) { fakes::Clock().Repair(); };
+    EXPECT_EQ(Run(), 1);
+    EXPECT_THAT(out, testing::HasSubstr("failed to get zelstart_endmark \n"));
+    EXPECT_THAT(out, testing::Not(testing::HasSubstr("MemTestfromHost_endmark")));
+    EXPECT_THAT(out, testing::Not(testing::HasSubstr("elapsed")));
+}
+
 }  // namespace

@@ -284,10 +284,19 @@ TEST_F(Aperture, StopsAtAFailingRead) {
     EXPECT_EQ(errors->errType, MemErrorTypeUnknown);
 }
 
+// The buffer held the pattern when it was written.
 TEST_F(Aperture, AReadThatChangesNothingFindsZeros) {
-    fakes::ZelAccess().corruptRead = [](U64, U8* data, U32 bytes) { std::memset(data, 0, bytes); };
+    fakes::ZelAccess().readsTouchNothing = true;
     EXPECT_EQ(Run(0, 0x1000), 0);
     EXPECT_EQ(ErrorTraces().at(0), Mismatch(0, 0));
+}
+
+TEST_F(Aperture, AReadThatChangesNothingFindsZerosInALaterChunkToo) {
+    fakes::ZelAccess().corruptRead = [](U64, U8*, U32) {
+        fakes::ZelAccess().readsTouchNothing = true;
+    };
+    EXPECT_EQ(Run(0, 2 * kChunk), 0);
+    EXPECT_EQ(ErrorTraces().at(0), Mismatch(kChunk, 0));
 }
 
 // Mismatches.
@@ -451,6 +460,15 @@ TEST_F(Aperture, WithoutAStartTimeThereIsNoElapsedTime) {
     EXPECT_EQ(Run(0, 0x1000), 1);
     EXPECT_THAT(out, testing::HasSubstr("failed to get zelstart_startmark \n"));
     EXPECT_THAT(out, testing::HasSubstr("failed to get MemTestfromHost_endmark \n"));
+    EXPECT_THAT(out, testing::Not(testing::HasSubstr("elapsed")));
+}
+
+TEST_F(Aperture, AnEndTimeAloneTellsNoElapsedTime) {
+    fakes::Clock().Break();
+    fakes::ZelAccess().corruptRead = [](U64, U8*, U32) { fakes::Clock().Repair(); };
+    EXPECT_EQ(Run(0, 0x1000), 1);
+    EXPECT_THAT(out, testing::HasSubstr("failed to get zelstart_startmark \n"));
+    EXPECT_THAT(out, testing::Not(testing::HasSubstr("endmark")));
     EXPECT_THAT(out, testing::Not(testing::HasSubstr("elapsed")));
 }
 
