@@ -41,12 +41,14 @@ struct Replaced {
 
 using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 using Join = int(pthread_t, void**);
+using Detach = int(pthread_t);
 using Cancel = int(pthread_t);
 using SetCancel = int(int, int*);
 
 struct Functions {
     Replaced<Create> create{"pthread_create"};
     Replaced<Join> join{"pthread_join"};
+    Replaced<Detach> detach{"pthread_detach"};
     Replaced<Cancel> cancel{"pthread_cancel"};
     Replaced<SetCancel> setCancelType{"pthread_setcanceltype"};
     Replaced<SetCancel> setCancelState{"pthread_setcancelstate"};
@@ -55,6 +57,7 @@ struct Functions {
     void ForEach(Action action) {
         action(create);
         action(join);
+        action(detach);
         action(cancel);
         action(setCancelType);
         action(setCancelState);
@@ -70,6 +73,8 @@ Functions& All() {
 // Threads that were started and have not ended. The kernel's own list is no help: a sanitizer has
 // threads there, and an ended thread stays a while.
 std::atomic<unsigned> running{0};
+
+std::atomic<unsigned> owned{0};
 
 struct Counted {
     ~Counted() { --running; }
@@ -117,6 +122,10 @@ unsigned FakeThreads::Count() {
     return running;
 }
 
+unsigned FakeThreads::CountOwned() {
+    return owned;
+}
+
 void FakeThreads::AwaitCount(unsigned count) {
     while (Count() != count) {
         sched_yield();
@@ -156,14 +165,30 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     if (error != 0) {
         --fakes::running;
         delete start;
+        return error;
     }
-    return error;
+    ++fakes::owned;
+    return 0;
 }
 
 int pthread_join(pthread_t thread, void** result) {
     auto& replaced = fakes::All().join;
-    const int error = replaced.Failure();
-    return error != 0 ? error : replaced.original(thread, result);
+    int error = replaced.Failure();
+    if (error == 0)
+        error = replaced.original(thread, result);
+    if (error == 0)
+        --fakes::owned;
+    return error;
+}
+
+int pthread_detach(pthread_t thread) {
+    auto& replaced = fakes::All().detach;
+    int error = replaced.Failure();
+    if (error == 0)
+        error = replaced.original(thread);
+    if (error == 0)
+        --fakes::owned;
+    return error;
 }
 
 int pthread_cancel(pthread_t thread) {

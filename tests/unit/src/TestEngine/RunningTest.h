@@ -85,6 +85,13 @@ protected:
         return errors;
     }
 
+    // Group and test under which the summary notes an error now.
+    static std::string NameInSummary() {
+        TE::SUMMARY_INSTANCE.LogError("");
+        const std::string line = SummaryErrors().back();
+        return line.substr(0, line.find(':'));
+    }
+
     // How many errors the summary holds when a failing test gives its verdict.
     int ErrorsBeforeVerdict() {
         EXPECT_TRUE(zelAccess->setAccessHandle());

@@ -210,6 +210,14 @@ TEST_F(DmaHostToZel, FailsAfterAllWhenTheProgramDoesNotSayThatItSucceeded) {
                                 "ZelVorlAcceptDMA Test\n\n"));
 }
 
+TEST_F(DmaHostToZel, TheOtherProgramsSuccessIsNone) {
+    execute_ = [](const std::string&) {
+        return ShellAnswer{.output = "ZelVorlConnectDMA Test success"};
+    };
+    Run();
+    ExpectPassedThenFailed();
+}
+
 TEST_F(DmaHostToZel, FailsAfterAllWhenTheProgramEndsWithAnError) {
     execute_ = [](const std::string&) {
         return ShellAnswer{.output = "word 3 is wrong", .status = ShellAnswer::Exit(1)};

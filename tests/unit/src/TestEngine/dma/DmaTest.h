@@ -21,7 +21,8 @@ protected:
         : RunningTest(3, test),
           program_(std::move(program)),
           successText_(std::move(successText)),
-          threadsBefore_(fakes::FakeThreads::Count()) {
+          threadsBefore_(fakes::FakeThreads::Count()),
+          ownedBefore_(fakes::FakeThreads::CountOwned()) {
         fakes::SetLink("/proc/self/exe", "/opt/tools/ZelDiag");
         ShellExecuter::SetAppDirAccessPath();
         for (const char* const file : {"/usr/bin/ssh", "/usr/bin/scp"})
@@ -47,6 +48,7 @@ protected:
     }
     ~DmaTest() override {
         AwaitWorkers();
+        EXPECT_EQ(fakes::FakeThreads::CountOwned(), ownedBefore_) << "neither joined nor detached";
         fakes::Threads().Verify();
         fakes::Threads().Reset();
         fakes::ClearLinks();
@@ -62,13 +64,6 @@ protected:
 
     // What the test's function is called with.
     U64 Block() const { return reinterpret_cast<U64>(group_.frontEnd->gen); }
-
-    // Group and test under which the summary notes an error now.
-    static std::string NameInSummary() {
-        TE::SUMMARY_INSTANCE.LogError("");
-        const std::string line = SummaryErrors().back();
-        return line.substr(0, line.find(':'));
-    }
 
     // Workers that the test gave up have ended.
     void AwaitWorkers() { fakes::FakeThreads::AwaitCount(threadsBefore_); }
@@ -92,6 +87,7 @@ protected:
     const std::string program_;
     const std::string successText_;
     const unsigned threadsBefore_;
+    const unsigned ownedBefore_;
     std::function<ShellAnswer(const std::string&)> upload_;
     std::function<ShellAnswer(const std::string&)> execute_;
     std::function<void(unsigned)> onSleep_;

@@ -271,6 +271,15 @@ TEST_F(DmaZelToHost, FailsWhenTheProgramDoesNotSayThatItSucceeded) {
                                 "nothing\n\n"));
 }
 
+TEST_F(DmaZelToHost, TheOtherProgramsSuccessIsNone) {
+    execute_ = [this](const std::string&) {
+        AwaitOtherWorker();
+        return ShellAnswer{.output = "ZelVorlAcceptDMA Test success"};
+    };
+    Run();
+    ExpectFailed(kFile, 214, kThreadsFailed, kThreadsSummary);
+}
+
 TEST_F(DmaZelToHost, AHalfThatEndedWithNothingMovedPasses) {
     fakes::Vorl().Return("vorl_recv", 0, 0, 4);
     Run();
