@@ -1,6 +1,10 @@
 // The run driver over several cards, and the life of groups on each.
 #include "TestEngine/te_main.h"
 
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 #include <new>
 #include <sstream>
 #include <utility>
@@ -186,6 +190,31 @@ TEST_F(Run, ParsesAgainBeforeSkippedCardsToo) {
     EXPECT_EQ(Count("Running Coprocessor Diagnostics on device 3 of 3 (zel2 on"), 1U);
     EXPECT_EQ(Count("Running Coprocessor"), 1U);
     EXPECT_EQ(ifstTstGrps[2].passCnt, 2) << "counters of the card alone";
+}
+
+// What the command line names must still be there then.
+TEST_F(Run, ParsesAgainBeforeSkippedCardsThatNothingFollows) {
+    const std::string pattern =
+        std::filesystem::temp_directory_path() / ("skipped-cards-" + std::to_string(getpid()));
+    std::ofstream(pattern) << "pattern";
+    Cards(2);
+    fakes::ZelAccess().cards[0].usageMode = ZEL_USAGE_MODE_OFFLINE;
+    fakes::ZelAccess().corruptRead = [&](U64, U8*, U32) { std::filesystem::remove(pattern); };
+    EXPECT_EQ(Tool("-devicelist 0 -mem -wr -dp=" + pattern), -1);
+    EXPECT_EQ(Count("Device Status: OK"), 1U);
+    EXPECT_EQ(thrown_, "Could not parse arguments");
+}
+
+TEST_F(Run, AVerdictIsOfItsOwnCard) {
+    Cards(2);
+    fakes::ZelAccess().cards[1] = fakes::Card::OlderGeneration();
+    fakes::ZelAccess().Fail("ZelGetUUID", 13);
+    EXPECT_EQ(Tool("-summary -noExitOnFail -smc -uuid"), 0);
+    EXPECT_EQ(Count("Device Status: FAILED"), 1U);
+    EXPECT_EQ(Count("Device Status: OK"), 1U) << "the test passes over the older generation";
+    EXPECT_EQ(Count("Test 3: FAILED\n"), 1U);
+    EXPECT_EQ(Count("   Test 3 : SMC get UUID \n"), 1U);
+    EXPECT_EQ(Count("ZEL Card Numbers with Errors: 0\n"), 1U);
 }
 
 TEST_F(Run, SkipsAGroupOnACardInAnotherMode) {
