@@ -6,18 +6,25 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <map>
+#include <optional>
 
 namespace {
-std::map<std::string, std::string>& Links() {
-    static std::map<std::string, std::string> links;
+// Each with its target, or with none when it cannot be read.
+std::map<std::string, std::optional<std::string>>& Links() {
+    static std::map<std::string, std::optional<std::string>> links;
     return links;
 }
 }  // namespace
 
 void fakes::SetLink(const std::string& path, const std::string& target) {
     Links()[path] = target;
+}
+
+void fakes::BreakLink(const std::string& path) {
+    Links()[path] = std::nullopt;
 }
 
 void fakes::ClearLinks() {
@@ -30,8 +37,12 @@ extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) noexcep
     const auto link = Links().find(path);
     if (link == Links().end())
         return syscall(SYS_readlinkat, AT_FDCWD, path, buffer, size);
-    const size_t length = std::min(size, link->second.size());
-    std::memcpy(buffer, link->second.data(), length);
+    if (!link->second) {
+        errno = EACCES;
+        return -1;
+    }
+    const size_t length = std::min(size, link->second->size());
+    std::memcpy(buffer, link->second->data(), length);
     return static_cast<ssize_t>(length);
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name,bugprone-not-null-terminated-result)

@@ -172,6 +172,15 @@ TEST_F(Access, ReadsTheModeAndNeverChangesIt) {
     EXPECT_EQ(fakes::ZelAccess().CountOf("ZelSetUsageMode"), 0U);
 }
 
+// The one wrapper that everybody uses is asked, whichever object answers.
+TEST_F(Access, AsksForTheModeThroughTheGlobalPointer) {
+    Open();
+    _ZelAccess other;
+    EXPECT_TRUE(other.isDeviceinNormalMode());
+    zelAccess = &other;
+    EXPECT_EQ(Thrown([] { g_ZelAccess.isDeviceinNormalMode(); }), "Access handle is NULL\n");
+}
+
 // Mode changes without an open card fail the running test, and are asked for all the same.
 class AccessWithoutCard : public Access {
 protected:
@@ -196,9 +205,9 @@ protected:
                " with reason [ Failed -- fail to get current device in  "
                "setCurDevicetoNormalMode ]\n\n";
     }
-    static void ExpectTrace() {
+    static void ExpectTraces(size_t count) {
         EXPECT_EQ(fakes::Trace().TextsAt(DLVL_ERROR),
-                  Calls{"\n Error in getting current device in settoNormalmode \n"});
+                  Calls(count, "\n Error in getting current device in settoNormalmode \n"));
     }
     ifstTstCb test_{};
 };
@@ -210,6 +219,7 @@ TEST_F(AccessWithoutCard, SetsOfflineModeInTheNameOfNormalMode) {
     EXPECT_FALSE(zelAccess->settoNormalMode());
     EXPECT_EQ(fakes::ZelAccess().Calls().back(), "ZelSetUsageMode(5)");
     EXPECT_EQ(capture.Err(), FailLine(260) + FailLine(260));
+    ExpectTraces(2);
     EXPECT_EQ(test_.failCnt, 2);
 }
 
@@ -218,7 +228,7 @@ TEST_F(AccessWithoutCard, SetsRestrictedModeWithItsSize) {
     EXPECT_TRUE(zelAccess->setNormalModewithSize());
     EXPECT_EQ(fakes::ZelAccess().Calls().back(), "ZelSetUsageModeExtn(4, 512, \"\", \"\")");
     EXPECT_EQ(capture.Err(), FailLine(288));
-    ExpectTrace();
+    ExpectTraces(1);
     zelAccess = nullptr;
     EXPECT_FALSE(g_ZelAccess.setNormalModewithSize());
 }

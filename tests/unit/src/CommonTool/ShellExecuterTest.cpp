@@ -153,10 +153,12 @@ TEST_F(Shell, TellsTheCommandThatCannotBeStarted) {
     EXPECT_EQ(shell.GetOutput(), "started");
 }
 
+// The scripted shell fails the test over a command that was never closed.
 TEST_F(Shell, ClosesWhatWasLeftOpenAndSaysSo) {
+    fakes::Shell().Answer("some command");
     fakes::CaptureOutput capture;
     {
-        Stepwise shell("true");
+        Stepwise shell("some command");
         shell._Open();
     }
     EXPECT_EQ(capture.Out(), "ShellExecuter was not closed\n");
@@ -191,6 +193,14 @@ TEST_F(ApplicationFolder, EndsWithTheLastSlash) {
     EXPECT_EQ(FolderOf("/opt/tools/zeldiag"), "/opt/tools/");
     EXPECT_EQ(FolderOf("/zeldiag"), "/");
     EXPECT_EQ(FolderOf("/opt/my tools/zeldiag (deleted)"), "/opt/my tools/");
+}
+
+TEST_F(ApplicationFolder, MustBeTold) {
+    const std::string before = FolderOf("/opt/tools/zeldiag");
+    fakes::BreakLink("/proc/self/exe");
+    EXPECT_THAT([] { ShellExecuter::SetAppDirAccessPath(); },
+                ThrowsMessage<CommonException>("Could not read /proc/self/exe"));
+    EXPECT_EQ(ShellExecuter::GetAppDirAccessPath(), before);
 }
 
 TEST_F(ApplicationFolder, MayBeDeep) {

@@ -191,6 +191,17 @@ TEST_F(Summary, ForgetsTheRunButNotTheOptions) {
     EXPECT_FALSE(summary.TestSpecifiedDeviceNumber(1));
 }
 
+TEST_F(Summary, ForgetsTheNamesOfTheRun) {
+    Parse({"-summary", "x"});
+    summary.SetZelNumberAndVersions(0, "f", "s");
+    summary.SetGroupName("SmcDiag");
+    summary.SetTestName("Uuid");
+    Send();
+    summary.LogError("m");
+    summary.SetZelNumberAndVersions(0, "f", "s");
+    EXPECT_NE(Send().find("FAILED (1)\n  .: m\n"), std::string::npos);
+}
+
 TEST_F(Summary, PrintsNothingUnlessAsked) {
     summary.SetZelNumberAndVersions(0, "f", "s");
     summary.LogError("e");

@@ -3,7 +3,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <limits>
 #include <string>
 
@@ -124,6 +127,26 @@ TEST_F(ZelCmd, LauncherRouteShowsItsCommandBeforeItRuns) {
                                          "shell " + fakes::Quote(command)));
     }
     EXPECT_EQ(output_, "done");
+}
+
+// Nothing of it waits in a buffer while the program runs.
+TEST_F(ZelCmd, LauncherRouteFlushesItsCommandBeforeItRuns) {
+    const int file = memfd_create("standard output", MFD_CLOEXEC);
+    std::fflush(stdout);
+    const int saved = dup(STDOUT_FILENO);
+    dup2(file, STDOUT_FILENO);
+    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
+    off_t written = 0;
+    fakes::Shell().OnCommand([&](const std::string&) {
+        written = lseek(file, 0, SEEK_END);
+        return fakes::ShellAnswer{};
+    });
+    ZelCmdHelper().ExecutewithRUXTool("prog", output_, "1 2", 3);
+    std::fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    close(file);
+    EXPECT_EQ(written, static_cast<off_t>((kLauncher + " ./prog -a \"1 2\" -d 3\n").size()));
 }
 
 TEST_F(ZelCmd, LauncherRoutePutsOnlyABareNameInTheCurrentFolder) {

@@ -1,4 +1,6 @@
 // The memory options: which words are taken, and what each sets.
+#include <sys/fsuid.h>
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -104,6 +106,21 @@ TEST_F(MemoryOptions, TakesAPatternThatIsNoNumberAsAFileThatMustOpen) {
     EXPECT_EQ(std::string(m_memoryCb.fileName), path.string().substr(0, k_GroupFileNameSize - 1));
     EXPECT_EQ(Params().usrInput, 0U);
     EXPECT_FALSE(Params().userDefinedData);
+}
+
+TEST_F(MemoryOptions, RefusesAPatternFileThatCannotBeRead) {
+    const auto path =
+        std::filesystem::temp_directory_path() / ("unreadable" + std::to_string(getpid()));
+    std::ofstream(path) << "pattern";
+    std::filesystem::permissions(path, std::filesystem::perms::none);
+    // Root opens what nobody else may; with another user's rights on files it does not.
+    constexpr uid_t kNobody = 65534;
+    const int before = setfsuid(kNobody);
+    const int taken = Take("-dp=" + path.string());
+    setfsuid(static_cast<uid_t>(before));
+    std::filesystem::remove(path);
+    EXPECT_EQ(taken, 0);
+    EXPECT_STREQ(m_memoryCb.fileName, "");
 }
 
 TEST_F(MemoryOptions, RefusesOtherWords) {

@@ -46,6 +46,13 @@ TEST_F(Firmware, DoesNothingOnAnotherCard) {
     }
 }
 
+TEST_F(Firmware, DoesNothingWithoutAnOpenCard) {
+    ASSERT_TRUE(zelAccess->setAccessHandle());
+    Run();
+    EXPECT_EQ(done_, Texts{"trace 11 \"Test not supported on this device\\n\""});
+    EXPECT_EQ(NameInSummary(), "SmcDiag.FwVersion");
+}
+
 TEST_F(Firmware, DoesNothingWhileTheGroupIsNotValid) {
     group_.frontEnd->gen->valid = 0;
     Run(0);
@@ -110,6 +117,13 @@ TEST_F(Hardware, DoesNothingOnAnotherCard) {
     EXPECT_EQ(done_, Texts{"trace 11 \"Test not supported on this device\\n\""});
 }
 
+TEST_F(Hardware, DoesNothingWithoutAnOpenCard) {
+    ASSERT_TRUE(zelAccess->setAccessHandle());
+    Run();
+    EXPECT_EQ(done_, Texts{"trace 11 \"Test not supported on this device\\n\""});
+    EXPECT_EQ(NameInSummary(), "SmcDiag.HwRevision");
+}
+
 class Uuid : public RunningTest {
 protected:
     Uuid() : RunningTest(kSmcGroup, 2) {}
@@ -146,6 +160,7 @@ TEST_F(Uuid, DoesNothingWithoutAnOpenCard) {
     ASSERT_EQ(zelAccess->GetCurrentDevice(), -1);
     Run();
     EXPECT_EQ(done_, Texts{"trace 11 \"Test not supported on this device\\n\""});
+    EXPECT_EQ(NameInSummary(), "SmcDiag.Uuid");
 }
 
 }  // namespace
