@@ -1,6 +1,8 @@
 // The library as a program uses it: two ends in one process.
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <algorithm>
 #include <atomic>
@@ -56,6 +58,13 @@ protected:
     }
     static int Message(int epd, int value) {
         return vorl_send(epd, &value, sizeof value, VORL_SEND_BLOCK);
+    }
+    // Its descriptor is that of a socket.
+    static bool HasPort(int epd) {
+        sockaddr_un name{};
+        socklen_t length = sizeof name;
+        return getsockname(epd, reinterpret_cast<sockaddr*>(&name), &length) == 0 &&
+               length > sizeof name.sun_family;
     }
     static int NextMessage(int epd) {
         int value = -1;
@@ -471,6 +480,19 @@ TEST_F(Vorl, EveryWaitEndsWithTheOwnEndpoint) {
     EXPECT_EQ(vorl_close(second), 0);
     receiving.join();
     accepting.join();
+}
+
+// Nobody listens there: the connection is tried again until the endpoint is closed.
+TEST_F(Vorl, ClosingEndsAnAttemptToConnect) {
+    const int epd = vorl_open();
+    std::thread connecting([this, epd] {
+        vorl_portID nobody{0, port_};
+        EXPECT_FAILS(vorl_connect(epd, &nobody), EBADF);
+    });
+    while (!HasPort(epd))  // the first attempt gives it one
+        std::this_thread::yield();
+    EXPECT_EQ(vorl_close(epd), 0);
+    connecting.join();
 }
 
 // Memory is the caller's again as soon as the endpoint is closed, whatever is under way.
