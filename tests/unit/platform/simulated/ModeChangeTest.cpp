@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <atomic>
-#include <chrono>
 #include <stdexcept>
 #include <thread>
 
@@ -22,10 +22,22 @@ protected:
     }
 };
 
+// How often this thread has given up the processor to wait for something.
+long Waits() {
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nvcsw;
+}
+
+// The kernel may let any call wait now and then, but not all of them.
 TEST_F(ModeChange, IsForgottenWhereNobodyListens) {
-    const auto start = std::chrono::steady_clock::now();
-    TellModeChange();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    int withoutWait = 0;
+    for (int call = 0; call < 10; ++call) {
+        const long before = Waits();
+        TellModeChange();
+        withoutWait += Waits() == before ? 1 : 0;
+    }
+    EXPECT_GT(withoutWait, 0);
 }
 
 TEST_F(ModeChange, WaitsUntilTheHostHasFollowed) {
