@@ -18,8 +18,9 @@ inline const bool ownNetwork = unshare(CLONE_NEWNET) == 0;
 
 class CardProgram {
 public:
+    // `variable`, if any, is one more in the program's environment.
     CardProgram(const std::string& name, const std::string& arguments,
-                const std::string& folder = CARD_PROGRAMS) {
+                const std::string& folder = CARD_PROGRAMS, std::string variable = "") {
         int input[2];
         int output[2];
         if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0)
@@ -29,7 +30,10 @@ public:
         const std::string command = "exec '" + folder + name + "' " + arguments;
         std::vector<char*> argv = {const_cast<char*>("sh"), const_cast<char*>("-c"),
                                    const_cast<char*>(command.c_str()), nullptr};
-        std::vector<char*> environment = {const_cast<char*>("ZELSIM_NODE=1"), nullptr};
+        std::vector<char*> environment = {const_cast<char*>("ZELSIM_NODE=1"), variable.data(),
+                                          nullptr};
+        if (variable.empty())
+            environment.erase(environment.begin() + 1);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
@@ -50,8 +54,6 @@ public:
     }
     CardProgram(const CardProgram&) = delete;
     CardProgram& operator=(const CardProgram&) = delete;
-
-    void Stop() const { kill(process_, SIGSTOP); }
 
     void Kill() {
         kill(process_, SIGKILL);

@@ -1,7 +1,7 @@
 // Both halves of each exchange, in two processes, over the library.
 #include <gmock/gmock.h>
 
-#include <atomic>
+#include <csignal>
 #include <filesystem>
 #include <iterator>
 #include <thread>
@@ -60,6 +60,13 @@ protected:
         EXPECT_EQ(AcceptHost(shape), 0U) << shape.Arguments();
         EXPECT_EQ(peer.Await(), 0);
         EXPECT_EQ(peer.Output(), "ZelVorlConnectDMA Test success\n\n");
+    }
+
+    static void ConnectAndClose() {
+        const int epd = vorl_open();
+        vorl_portID host{0, k_VorlPort};
+        EXPECT_EQ(vorl_connect(epd, &host), 0);
+        vorl_close(epd);
     }
 
     static long CountOf(const char* folder) {
@@ -123,35 +130,27 @@ TEST_F(Exchange, AnEndThatLeavesEarlierIsNoticed) {
     EXPECT_EQ(peer.Await(), 0);
 }
 
-// A peer that has stopped shows who still needs whom: a host that ends all the same had all that it
-// needed, and any other must notice the death.
+// The peer dies before each of its calls in turn, up to the first behind its last meeting.
 TEST_F(Exchange, APeerThatDiesIsNoticed) {
-    for (useconds_t delay = 1000; delay < 60000; delay += 3000) {
-        CardProgram peer("vorl_connect_dma_zel_er1x", "256 16 0 0 0");
-        std::atomic<bool> ended{false};
-        bool endedByItself = false;
-        std::thread killer([&] {
-            const auto endsWithin = [&ended](int milliseconds) {
-                for (; milliseconds > 0 && !ended; --milliseconds)
-                    usleep(1000);
-                return ended.load();
-            };
-            usleep(delay);
-            peer.Stop();
-            endedByItself = endsWithin(300);
-            peer.Kill();
-            if (endsWithin(100))
-                return;
-            // It died before it had connected, and the host waits on.
-            const int epd = vorl_open();
-            vorl_portID host{0, k_VorlPort};
-            vorl_connect(epd, &host);
-            vorl_close(epd);
+    constexpr Shape kShape{256, 16, 0, 0};
+    std::string call;
+    for (int number = 1; call != "vorl_recv 6"; ++number) {
+        CardProgram peer("vorl_connect_dma_dying_anywhere", kShape.Arguments(), DYING_PROGRAMS,
+                         "DIES_BEFORE_CALL=" + std::to_string(number));
+        std::thread watcher([&] {
+            ASSERT_EQ(peer.Await(), 128 + SIGKILL);
+            call = peer.Output();
+            // The host waits on for a peer that never came.
+            if (call == "vorl_open 1" || call == "vorl_bind 1" || call == "vorl_connect 1")
+                ConnectAndClose();
         });
-        const bool failed = AcceptHost({256, 16, 0, 0}) != 0;
-        ended = true;
-        killer.join();
-        EXPECT_NE(failed, endedByItself) << delay;
+        const bool failed = AcceptHost(kShape) != 0;
+        watcher.join();
+        ASSERT_FALSE(HasFatalFailure());
+        // With its last word sent the peer may be missed or not.
+        if (call != "vorl_recv 5") {
+            EXPECT_EQ(failed, call != "vorl_recv 6") << call;
+        }
     }
 }
 
