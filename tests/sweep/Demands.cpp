@@ -191,10 +191,6 @@ bool Names(const std::string& demanded, const std::string& what) {
            (demanded.ends_with(' ') && what.starts_with(demanded));
 }
 
-bool IsOneOf(const std::string& caller, const std::string& callers) {
-    return callers.empty() || (" " + callers + " ").find(" " + caller + " ") != std::string::npos;
-}
-
 // Functions that only hand on what others ask for.
 bool HandsOn(std::string_view function) {
     return function.starts_with("std::") || function == "ssMemAlloc" || function == "ssTextAlloc";
@@ -202,9 +198,13 @@ bool HandsOn(std::string_view function) {
 
 }  // namespace
 
-std::string CallerIn(const Outcome& outcome) {
-    const auto caller = std::ranges::find_if_not(outcome.site, HandsOn);
-    return caller == outcome.site.end() ? "" : *caller;
+std::string CallerIn(const std::vector<std::string>& site) {
+    const auto caller = std::ranges::find_if_not(site, HandsOn);
+    return caller == site.end() ? "" : *caller;
+}
+
+bool IsOneOf(const std::string& caller, const std::string& callers) {
+    return callers.empty() || (" " + callers + " ").find(" " + caller + " ") != std::string::npos;
 }
 
 const char* Reason(Fault fault, const Failure& failure, const Outcome& clean,

@@ -2,12 +2,15 @@
 // that the tool starts.
 #include "Inject.h"
 
+#include <dlfcn.h>
 #include <execinfo.h>
 #include <fcntl.h>
 #include <link.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -52,16 +55,84 @@ int TakeExecutable(dl_phdr_info* object, std::size_t /*size*/, void* /*unused*/)
 // The walk over the callers may allocate, which is not the tool's doing.
 thread_local bool walking = false;
 
-void RecordSite() {
-    void* callers[kDepth];
+using Callers = std::array<void*, kDepth>;
+
+// Innermost first; null behind the last.
+Callers WalkCallers() {
+    Callers callers{};
     walking = true;
-    const int depth = backtrace(callers, kDepth);
+    backtrace(callers.data(), kDepth);
     walking = false;
+    return callers;
+}
+
+void TakeSite(const Callers& callers, std::array<std::uint64_t, kDepth>& site) {
     std::size_t count = 0;
-    for (int i = 0; i < depth; ++i) {
-        const auto address = reinterpret_cast<std::uintptr_t>(callers[i]);
+    for (void* const caller : callers) {
+        const auto address = reinterpret_cast<std::uintptr_t>(caller);
         if (executable.Holds(address))
-            run->site[count++] = address - executable.base;
+            site[count++] = address - executable.base;
+    }
+}
+
+void RecordSite() {
+    TakeSite(WalkCallers(), run->site);
+}
+
+// The blocks that are allocated at the moment, and whether there was room to note all of them.
+struct LiveBlock {
+    void* memory;
+    std::size_t bytes;
+    Callers callers;
+};
+constexpr std::size_t kMostLiveBlocks = 4096;
+LiveBlock live[kMostLiveBlocks];
+std::size_t liveBlocks = 0;
+bool noRoom = false;
+std::atomic_flag liveLock = ATOMIC_FLAG_INIT;
+
+class Locked {
+public:
+    Locked() {
+        while (liveLock.test_and_set())
+            sched_yield();
+    }
+    ~Locked() { liveLock.clear(); }
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
+};
+
+bool NotesBlocks() {
+    return run != nullptr && run->at == 0 && !walking;
+}
+
+const char* FileOf(void* address) {
+    Dl_info info{};
+    if (dladdr(address, &info) == 0 || info.dli_fname == nullptr)
+        return "?";
+    const char* const slash = std::strrchr(info.dli_fname, '/');
+    return slash == nullptr ? info.dli_fname : slash + 1;
+}
+
+// The first of the callers that does not only hand on what others ask for.
+const char* AskingLibrary(const Callers& callers) {
+    const char* const own = FileOf(reinterpret_cast<void*>(&AskingLibrary));
+    for (void* const caller : callers) {
+        const char* const file = caller == nullptr ? "?" : FileOf(caller);
+        if (std::strcmp(file, own) != 0 && std::strncmp(file, "libstdc++.", 10) != 0)
+            return file;
+    }
+    return "?";
+}
+
+// A block without a library stands for those that could not be noted.
+void RecordKeptBlocks() {
+    run->keptBlocks = noRoom || liveBlocks > kMostKeptBlocks ? 1 : 0;
+    for (std::size_t i = 0; i < liveBlocks && run->keptBlocks < kMostKeptBlocks; ++i) {
+        KeptBlock& kept = run->kept[run->keptBlocks++];
+        kept.bytes = live[i].bytes;
+        std::strncpy(kept.library, AskingLibrary(live[i].callers), sizeof kept.library - 1);
+        TakeSite(live[i].callers, kept.site);
     }
 }
 
@@ -92,6 +163,7 @@ __attribute__((destructor(101))) void End() {
     if (run == nullptr)
         return;
     run->tidied = 1;
+    RecordKeptBlocks();
     RecordEnd();
 }
 
@@ -124,6 +196,29 @@ bool FailsAllocation(std::size_t bytes) {
     RecordSite();
     run->struck = 1;
     return true;
+}
+
+void NoteAllocation(void* memory, std::size_t bytes) {
+    if (!NotesBlocks())
+        return;
+    const Callers callers = WalkCallers();
+    const Locked locked;
+    if (liveBlocks < kMostLiveBlocks)
+        live[liveBlocks++] = {memory, bytes, callers};
+    else
+        noRoom = true;
+}
+
+void NoteFree(void* memory) {
+    if (!NotesBlocks())
+        return;
+    const Locked locked;
+    for (std::size_t i = liveBlocks; i-- > 0;) {
+        if (live[i].memory == memory) {
+            live[i] = live[--liveBlocks];
+            return;
+        }
+    }
 }
 
 void RecordEnd() {

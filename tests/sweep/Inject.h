@@ -14,6 +14,10 @@ bool Fails(Kind kind, const char* what);
 // The same for memory, which has no other name than its size.
 bool FailsAllocation(std::size_t bytes);
 
+// Notes who asked for a block, in a run in which nothing fails, and forgets it when it is freed.
+void NoteAllocation(void* memory, std::size_t bytes);
+void NoteFree(void* memory);
+
 // What is left as the process ends.
 void RecordEnd();
 

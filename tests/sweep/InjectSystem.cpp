@@ -97,31 +97,39 @@ bool OutOfMemory(std::size_t bytes) {
     return true;
 }
 
-void* CountedBlock(void* memory) {
-    if (memory != nullptr && sweep::Run() != nullptr)
+void* CountedBlock(void* memory, std::size_t bytes) {
+    if (memory != nullptr && sweep::Run() != nullptr) {
         ++sweep::Run()->blocks;
+        sweep::NoteAllocation(memory, bytes);
+    }
     return memory;
 }
 
 }  // namespace
 
 void* malloc(std::size_t bytes) {
-    return OutOfMemory(bytes) ? nullptr : CountedBlock(__libc_malloc(bytes));
+    return OutOfMemory(bytes) ? nullptr : CountedBlock(__libc_malloc(bytes), bytes);
 }
 
 void* calloc(std::size_t count, std::size_t bytes) {
-    return OutOfMemory(count * bytes) ? nullptr : CountedBlock(__libc_calloc(count, bytes));
+    return OutOfMemory(count * bytes) ? nullptr
+                                      : CountedBlock(__libc_calloc(count, bytes), count * bytes);
 }
 
 void* realloc(void* memory, std::size_t bytes) {
     if (OutOfMemory(bytes))
         return nullptr;
+    if (memory == nullptr)
+        return CountedBlock(__libc_realloc(memory, bytes), bytes);
+    // Before another thread can have been given the same place.
+    sweep::NoteFree(memory);
     void* const moved = __libc_realloc(memory, bytes);
-    return memory == nullptr ? CountedBlock(moved) : moved;
+    sweep::NoteAllocation(moved == nullptr ? memory : moved, bytes);
+    return moved;
 }
 
 void* memalign(std::size_t alignment, std::size_t bytes) {
-    return OutOfMemory(bytes) ? nullptr : CountedBlock(__libc_memalign(alignment, bytes));
+    return OutOfMemory(bytes) ? nullptr : CountedBlock(__libc_memalign(alignment, bytes), bytes);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t bytes) {
@@ -137,8 +145,10 @@ int posix_memalign(void** memory, std::size_t alignment, std::size_t bytes) {
 }
 
 void free(void* memory) {
-    if (memory != nullptr && sweep::Run() != nullptr)
+    if (memory != nullptr && sweep::Run() != nullptr) {
         --sweep::Run()->blocks;
+        sweep::NoteFree(memory);
+    }
     __libc_free(memory);
 }
 

@@ -32,6 +32,14 @@ inline constexpr char kVariable[] = "ZELDIAG_SWEEP";
 // How deep the calls are looked at that led to what failed.
 inline constexpr std::size_t kDepth = 48;
 
+// A block of memory that was still allocated at the end.
+struct KeptBlock {
+    std::uint64_t bytes;
+    char library[32];                        // that asked for it: the file's name
+    std::array<std::uint64_t, kDepth> site;  // the tool's functions that led there, as below
+};
+inline constexpr std::size_t kMostKeptBlocks = 256;
+
 struct Injection {
     // Set before the tool starts: which one fails, counted from 1; 0: none.
     Kind kind;
@@ -46,6 +54,9 @@ struct Injection {
     std::array<std::uint64_t, kDepth> site;
     std::atomic<std::uint32_t> tidied;  // the process ended with all its static objects destroyed
     std::atomic<std::int64_t> blocks;   // allocated and not freed
+    // The blocks themselves, of a run in which nothing fails; as many as there is room for.
+    std::uint32_t keptBlocks;
+    std::array<KeptBlock, kMostKeptBlocks> kept;
     std::atomic<std::int32_t> openBefore;  // descriptors, as the process began
     std::atomic<std::int32_t> openAfter;   // the same at its end
     std::atomic<std::uint64_t> slept;      // seconds asked of sleep, by all threads together

@@ -2,6 +2,9 @@
 #include "Judge.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
+#include <limits>
 #include <string_view>
 
 #include "Report.h"
@@ -15,8 +18,22 @@ constexpr int kHighestStatus = 1;
 // The longest that one test waits, in seconds: for an upload, and for a card that does not answer.
 constexpr std::uint64_t kLongestSleep = 36 + 60;
 
-// Blocks that the libraries keep until the process ends.
-constexpr std::int64_t kKeptBlocks = 24;
+// Memory that is kept on purpose until the process ends: who asked for it, for which of the tool's
+// functions, and how many blocks that are at most.
+struct KeptOnPurpose {
+    const char* library;
+    const char* callers;  // the function, behind it those into which the compiler may have taken it
+    int most;
+    const char* what;
+};
+constexpr int kAnyNumber = std::numeric_limits<int>::max();
+constexpr KeptOnPurpose kKeptOnPurpose[] = {
+    {"libSettings.so", "main", kAnyNumber, "the settings, some blocks for each of their lines"},
+    {"libc.so.6", "cmGetSysTimeStr", 3, "the time zone"},
+    {"libc.so.6", "DISPLINES", 1, "the buffer of standard output"},
+    {"libvorl.so", "", 2, "the table of endpoints"},
+    {"ld-linux-x86-64.so.2", "", 5, "threads' own variables: stacks are kept for later threads"},
+};
 
 // The end of the pipe from which the commands read.
 constexpr int kKeptDescriptors = 1;
@@ -24,6 +41,22 @@ constexpr int kKeptDescriptors = 1;
 // What workers have that run on as the process ends: the host's half its endpoint, with a descriptor for
 // waiting, and the other a command's pipe.
 constexpr int kDescriptorsOfWorkers = 3;
+
+// The first block that is not kept on purpose; empty when there is none.
+std::string StrangeBlock(const Outcome& clean) {
+    std::array<int, std::size(kKeptOnPurpose)> found{};
+    for (const Kept& block : clean.kept) {
+        const std::string caller = CallerIn(block.callers);
+        const auto* const known =
+            std::ranges::find_if(kKeptOnPurpose, [&](const KeptOnPurpose& kept) {
+                return block.library == kept.library && IsOneOf(caller, kept.callers);
+            });
+        const auto row = static_cast<size_t>(known - std::begin(kKeptOnPurpose));
+        if (known == std::end(kKeptOnPurpose) || ++found[row] > known->most)
+            return std::to_string(block.bytes) + " bytes of " + block.library + " for " + caller;
+    }
+    return "";
+}
 
 // More than one card's report differs, or a card has none.
 bool SpoilsOtherCards(const Outcome& clean, const Outcome& outcome) {
@@ -70,10 +103,10 @@ std::string WhyNotWhole(const Outcome& clean, size_t cards, size_t tests) {
         if (Times(clean.out, unknown) != 0)
             return "it does not know every version";
     }
-    if (!clean.tidied || clean.blocks > kKeptBlocks || clean.descriptors != kKeptDescriptors ||
-        clean.processes != 0)
+    if (!clean.tidied || clean.descriptors != kKeptDescriptors || clean.processes != 0)
         return "it leaves something behind";
-    return "";
+    const std::string strange = StrangeBlock(clean);
+    return strange.empty() ? "" : "it leaves memory behind: " + strange;
 }
 
 std::vector<Fault> Judge(const Outcome& clean, const Outcome& outcome) {

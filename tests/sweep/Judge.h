@@ -39,8 +39,15 @@ std::string WhyNotWhole(const Outcome& clean, std::size_t cards, std::size_t tes
 // What is wrong with `outcome`; nothing, as it should be.
 std::vector<Fault> Judge(const Outcome& clean, const Outcome& outcome);
 
-// The tool's function in which something failed, past those that only hand on what others ask for.
-std::string CallerIn(const Outcome& outcome);
+// The tool's function in which something happened, past those that only hand on what others ask for.
+// `site` are the functions that led there, innermost first.
+std::string CallerIn(const std::vector<std::string>& site);
+inline std::string CallerIn(const Outcome& outcome) {
+    return CallerIn(outcome.site);
+}
+
+// Whether `caller` is one of the functions named in `callers`, with blanks between them; empty: any.
+bool IsOneOf(const std::string& caller, const std::string& callers);
 
 // Why `fault` is right after all; null when it is not.
 const char* Reason(Fault fault, const Failure& failure, const Outcome& clean,

@@ -56,7 +56,11 @@ Outcome RunOf(const Card& first = {}, const Card& second = {}) {
     outcome.out = TextOf(first) + TextOf(second) + SummaryOf({first, second});
     outcome.struck = true;
     outcome.tidied = true;
-    outcome.blocks = 18;
+    outcome.blocks = 4;
+    outcome.kept = {{96, "libSettings.so", {"main"}},
+                    {64, "libSettings.so", {"main"}},
+                    {20, "libc.so.6", {"cmGetSysTimeStr", "InitUTask", "main"}},
+                    {4096, "libc.so.6", {"DISPLINES", "IFSTDISP", "main"}}};
     outcome.descriptors = 1;
     outcome.modes = {0, 0};
     return outcome;
@@ -110,9 +114,23 @@ TEST(CleanRun, IsNotWholeOtherwise) {
     EXPECT_FALSE(IsWhole(With(RunOf(), [](Outcome& run) { run.status = 1; })));
     EXPECT_FALSE(IsWhole(With(RunOf(), [](Outcome& run) { run.err = "a warning\n"; })));
     EXPECT_FALSE(IsWhole(With(RunOf(), [](Outcome& run) { run.tidied = false; })));
-    EXPECT_FALSE(IsWhole(With(RunOf(), [](Outcome& run) { run.blocks = 100; })));
     EXPECT_FALSE(IsWhole(With(RunOf(), [](Outcome& run) { run.descriptors = 2; })));
     EXPECT_FALSE(IsWhole(With(RunOf(), [](Outcome& run) { run.processes = 1; })));
+}
+
+TEST(CleanRun, KeepsNoBlockThatHasNoName) {
+    const auto isWholeWith = [](const sweep::Kept& block) {
+        return IsWhole(With(RunOf(), [&](Outcome& run) { run.kept.push_back(block); }));
+    };
+    EXPECT_TRUE(isWholeWith({32, "libSettings.so", {"std::string::string", "main"}}));
+    EXPECT_TRUE(isWholeWith({20, "libc.so.6", {"cmGetSysTimeStr", "main"}}));
+    EXPECT_FALSE(isWholeWith({1, "ZelDiag", {"main"}}));
+    EXPECT_FALSE(isWholeWith({8, "ZelDiag", {"cmGetSysTimeStr", "main"}}));
+    EXPECT_FALSE(isWholeWith({8, "libSettings.so", {"TestDeviceId", "main"}}));
+    EXPECT_FALSE(isWholeWith({8, "libc.so.6", {"InitUTask", "main"}}));
+    EXPECT_FALSE(isWholeWith({8, "libZelAccessSDK.so", {"OpenCard"}}));
+    EXPECT_FALSE(isWholeWith({0, "", {}})) << "there were more than can be told";
+    EXPECT_FALSE(isWholeWith({4096, "libc.so.6", {"DISPLINES", "main"}})) << "one more than it has";
 }
 
 TEST(Judge, AcceptsAFailedTestOnEitherCard) {

@@ -110,6 +110,11 @@ void StandInForSecureShell() {
     }
 }
 
+void ShowCallers(const std::string& what, const std::vector<std::string>& callers) {
+    for (const std::string& function : callers)
+        std::cout << (&function == &callers.front() ? "\n" + what + " " : " < ") << function;
+}
+
 void Show(const Outcome& outcome) {
     std::cout << outcome.out << outcome.err;
     std::cout << "failed: " << outcome.what << (outcome.struck ? "" : "(nothing)") << "; signal "
@@ -119,8 +124,10 @@ void Show(const Outcome& outcome) {
               << ", slept " << outcome.slept << " s, modes";
     for (const auto mode : outcome.modes)
         std::cout << " " << mode;
-    for (const std::string& function : outcome.site)
-        std::cout << (&function == &outcome.site.front() ? "\nin " : " < ") << function;
+    ShowCallers("in", outcome.site);
+    for (const sweep::Kept& block : outcome.kept)
+        ShowCallers("kept: " + std::to_string(block.bytes) + " bytes of " + block.library + " for",
+                    block.callers);
     std::cout << "\n";
 }
 

@@ -10,6 +10,13 @@
 
 namespace sweep {
 
+// A block of memory that was still allocated at the end.
+struct Kept {
+    std::uint64_t bytes = 0;
+    std::string library;               // that asked for it; empty: there were more than can be told
+    std::vector<std::string> callers;  // the tool's functions that led there, innermost first
+};
+
 struct Outcome {
     bool hung = false;
     int signal = 0;
@@ -22,6 +29,7 @@ struct Outcome {
     std::vector<std::string> site;     // the tool's functions that led to it, innermost first
     bool tidied = false;               // it ended with all its static objects destroyed
     std::int64_t blocks = 0;           // allocated and not freed at the end
+    std::vector<Kept> kept;            // these, where nothing was made to fail
     int descriptors = 0;               // more open at the end than at the beginning
     int processes = 0;                 // left behind, and not ending by themselves
     std::uint64_t slept = 0;           // seconds that it asked to sleep, all threads together

@@ -134,6 +134,16 @@ Tool::~Tool() {
     close(file_);
 }
 
+std::vector<std::string> Tool::NamesOf(const std::array<std::uint64_t, kDepth>& site) const {
+    std::vector<std::string> names;
+    for (const std::uint64_t address : site) {
+        // The call lies before the address to which it returns.
+        if (address != 0)
+            names.push_back(symbols_.NameAt(address - 1));
+    }
+    return names;
+}
+
 Outcome Tool::Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode) {
     for (simulated::CardState& card : host_->Cards()) {
         if (simulated::HostState::UsageModeOf(card) != mode)
@@ -179,10 +189,10 @@ Outcome Tool::Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode) {
     outcome.blocks = injection_->blocks;
     outcome.descriptors = injection_->openAfter - injection_->openBefore;
     outcome.slept = injection_->slept;
-    for (const std::uint64_t address : injection_->site) {
-        // The call lies before the address to which it returns.
-        if (address != 0)
-            outcome.site.push_back(symbols_.NameAt(address - 1));
+    outcome.site = NamesOf(injection_->site);
+    for (std::size_t i = 0; i < injection_->keptBlocks; ++i) {
+        const KeptBlock& block = injection_->kept[i];
+        outcome.kept.push_back({block.bytes, block.library, NamesOf(block.site)});
     }
     for (const simulated::CardState& card : host_->Cards())
         outcome.modes.push_back(simulated::HostState::UsageModeOf(card));

@@ -1,6 +1,8 @@
 // One run of the tool with something in it that fails.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,6 +27,9 @@ public:
     Outcome Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode);
 
 private:
+    // The tool's functions that hold the addresses.
+    std::vector<std::string> NamesOf(const std::array<std::uint64_t, kDepth>& site) const;
+
     std::vector<std::string> words_;
     std::unique_ptr<simulated::HostState> host_;
     std::string environment_;  // with the name of the file in it
