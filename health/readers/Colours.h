@@ -1,0 +1,19 @@
+// Colours on a terminal.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zelhealth {
+
+// A word in the colour of a verdict, of a test or a card; as it is without colours.
+inline std::string Coloured(const std::string& word, std::string_view verdict, bool colours) {
+    if (!colours) {
+        return word;
+    }
+    const bool good = verdict == "healthy" || verdict == "passed" || verdict == "unsupported";
+    const bool bad = verdict == "failed" || verdict == "timed_out" || verdict == "crashed";
+    return std::string(good ? "\033[32m" : bad ? "\033[31m" : "\033[33m") + word + "\033[0m";
+}
+
+}  // namespace zelhealth

@@ -1,0 +1,220 @@
+#include "readers/LiveView.h"
+
+#include <fmt/format.h>
+#include <sys/ioctl.h>
+
+#include <algorithm>
+
+#include "host/Printable.h"
+#include "readers/Colours.h"
+
+namespace zelhealth {
+
+namespace {
+
+constexpr std::chrono::milliseconds kRedraw{250};
+constexpr std::size_t kWidestBar = 24;
+
+// Besides the bar: "zel12  dma.vdl2h  [" "]  12/16  123 s of 456 s"
+constexpr std::size_t kBesideBar = 46;
+constexpr std::size_t kNarrowestBar = 4;
+
+double Seconds(LiveLines::Clock::duration duration) {
+    return std::chrono::duration<double>(duration).count();
+}
+
+std::string Bar(double part, std::size_t width) {
+    const auto full =
+        static_cast<std::size_t>(std::clamp(part, 0.0, 1.0) * static_cast<double>(width));
+    return "[" + std::string(full, '#') + std::string(width - full, '.') + "]";
+}
+
+// Texts may hold characters of several bytes: counted are those that begin one.
+std::string CutTo(std::string text, std::size_t columns) {
+    std::size_t seen = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool begins = (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U;
+        seen += begins ? 1 : 0;
+        if (seen > columns) {
+            text.resize(i);
+            break;
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+LiveLines::Card& LiveLines::CardOf(const Json& record) {
+    const std::string name = Printable(record.value("card", ""));
+    const auto known = std::find_if(cards_.begin(), cards_.end(),
+                                    [&name](const Card& card) { return card.name == name; });
+    if (known != cards_.end()) {
+        return *known;
+    }
+    cards_.emplace_back();
+    cards_.back().name = name;
+    return cards_.back();
+}
+
+void LiveLines::Read(const Json& record, Clock::time_point now) {
+    const std::string kind = record.value("record", "");
+    if (kind == "card_started") {
+        Card& card = CardOf(record);
+        card.tests = record.value("tests", std::size_t{0});
+        card.expectedSeconds = record.value("expected_seconds", 0.0);
+        card.began = now;
+    } else if (kind == "test_started") {
+        Card& card = CardOf(record);
+        card.test = record.value("group", "") + "." + record.value("test", "");
+        card.testExpected = record.value("expected_seconds", 0.0);
+        card.percent = -1;
+        card.testBegan = now;
+    } else if (kind == "test_progress") {
+        CardOf(record).percent = record.value("percent", -1);
+    } else if (kind == "test_finished") {
+        Card& card = CardOf(record);
+        ++card.done;
+        card.doneSeconds += card.test.empty() ? 0 : card.testExpected;
+        card.test.clear();
+        const std::string verdict = record.value("verdict", "");
+        if (card.trouble.empty() && verdict != "passed" && verdict != "unsupported") {
+            card.trouble = record.value("group", "") + "." + record.value("test", "") + " " +
+                           verdict + ": " + Printable(record.value("reason", ""));
+        }
+    } else if (kind == "card_finished") {
+        Card& card = CardOf(record);
+        card.verdict = record.value("verdict", "");
+        card.seconds = Seconds(now - card.began);
+        const Json reasons = record.value("reasons", Json::array());
+        if (card.trouble.empty() && !reasons.empty()) {
+            card.trouble = Printable(reasons.front().value("text", ""));
+        }
+    }
+}
+
+std::string LiveLines::DrawCard(const Card& card, std::size_t columns, bool colours,
+                                Clock::time_point now) const {
+    if (!card.verdict.empty()) {
+        const std::string line =
+            CutTo(fmt::format("{:<6} {:<9} {}/{}  {:.0f} s  {}", card.name, card.verdict, card.done,
+                              card.tests, card.seconds, card.trouble),
+                  columns);
+        constexpr std::size_t kVerdictBegins = 7;
+        const std::size_t length = card.verdict.size();
+        if (line.size() < kVerdictBegins + length) {
+            return line;
+        }
+        return line.substr(0, kVerdictBegins) +
+               Coloured(line.substr(kVerdictBegins, length), card.verdict, colours) +
+               line.substr(kVerdictBegins + length);
+    }
+    const bool running = !card.test.empty();
+    const double gone = running ? Seconds(now - card.testBegan) : 0;
+    const double part = card.percent >= 0       ? card.percent / 100.0
+                        : card.testExpected > 0 ? std::min(gone / card.testExpected, 0.99)
+                                                : 0;
+    const double all =
+        card.expectedSeconds > 0
+            ? (card.doneSeconds + (running ? part * card.testExpected : 0)) / card.expectedSeconds
+            : 0;
+    const std::size_t room = columns > kBesideBar ? columns - kBesideBar : 0;
+    const std::size_t width = std::min(room, kWidestBar);
+    std::string line = fmt::format("{:<6} {:<9} ", card.name, running ? card.test : "waits");
+    if (width >= kNarrowestBar) {
+        line += Bar(all, width) + " ";
+    }
+    line += fmt::format("{:>2}/{}  {:.0f} s of {:.0f} s", card.done, card.tests,
+                        Seconds(now - card.began), card.expectedSeconds);
+    if (!card.trouble.empty()) {
+        line += "  " + card.trouble;
+    }
+    return CutTo(line, columns);
+}
+
+std::vector<std::string> LiveLines::Draw(std::size_t rows, std::size_t columns, bool colours,
+                                         Clock::time_point now) const {
+    std::vector<std::string> lines;
+    if (rows == 0) {
+        return lines;
+    }
+    const bool all = cards_.size() <= rows;
+    // Where there is no room for all, those that still run are shown.
+    for (const Card& card : cards_) {
+        if (all || (card.verdict.empty() && lines.size() + 1 < rows)) {
+            lines.push_back(DrawCard(card, columns, colours, now));
+        }
+    }
+    if (!all) {
+        const auto done = std::count_if(cards_.begin(), cards_.end(),
+                                        [](const Card& card) { return !card.verdict.empty(); });
+        lines.push_back(
+            CutTo(fmt::format("{} of {} cards are done", done, cards_.size()), columns));
+    }
+    return lines;
+}
+
+TerminalSize SizeOf(std::FILE* terminal) {
+    winsize size{};
+    TerminalSize result;
+    if (ioctl(fileno(terminal), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0) {
+        result.columns = size.ws_col;
+        result.rows = size.ws_row;
+    }
+    return result;
+}
+
+LiveView::LiveView(std::FILE* terminal, bool colours) : terminal_(terminal), colours_(colours) {
+    thread_ = std::thread([this] {
+        std::unique_lock lock(mutex_);
+        while (!closed_.wait_for(lock, kRedraw, [this] { return isClosed_; })) {
+            Draw();
+        }
+        Erase();
+    });
+}
+
+LiveView::~LiveView() {
+    Close();
+}
+
+void LiveView::Read(const Json& record) {
+    const std::lock_guard lock(mutex_);
+    lines_.Read(record, LiveLines::Clock::now());
+}
+
+void LiveView::Close() {
+    {
+        const std::lock_guard lock(mutex_);
+        isClosed_ = true;
+    }
+    closed_.notify_all();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+void LiveView::Erase() {
+    if (drawn_ > 0) {
+        fmt::print(terminal_, "\033[{}A\r\033[J", drawn_);
+        std::fflush(terminal_);
+        drawn_ = 0;
+    }
+}
+
+void LiveView::Draw() {
+    const TerminalSize size = SizeOf(terminal_);
+    // The last column is left free: some terminals begin a new line behind it.
+    const std::vector<std::string> lines =
+        lines_.Draw(size.rows - 1, size.columns - 1, colours_, LiveLines::Clock::now());
+    std::string text = drawn_ > 0 ? fmt::format("\033[{}A\r", drawn_) : "";
+    for (const std::string& line : lines) {
+        text += line + "\033[K\n";
+    }
+    text += "\033[J";
+    std::fwrite(text.data(), 1, text.size(), terminal_);
+    std::fflush(terminal_);
+    drawn_ = lines.size();
+}
+
+}  // namespace zelhealth

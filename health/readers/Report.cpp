@@ -1,0 +1,187 @@
+#include "readers/Report.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "catalogue/Messages.h"
+#include "host/Printable.h"
+#include "readers/Colours.h"
+
+namespace zelhealth {
+
+namespace {
+
+constexpr std::size_t kIndent = 9;
+constexpr std::size_t kNarrowest = 40;
+
+std::string Field(const Json& record, const char* name) {
+    return Printable(record.value(name, ""));
+}
+
+void AddOnce(std::vector<std::string>& list, const std::string& item) {
+    if (std::find(list.begin(), list.end(), item) == list.end()) {
+        list.push_back(item);
+    }
+}
+
+std::string Joined(const std::vector<std::string>& items) {
+    return fmt::format("{}", fmt::join(items, ", "));
+}
+
+// "3 passed, 1 failed"
+std::string Counts(const std::map<std::string, int>& counts) {
+    std::vector<std::string> parts;
+    for (const char* const verdict : {"passed", "failed", "timed_out", "crashed", "setup",
+                                      "skipped", "not_run", "unsupported"}) {
+        if (const auto count = counts.find(verdict); count != counts.end()) {
+            std::string name = verdict;
+            std::replace(name.begin(), name.end(), '_', ' ');
+            parts.push_back(fmt::format("{} {}", count->second, name));
+        }
+    }
+    return Joined(parts);
+}
+
+}  // namespace
+
+std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent) {
+    const std::size_t width = std::max(columns, kNarrowest) - indent;
+    std::string wrapped;
+    std::string_view rest = text;
+    while (rest.size() > width) {
+        std::size_t end = rest.rfind(' ', width);
+        const bool word = end != std::string_view::npos && end > 0;
+        end = word ? end : width;
+        wrapped += std::string(rest.substr(0, end)) + "\n" + std::string(indent, ' ');
+        rest.remove_prefix(end + (word ? 1 : 0));
+    }
+    return wrapped + std::string(rest);
+}
+
+Report::Card& Report::CardOf(const Json& record) {
+    const std::string name = Field(record, "card");
+    const auto card = std::find_if(cards_.begin(), cards_.end(),
+                                   [&name](const Card& known) { return known.name == name; });
+    if (card != cards_.end()) {
+        return *card;
+    }
+    cards_.push_back({name, Field(record, "pcie"), "", {}, 0});
+    return cards_.back();
+}
+
+void Report::Read(const Json& record) {
+    const std::string kind = record.value("record", "");
+    if (kind == "card_started") {
+        CardOf(record);
+    } else if (kind == "test_finished") {
+        AddTest(record);
+    } else if (kind == "card_finished") {
+        CardOf(record).verdict = record.value("verdict", "");
+        AddReasons(record.value("reasons", Json::array()), Field(record, "card"));
+    } else if (kind == "run_note") {
+        AddReasons(record.value("reasons", Json::array()), "");
+    } else if (kind == "run_finished") {
+        finished_ = record;
+    }
+}
+
+void Report::AddTest(const Json& record) {
+    Card& card = CardOf(record);
+    const std::string verdict = record.value("verdict", "");
+    ++card.counts[verdict];
+    card.seconds += record.value("seconds", 0.0);
+    if (verdict == "passed" || verdict == "unsupported") {
+        return;
+    }
+    Trouble trouble;
+    trouble.verdict = verdict;
+    trouble.seen = Field(record, "reason");
+    trouble.note = Field(record, record.contains("waived") ? "waived" : "waiver_expired");
+    trouble.mend = Field(record, "mend");
+    trouble.messages = record.value("messages", std::vector<std::string>());
+    const auto known =
+        std::find_if(troubles_.begin(), troubles_.end(), [&trouble](const Trouble& other) {
+            return other.verdict == trouble.verdict && other.seen == trouble.seen &&
+                   other.note == trouble.note && other.messages == trouble.messages;
+        });
+    Trouble& place = known == troubles_.end() ? troubles_.emplace_back(trouble) : *known;
+    AddOnce(place.cards, card.name);
+    AddOnce(place.tests, Field(record, "group") + "." + Field(record, "test"));
+}
+
+void Report::AddReasons(const Json& reasons, const std::string& card) {
+    for (const Json& reason : reasons) {
+        const std::string text = Field(reason, "text");
+        const bool named = card.empty() || text.find(card) != std::string::npos;
+        AddOnce(notes_, named ? text : card + ": " + text);
+    }
+}
+
+std::string Report::Table(std::size_t columns, bool colours) const {
+    std::string table = fmt::format("{:<6} {:<13} {:<9} {:>8}  {}\n", "card", "PCIe address",
+                                    "verdict", "seconds", "tests");
+    for (const Card& card : cards_) {
+        const std::string verdict = card.verdict.empty() ? "broken off" : card.verdict;
+        const std::string line =
+            fmt::format("{:<6} {:<13} {} {:>8.1f}  ", card.name, card.pcie,
+                        Coloured(fmt::format("{:<9}", verdict), verdict, colours), card.seconds);
+        constexpr std::size_t kBeforeCounts = 41;
+        table += line + Wrap(Counts(card.counts), columns, kBeforeCounts) + "\n";
+    }
+    return table;
+}
+
+std::string Report::TroubleText(const Trouble& trouble, std::size_t columns, bool colours) const {
+    const Advice& advice = Messages::BuiltIn().For(trouble.messages, trouble.verdict);
+    std::string name = trouble.verdict;
+    std::replace(name.begin(), name.end(), '_', ' ');
+    std::string text =
+        "\n" +
+        Wrap(fmt::format("{}  {}  ", Joined(trouble.cards), Joined(trouble.tests)), columns, 0) +
+        Coloured(name, trouble.verdict, colours) + "\n";
+    const auto add = [&text, columns](const char* label, const std::string& what) {
+        if (!what.empty()) {
+            text += fmt::format("  {:<6} {}\n", label, Wrap(what, columns, kIndent));
+        }
+    };
+    add("seen", trouble.seen);
+    add("waiver", trouble.note);
+    add("means", advice.means);
+    add("next", trouble.mend.empty() ? advice.next : trouble.mend);
+    return text;
+}
+
+std::string Report::Close() const {
+    std::map<std::string, int> verdicts;
+    for (const Card& card : cards_) {
+        ++verdicts[card.verdict.empty() ? "broken off" : card.verdict];
+    }
+    std::vector<std::string> parts;
+    for (const auto& [verdict, count] : verdicts) {
+        parts.push_back(fmt::format("{} {}", count, verdict));
+    }
+    const std::string cards = parts.empty() ? "no cards" : Joined(parts);
+    if (finished_.is_null()) {
+        return fmt::format("\n{}; the run was broken off\n", cards);
+    }
+    return fmt::format("\n{}; {:.1f} seconds; exit status {}\n", cards,
+                       finished_.value("seconds", 0.0), finished_.value("status", 3));
+}
+
+std::string Report::Text(std::size_t columns, bool colours) const {
+    std::string text;
+    if (!cards_.empty()) {
+        text += Table(columns, colours);
+    }
+    for (const Trouble& trouble : troubles_) {
+        text += TroubleText(trouble, columns, colours);
+    }
+    text += notes_.empty() ? "" : "\n";
+    for (const std::string& note : notes_) {
+        text += Wrap(note, columns, 2) + "\n";
+    }
+    return text + Close();
+}
+
+}  // namespace zelhealth

@@ -1,0 +1,56 @@
+// The end of a run for people: a table of the cards, and for each failure what was seen, what it means and
+// what to do next. What several cards or tests say alike is said once.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "record/Record.h"
+
+namespace zelhealth {
+
+class Report : public RecordReader {
+public:
+    void Read(const Json& record) override;
+
+    // For so many columns; with colours where these are wanted.
+    std::string Text(std::size_t columns, bool colours) const;
+
+private:
+    struct Card {
+        std::string name;
+        std::string pcie;
+        std::string verdict;  // empty while it runs
+        std::map<std::string, int> counts;
+        double seconds = 0;
+    };
+
+    // What is not as it should be: tests of one verdict and reason.
+    struct Trouble {
+        std::string verdict;
+        std::string seen;
+        std::string note;  // of a waiver
+        std::string mend;
+        std::vector<std::string> messages;
+        std::vector<std::string> cards;
+        std::vector<std::string> tests;
+    };
+
+    Card& CardOf(const Json& record);
+    void AddTest(const Json& record);
+    void AddReasons(const Json& reasons, const std::string& card);
+    std::string Table(std::size_t columns, bool colours) const;
+    std::string TroubleText(const Trouble& trouble, std::size_t columns, bool colours) const;
+    std::string Close() const;
+
+    std::vector<Card> cards_;
+    std::vector<Trouble> troubles_;
+    std::vector<std::string> notes_;
+    Json finished_;
+};
+
+// Text broken into lines of so many columns at most, with that many blanks in front of all but the first.
+std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent);
+
+}  // namespace zelhealth
