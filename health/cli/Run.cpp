@@ -1,0 +1,238 @@
+// zelhealth run and zelhealth check: the tests of a plan, for people and for monitors.
+#include "cli/Run.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include "cli/Host.h"
+#include "readers/Lines.h"
+#include "readers/LiveView.h"
+#include "readers/Outcome.h"
+#include "readers/PluginLine.h"
+#include "readers/Report.h"
+#include "record/Stream.h"
+#include "schedule/Run.h"
+
+namespace zelhealth {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+struct Options {
+    std::string plan = "standard";
+    std::vector<std::string> cards;
+    int jobs = 0;
+    std::string output;
+    double deadline = 0;
+    int repeat = 1;
+    double wait = 0;
+    double maxAge = 0;
+    bool quiet = false;
+    std::string tool;
+};
+
+// Whatever is wrong with the question itself: nothing has been started.
+class Unanswerable : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+milliseconds Milliseconds(double seconds) {
+    return std::chrono::ceil<milliseconds>(std::chrono::duration<double>(seconds));
+}
+
+void AddShared(CLI::App& command, Options& options) {
+    constexpr double kLongest = 30.0 * 24 * 3600;
+    command
+        .add_option("--cards", options.cards,
+                    "These cards only: zel0, or a PCIe address; several with commas")
+        ->delimiter(',')
+        ->type_name("CARD");
+    command.add_option("--jobs", options.jobs, "Cards at once; without it all")
+        ->check(CLI::Range(1, 256))
+        ->type_name("N");
+    command
+        .add_option("--output", options.output,
+                    "Write the stream of records there; - is standard output")
+        ->type_name("FILE");
+    command.add_option("--deadline", options.deadline, "End the run after that many seconds")
+        ->check(CLI::Range(0.1, kLongest))
+        ->type_name("SECONDS");
+    command
+        .add_option(
+            "--wait", options.wait,
+            "Wait that long for what others hold: a card, a port, a tool that somebody started")
+        ->check(CLI::Range(0.0, kLongest))
+        ->type_name("SECONDS");
+    command
+        .add_option("--tool", options.tool, "The tool; without it the ZelDiag beside this program")
+        ->type_name("PATH");
+}
+
+RunSettings Settings(const Options& options, const CLI::App& app) {
+    RunSettings settings;
+    try {
+        settings.plan = LoadPlan(options.plan);
+        settings.folders = Folders::FromEnvironment();
+        settings.configuration =
+            Configuration::Load(settings.folders.configuration / "zelhealth.toml");
+        settings.waivers = Waivers::Load(settings.folders.configuration / "waivers.toml");
+    } catch (const std::runtime_error& error) {
+        throw Unanswerable(error.what());
+    }
+    settings.tool = options.tool.empty() ? ProgramFolder() + "/ZelDiag" : options.tool;
+    if (access(settings.tool.c_str(), X_OK) != 0) {
+        throw Unanswerable(settings.tool + ": there is no such program; --tool names the tool");
+    }
+    settings.cards = options.cards;
+    settings.jobs = options.jobs;
+    settings.repeat = options.repeat;
+    settings.patience = Milliseconds(options.wait);
+    if (options.deadline > 0) {
+        settings.deadline = Milliseconds(options.deadline);
+    }
+    settings.command = {"zelhealth", app.get_name()};
+    return settings;
+}
+
+std::unique_ptr<Stream> OpenStream(const Options& options) {
+    if (options.output.empty()) {
+        return nullptr;
+    }
+    try {
+        return std::make_unique<Stream>(options.output);
+    } catch (const std::runtime_error& error) {
+        throw Unanswerable(error.what());
+    }
+}
+
+bool WantsColours(std::FILE* out) {
+    const char* const no = std::getenv("NO_COLOR");
+    return isatty(fileno(out)) != 0 && (no == nullptr || *no == '\0');
+}
+
+bool IsTerminal(std::FILE* out) {
+    const char* const kind = std::getenv("TERM");
+    return isatty(fileno(out)) != 0 && kind != nullptr && std::string_view(kind) != "dumb";
+}
+
+// Runs with the readers that the stream is to have too, and gives the status.
+int RunWith(const Options& options, const CLI::App& app, std::vector<RecordReader*> readers,
+            const std::function<void()>& finished) {
+    const RunSettings settings = Settings(options, app);
+    const std::unique_ptr<Stream> stream = OpenStream(options);
+    if (stream) {
+        readers.insert(readers.begin(), stream.get());
+    }
+    Outcome outcome;
+    readers.insert(readers.begin(), &outcome);
+    const auto failed = [&stream] { return stream && stream->Error(); };
+    Status status = RunPlan(settings, outcome, readers, Interrupted(), failed);
+    finished();
+    if (stream) {
+        stream->Close();
+        if (stream->Error()) {
+            Complain(*stream->Error());
+            status = Worse(status, Status::unknown);
+        }
+    }
+    return static_cast<int>(status);
+}
+
+int Run(const Options& options, const CLI::App& app) {
+    // Where the stream goes to standard output, nothing else may.
+    std::FILE* const out = options.output == "-" ? stderr : stdout;
+    const bool colours = WantsColours(out);
+    Report report;
+    Lines lines(out);
+    std::unique_ptr<LiveView> view;
+    std::vector<RecordReader*> readers = {&report};
+    if (!options.quiet && IsTerminal(out)) {
+        view = std::make_unique<LiveView>(out, colours);
+        readers.push_back(view.get());
+    } else if (!options.quiet) {
+        readers.push_back(&lines);
+    }
+    bool written = true;
+    int status = RunWith(options, app, readers, [&] {
+        if (view) {
+            view->Close();
+        }
+        const std::size_t columns = isatty(fileno(out)) != 0 ? SizeOf(out).columns : 80;
+        const std::string text = report.Text(columns, colours);
+        const std::string space = view || options.quiet ? "" : "\n";
+        fmt::print(out, "{}{}", space, text);
+        written = std::fflush(out) == 0 && std::ferror(out) == 0;
+    });
+    if (!written) {
+        Complain("what was found could not be written");
+        status = Worse(static_cast<ExitStatus>(status), kUnknown);
+    }
+    return status;
+}
+
+int Check(const Options& options, const CLI::App& app) {
+    PluginLine line;
+    const std::vector<RecordReader*> readers = {&line};
+    std::FILE* const out = options.output == "-" ? stderr : stdout;
+    bool written = true;
+    const int status = RunWith(options, app, readers, [&] {
+        fmt::print(out, "{}\n", line.Text());
+        written = std::fflush(out) == 0;
+    });
+    return written ? status : Worse(static_cast<ExitStatus>(status), kUnknown);
+}
+
+int Answer(const std::function<int()>& command) {
+    if (!HasRootRights()) {
+        return kUnknown;
+    }
+    // Whoever reads what is written may go.
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return command();
+    } catch (const Unanswerable& error) {
+        Complain(error.what());
+        return kUnknown;
+    }
+}
+
+}  // namespace
+
+void DeclareRun(CLI::App& app, int& status) {
+    CLI::App* const command = app.add_subcommand("run", "Test the cards of this host");
+    const auto options = std::make_shared<Options>();
+    command->add_option("--plan", options->plan, "prolog, check, standard, thorough, or a file")
+        ->type_name("PLAN")
+        ->capture_default_str();
+    AddShared(*command, *options);
+    command->add_option("--repeat", options->repeat, "Do the whole plan that often")
+        ->check(CLI::Range(1, 100000))
+        ->type_name("N");
+    command->add_flag("--quiet", options->quiet, "Print the closing report only");
+    command->callback(
+        [options, command, &status] { status = Answer([&] { return Run(*options, *command); }); });
+}
+
+void DeclareCheck(CLI::App& app, int& status) {
+    CLI::App* const command = app.add_subcommand(
+        "check", "Look at the cards, and answer as a monitoring plugin: one line");
+    const auto options = std::make_shared<Options>();
+    options->plan = "check";
+    AddShared(*command, *options);
+    command->callback([options, command, &status] {
+        status = Answer([&] { return Check(*options, *command); });
+    });
+}
+
+}  // namespace zelhealth

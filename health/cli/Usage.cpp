@@ -1,0 +1,88 @@
+#include "cli/Usage.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <numeric>
+
+#include "host/Printable.h"
+
+namespace zelhealth {
+
+namespace {
+
+// Longer words are like no other.
+constexpr std::size_t kLongestWord = 40;
+
+// How many letters have to be put in, taken out or changed.
+std::size_t Distance(const std::string& one, const std::string& other) {
+    std::array<std::size_t, kLongestWord + 1> row{};
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 1; i <= one.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i);
+        for (std::size_t j = 1; j <= other.size(); ++j) {
+            const std::size_t changed = diagonal + (one[i - 1] == other[j - 1] ? 0 : 1);
+            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, changed}));
+        }
+    }
+    return row[other.size()];
+}
+
+// The command that was reached: options that it does not know are its own.
+const CLI::App* Deepest(const CLI::App* app) {
+    const std::vector<CLI::App*> given = app->get_subcommands();
+    return given.empty() ? app : Deepest(given.front());
+}
+
+std::vector<std::string> WordsOf(const CLI::App* app) {
+    std::vector<std::string> words;
+    for (const CLI::Option* const option : app->get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            words.push_back("--" + name);
+        }
+    }
+    for (const CLI::App* const command : app->get_subcommands(nullptr)) {
+        words.push_back(command->get_name());
+    }
+    return words;
+}
+
+std::string FullName(const CLI::App* app) {
+    const CLI::App* const parent = app->get_parent();
+    return parent == nullptr ? app->get_name() : FullName(parent) + " " + app->get_name();
+}
+
+}  // namespace
+
+std::string Likely(const std::string& word, const std::vector<std::string>& known) {
+    std::string best;
+    std::size_t least = word.size() / 3 + 1;
+    for (const std::string& candidate : known) {
+        if (std::max(word.size(), candidate.size()) > kLongestWord) {
+            continue;
+        }
+        const std::size_t distance = Distance(word, candidate);
+        if (distance < least) {
+            least = distance;
+            best = candidate;
+        }
+    }
+    return best;
+}
+
+std::string UsageError(const CLI::App* app, const CLI::Error& error) {
+    const CLI::App* const command = Deepest(app);
+    const std::string help = fmt::format("{} --help tells", FullName(command));
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        const std::vector<std::string> unknown = command->remaining(true);
+        const std::string word = unknown.empty() ? "" : unknown.front();
+        const std::string likely = Likely(word, WordsOf(command));
+        return Printable(fmt::format("{} does not know {}; ", FullName(command), word)) +
+               (likely.empty() ? help : "did you mean " + likely + "?") + "\n";
+    }
+    return Printable(fmt::format("{}: {}; {}", FullName(command), error.what(), help)) + "\n";
+}
+
+}  // namespace zelhealth

@@ -1,0 +1,344 @@
+#include "schedule/Run.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <semaphore>
+#include <thread>
+
+#include "host/Processes.h"
+#include "host/Tools.h"
+#include "schedule/CardRun.h"
+#include "schedule/Host.h"
+
+namespace zelhealth {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr char kVersion[] = ZELHEALTH_VERSION;
+constexpr char kCardsFolder[] = "/sys/class/zel";
+constexpr int kLookMilliseconds = 200;
+
+// Ends a run when somebody wishes so, or its time is over.
+class Watch {
+public:
+    Watch(const Stop& wish, std::optional<milliseconds> deadline)
+        : wish_(wish), deadline_(deadline), thread_([this] { Wait(); }) {}
+    ~Watch() {
+        done_.Request();
+        thread_.join();
+    }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    const Stop& Ending() const { return stop_; }
+    const Stop& AtOnce() const { return now_; }
+
+    std::string Why() const {
+        return timeIsOver_
+                   ? fmt::format("the run's deadline of {} seconds is over",
+                                 std::chrono::ceil<std::chrono::seconds>(*deadline_).count())
+                   : "interrupted";
+    }
+
+private:
+    int MillisecondsLeft(Clock::time_point begin) const {
+        constexpr milliseconds kLongest{24L * 3600 * 1000};
+        if (!deadline_ || stop_.Requested()) {
+            return -1;
+        }
+        const auto left = std::chrono::ceil<milliseconds>(begin + *deadline_ - Clock::now());
+        return static_cast<int>(std::clamp(left, milliseconds(0), kLongest).count());
+    }
+
+    void Wait() {
+        const Clock::time_point begin = Clock::now();
+        while (!done_.Requested() && !now_.Requested()) {
+            const Stop* const stronger = wish_.Stronger();
+            pollfd events[] = {{done_.Event(), POLLIN, 0},
+                               {stop_.Requested() ? -1 : wish_.Event(), POLLIN, 0},
+                               {stronger == nullptr ? -1 : stronger->Event(), POLLIN, 0}};
+            poll(events, 3, MillisecondsLeft(begin));
+            if (events[2].revents != 0) {
+                now_.Request();
+            } else if (events[1].revents != 0) {
+                stop_.Request();
+            } else if (MillisecondsLeft(begin) == 0) {
+                timeIsOver_ = true;
+                stop_.Request();
+            }
+        }
+    }
+
+    const Stop& wish_;
+    std::optional<milliseconds> deadline_;
+    std::atomic<bool> timeIsOver_{false};
+    Stop done_;
+    Stop now_;
+    Stop stop_{&now_};
+    std::thread thread_;
+};
+
+// Names of the cards that the driver knows.
+std::vector<std::string> DriversCards() {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(kCardsFolder, error)) {
+        const std::string name = entry.path().filename();
+        const bool isCard = name.starts_with("zel") && name.size() > 3 && name.size() < 8 &&
+                            name.find_first_not_of("0123456789", 3) == std::string::npos;
+        if (isCard) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+int NumberOf(const std::string& card) {
+    return std::atoi(card.c_str() + 3);
+}
+
+class Run {
+public:
+    Run(const RunSettings& settings, Outcome& outcome, const std::vector<RecordReader*>& readers,
+        const Stop& wish)
+        : settings_(settings),
+          outcome_(outcome),
+          recorder_(readers),
+          watch_(wish, settings.deadline ? settings.deadline : settings.plan.deadline),
+          access_(ProgramFolder() + "/zelcard", kCardAnswerSeconds),
+          locks_(settings.folders.run),
+          wedged_(settings.folders.run / "wedged"),
+          preflight_(Places(settings)),
+          modes_(access_, settings.folders) {}
+
+    Status Do(const std::function<bool()>& streamFailed) {
+        const Clock::time_point begin = Clock::now();
+        // What earlier runs have left comes first: cards are where they were found before they are looked
+        // at.
+        const std::vector<Restoration> restored = Recover();
+        const CardList list = ListCards(access_, watch_.Ending());
+        const std::vector<RunCard> cards = Choose(list);
+        WriteStarted(list, cards);
+        WriteRestored(restored);
+        if (ToolIsFree()) {
+            RunCards(cards);
+        }
+        if (watch_.Ending().Requested()) {
+            Note("stopped", watch_.Why(), 3);
+        }
+        if (streamFailed()) {
+            outcome_.Add(Status::unknown);
+        }
+        WriteFinished(std::chrono::duration<double>(Clock::now() - begin).count());
+        return outcome_.Get();
+    }
+
+private:
+    static PreflightPlaces Places(const RunSettings& settings) {
+        PreflightPlaces places;
+        places.tool = settings.tool;
+        return places;
+    }
+
+    std::vector<Restoration> Recover() { return modes_.Recover(watch_.AtOnce()); }
+
+    void Note(const std::string& reason, const std::string& text, int status) {
+        recorder_.Write(
+            {{"record", "run_note"},
+             {"reasons",
+              Json::array({{{"reason", reason}, {"text", Bounded(text)}, {"status", status}}})}});
+    }
+
+    void WriteRestored(const std::vector<Restoration>& restored) {
+        for (const Restoration& card : restored) {
+            const bool bad = card.end == Restoration::End::notRestored;
+            Note("restored", card.text, bad ? 2 : 0);
+        }
+    }
+
+    // --- which cards
+
+    bool IsAsked(const std::string& card, const std::string& pcie) const {
+        const auto& asked = settings_.cards;
+        return asked.empty() || std::find(asked.begin(), asked.end(), card) != asked.end() ||
+               (!pcie.empty() && std::find(asked.begin(), asked.end(), pcie) != asked.end());
+    }
+
+    static bool Holds(const std::vector<RunCard>& cards, const std::string& name) {
+        return std::any_of(cards.begin(), cards.end(), [&name](const RunCard& card) {
+            return card.entry.card == name || card.entry.pcie == name;
+        });
+    }
+
+    static RunCard Missing(const std::string& name) {
+        RunCard card;
+        card.entry.card = name;
+        card.entry.facts = nlohmann::json::object();
+        card.present = false;
+        return card;
+    }
+
+    // Those of the library, those that only the driver knows, and those that are asked for.
+    std::vector<RunCard> Choose(const CardList& list) const {
+        std::vector<RunCard> cards;
+        for (const CardList::Entry& entry : list.cards) {
+            if (IsAsked(entry.card, entry.pcie)) {
+                cards.push_back({entry, true, ""});
+            }
+        }
+        for (const std::string& name : DriversCards()) {
+            const bool known =
+                std::any_of(list.cards.begin(), list.cards.end(),
+                            [&name](const auto& entry) { return entry.card == name; });
+            if (!known && IsAsked(name, "")) {
+                cards.push_back(Missing(name));
+            }
+        }
+        for (const std::string& name : settings_.cards) {
+            if (!Holds(cards, name)) {
+                cards.push_back(Missing(name));
+            }
+        }
+        for (const WedgedNote& note : wedged_.Living()) {
+            for (RunCard& card : cards) {
+                card.wedged = card.entry.card == note.card ? note.Text() : card.wedged;
+            }
+        }
+        std::stable_sort(cards.begin(), cards.end(), [](const RunCard& a, const RunCard& b) {
+            return NumberOf(a.entry.card) < NumberOf(b.entry.card);
+        });
+        return cards;
+    }
+
+    static Json NamesOf(const std::vector<RunCard>& cards, bool presentOnly) {
+        Json names = Json::array();
+        for (const RunCard& card : cards) {
+            if (card.present || !presentOnly) {
+                names.push_back(Bounded(card.entry.card));
+            }
+        }
+        return names;
+    }
+
+    void WriteStarted(const CardList& list, const std::vector<RunCard>& cards) {
+        recorder_.Write({{"record", "run_started"},
+                         {"versions", {{"zelhealth", kVersion}}},
+                         {"plan", settings_.plan.name},
+                         {"command", BoundedLines(settings_.command, 100)},
+                         {"found", NamesOf(cards, true)},
+                         {"expected", NamesOf(cards, false)}});
+        using Kind = CardReply::Kind;
+        const Kind kind = list.enumeration.kind;
+        if (kind == Kind::setup || kind == Kind::broken) {
+            Note("setup", "the cards cannot be listed: " + list.enumeration.error, 3);
+        } else if (kind == Kind::refused || kind == Kind::silent) {
+            Note("no_access", "no access to any card: " + list.enumeration.error, 2);
+        } else if (kind == Kind::answered && cards.empty()) {
+            Note("no_cards", "this host has no card", 2);
+        }
+        for (const WedgedNote& note : wedged_.Living()) {
+            resources_.HoldForGood(note.resources, note.Text());
+            Note("wedged", note.Text(), 1);
+        }
+    }
+
+    // --- the tests
+
+    // A tool that somebody else has started would be in the way, and we in its.
+    bool ToolIsFree() {
+        const Clock::time_point until = Clock::now() + settings_.patience;
+        while (true) {
+            const std::vector<ToolRun> others =
+                FindForeignTools(std::filesystem::path(settings_.tool).filename());
+            if (others.empty()) {
+                return true;
+            }
+            if (Clock::now() >= until) {
+                Note("foreign",
+                     others.front().Text() +
+                         " is running, which zelhealth did not start; "
+                         "--wait waits for its end",
+                     3);
+                return false;
+            }
+            if (watch_.Ending().WaitFor(kLookMilliseconds)) {
+                return false;
+            }
+        }
+    }
+
+    void RunCards(const std::vector<RunCard>& cards) {
+        RunHost host{settings_.tool,
+                     settings_.plan,
+                     settings_.repeat,
+                     cards.size(),
+                     settings_.patience,
+                     recorder_,
+                     locks_,
+                     wedged_,
+                     preflight_,
+                     modes_,
+                     access_,
+                     settings_.waivers,
+                     settings_.configuration,
+                     resources_,
+                     watch_.Ending(),
+                     watch_.AtOnce(),
+                     [this] { return watch_.Why(); }};
+        const std::size_t jobs =
+            settings_.jobs > 0 ? static_cast<std::size_t>(settings_.jobs) : cards.size();
+        std::atomic<std::size_t> next{0};
+        std::vector<std::thread> threads;
+        for (std::size_t i = 0; i < std::min(jobs, cards.size()); ++i) {
+            threads.emplace_back([&host, &cards, &next] {
+                for (std::size_t card = next++; card < cards.size(); card = next++) {
+                    CardRun(host, cards[card]).Run();
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+
+    void WriteFinished(double seconds) {
+        Json counts = Json::object();
+        for (const auto& [verdict, count] : outcome_.Counts()) {
+            counts[verdict] = count;
+        }
+        const Status status = outcome_.Get();
+        recorder_.Write({{"record", "run_finished"},
+                         {"verdict", VerdictOf(status)},
+                         {"status", static_cast<int>(status)},
+                         {"counts", counts},
+                         {"seconds", seconds}});
+    }
+
+    const RunSettings& settings_;
+    Outcome& outcome_;
+    Recorder recorder_;
+    Watch watch_;
+    ZelCard access_;
+    Locks locks_;
+    WedgedNotes wedged_;
+    Preflight preflight_;
+    ModeKeeper modes_;
+    Resources resources_;
+};
+
+}  // namespace
+
+Status RunPlan(const RunSettings& settings, Outcome& outcome,
+               const std::vector<RecordReader*>& readers, const Stop& stop,
+               const std::function<bool()>& streamFailed) {
+    return Run(settings, outcome, readers, stop).Do(streamFailed);
+}
+
+}  // namespace zelhealth
