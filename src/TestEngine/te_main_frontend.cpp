@@ -216,9 +216,9 @@ void ifstPrintUsage(const ifstGroupFrontEnd& frontEnd, const char* title, const 
     const ifstDisplayState displaying;
     IFSTDISP("%s", title);
     IFSTDISP("%s", groupLine);
-    IFSTDISP("\n");
     if (note != nullptr)
         IFSTDISP("%s", note);
+    IFSTDISP("\n");
     IFSTDISP("Available Test(s): <Test ID>\n");
     ifstPrintTestList(frontEnd);
     IFSTDISP("\nNotes:\n");

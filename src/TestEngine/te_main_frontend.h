@@ -81,7 +81,7 @@ struct ifstGroupFunctions {
 // The usage's lines "        -short or -long : description", one a test.
 void ifstPrintTestList(const ifstGroupFrontEnd& frontEnd);
 
-// The usage that all groups but Memory have. `note` is printed behind the group's line; or null.
+// The usage that all groups but Memory have. `note` follows the group's line at once; or null.
 void ifstPrintUsage(const ifstGroupFrontEnd& frontEnd, const char* title, const char* groupLine,
                     const char* note);
 

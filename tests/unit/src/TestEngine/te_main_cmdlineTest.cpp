@@ -266,8 +266,8 @@ TEST_F(CommandLine, PrintsAGroupsHelpAndSelectsNothing) {
 TEST_F(CommandLine, PrintsTheHelpOfEveryGroupNamedSoFar) {
     EXPECT_EQ(Parse("-smc -core -gnt -help"), 0);
     EXPECT_EQ(out_.rfind("ZelDiag -CoreDiag -GetNumThreads\n| or ZelDiag -cd -gec\n", 0), 0U);
-    EXPECT_NE(out_.find("Test Group: SMC\n\nNote: This test group is only available on Ostrel(R) "
-                        "Vimbra(TM) Coprocessors.\n\nAvailable Test(s): <Test ID>\n"),
+    EXPECT_NE(out_.find("Test Group: SMC\nNote: This test group is only available on Ostrel(R) "
+                        "Vimbra(TM) Coprocessors.\n\n\nAvailable Test(s): <Test ID>\n"),
               std::string::npos);
 }
 
