@@ -186,14 +186,14 @@ I16 ifstConfigureForNormalMode(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* 
     if (zelAccess == nullptr && frontEnd.cfgName != nullptr)
         ifstPrint("*** %s : zelAccess is NULL in %s [%d] ***\n", group->name, frontEnd.cfgName,
                   group->state);
-    const bool normal = zelAccess != nullptr && zelAccess->checknSetNormalMode();
-    if (normal && zelAccess->m_accessHandle != nullptr) {
-        group->state = IFST_GROUP_RUNNING;
+    group->state = IFST_GROUP_IDLE;
+    // Without a handle the mode cannot be asked for.
+    if (zelAccess != nullptr && zelAccess->m_accessHandle == nullptr) {
+        TE::SUMMARY_INSTANCE.LogError("Internal Error; NULL Handle");
         return 0;
     }
-    group->state = IFST_GROUP_IDLE;
-    if (normal) {
-        TE::SUMMARY_INSTANCE.LogError("Internal Error; NULL Handle");
+    if (zelAccess != nullptr && zelAccess->checknSetNormalMode()) {
+        group->state = IFST_GROUP_RUNNING;
         return 0;
     }
     ifstPrint(" *** %s :%s ***\n\n", group->name, frontEnd.notNormalText);

@@ -5,11 +5,12 @@
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "TestEngine/te_summary.h"
 
-// How many errors the summary holds.
-inline std::size_t CountSummaryErrors() {
+// The error lines that the summary holds.
+inline std::vector<std::string> SummaryErrors() {
     std::string name = "x";
     std::string option = "-summary";
     char* argv[] = {name.data(), option.data(), nullptr};
@@ -20,12 +21,17 @@ inline std::size_t CountSummaryErrors() {
     std::streambuf* const before = std::cout.rdbuf(text.rdbuf());
     copy.SendSummaryToConsole();
     std::cout.rdbuf(before);
-    const std::string summary = text.str();
-    std::size_t count = 0;
-    for (std::size_t at = summary.find("\n  "); at != std::string::npos;
-         at = summary.find("\n  ", at + 1))
-        ++count;
-    return count;
+    std::istringstream summary(text.str());
+    std::vector<std::string> errors;
+    for (std::string line; std::getline(summary, line);) {
+        if (line.starts_with("  "))
+            errors.push_back(line);
+    }
+    return errors;
+}
+
+inline std::size_t CountSummaryErrors() {
+    return SummaryErrors().size();
 }
 
 // Stands in for standard error, and counts the errors of the summary when the verdict is written.
