@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <sstream>
+#include <algorithm>
+#include <exception>
+#include <string_view>
 
 #include "CommonException.h"
 #include "CommonTool/ShellExecuter.h"
+#include "SI/cm_stub1.h"
 
 namespace {
 
@@ -47,22 +49,38 @@ std::string QueryPackageManager() {
     return output;
 }
 
+// The word of this number, from 0; empty where the text has fewer.
+std::string_view Word(std::string_view text, int number) {
+    constexpr std::string_view kBlanks = " \t\n\v\f\r";
+    for (;; --number) {
+        text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+        const std::string_view word = text.substr(0, text.find_first_of(kBlanks));
+        if (number == 0 || text.empty())
+            return word;
+        text.remove_prefix(word.size());
+    }
+}
+
 }  // namespace
 
+// A stream of the C++ library would throw where there is no memory for its buffer.
 bool Utils::FileExists(const std::string& path) {
-    const std::ifstream file(path);
-    return file.is_open();
+    FILE* const file = cmOpenFile(path.c_str(), "r");
+    if (file == nullptr)
+        return false;
+    cmCloseFile(file);
+    return true;
 }
 
 std::string Utils::GetHOSKVersion() {
-    std::string name;
-    std::string colon;
     std::string version;
     try {
         // "Version     : 3.1.2      Vendor: ..."
-        std::istringstream(QueryPackageManager()) >> name >> colon >> version;
-    } catch (const CommonException&) {
-        // Absence is the answer.
+        version = Word(QueryPackageManager(), 2);
+    } catch (const std::exception&) {
+        // Absence is the answer, also where there is no memory for the query.
     }
-    return version.empty() ? "NotAvailable" : version;
+    if (version.empty())
+        version = "NotAvailable";
+    return version;
 }

@@ -1,4 +1,4 @@
-// Small queries of the host. They report absence, never an error.
+// Small queries of the host. They report absence, never an error, and do not throw.
 #pragma once
 
 #include <string>

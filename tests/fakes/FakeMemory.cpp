@@ -6,6 +6,7 @@
 #include <malloc.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <new>
 
 namespace fakes {
@@ -98,9 +99,22 @@ void* aligned_alloc(size_t alignment, size_t bytes) {
 }  // extern "C"
 // NOLINTEND(readability-inconsistent-declaration-parameter-name, bugprone-reserved-identifier)
 
+void* operator new[](size_t bytes) {
+    void* const memory = fakes::Memory().ArrayFails() ? nullptr : __real_malloc(bytes);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, size_t) noexcept {
+    std::free(memory);
+}
+
 void* operator new[](size_t bytes, const std::nothrow_t&) noexcept {
-    if (fakes::Memory().ArrayFails())
-        return nullptr;
     try {
         return ::operator new[](bytes);
     } catch (const std::bad_alloc&) {

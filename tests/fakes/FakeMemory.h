@@ -14,7 +14,7 @@ public:
     // posix_memalign or aligned_alloc fails with `error` once, after `skip` more calls that succeed.
     void FailAligned(int error, unsigned skip = 0);
 
-    // The next `new (std::nothrow) T[n]` returns null.
+    // The next `new T[n]` throws std::bad_alloc, the next `new (std::nothrow) T[n]` returns null.
     void FailArray();
 
     void Reset();

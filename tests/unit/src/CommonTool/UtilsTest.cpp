@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <new>
 #include <string>
 
 #include "Fixture.h"
@@ -54,6 +55,20 @@ TEST_F(HostQuery, DoesNotLookAtTheStatus) {
 TEST_F(HostQuery, IsNotAvailableWithoutAShell) {
     fakes::Shell().Refuse(kQuery);
     EXPECT_EQ(Utils::GetHOSKVersion(), "NotAvailable");
+}
+
+TEST_F(HostQuery, IsNotAvailableWithoutMemory) {
+    fakes::Shell().OnCommand(
+        [](const std::string&) -> fakes::ShellAnswer { throw std::bad_alloc(); });
+    std::string version;
+    EXPECT_NO_THROW(version = Utils::GetHOSKVersion());
+    EXPECT_EQ(version, "NotAvailable");
+}
+
+TEST_F(HostQuery, FindsFilesWithoutMemoryForAStream) {
+    fakes::Memory().FailArray();
+    EXPECT_NO_THROW(EXPECT_TRUE(Utils::FileExists("/dev/null")));
+    fakes::Memory().Reset();
 }
 
 TEST_F(HostQuery, IsSilentWhileItAsks) {
