@@ -1,6 +1,10 @@
 // Common helpers for files, characters and time.
 #include "SI/cm_stub1.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <ctime>
 
 #include "SI/cm_stub0.h"
@@ -32,6 +36,22 @@ FILE* cmOpenFile(const char* path, const char* mode) {
 
 int cmCloseFile(FILE* file) {
     return std::fclose(file);
+}
+
+FILE* cmOpenRegularFile(const char* path) {
+    const int found = open(path, O_PATH | O_CLOEXEC);
+    if (found < 0)
+        return nullptr;
+    struct stat status {};
+    FILE* file = nullptr;
+    if (fstat(found, &status) == 0 && S_ISREG(status.st_mode)) {
+        // What was looked at, whatever its name leads to by now.
+        char name[32];
+        std::snprintf(name, sizeof(name), "/proc/self/fd/%d", found);
+        file = cmOpenFile(name, "r");
+    }
+    close(found);
+    return file;
 }
 
 int cmGetSChar(FILE* file) {

@@ -27,6 +27,10 @@ extern const char cmStrDOW[7][3];
 FILE* cmOpenFile(const char* path, const char* mode);
 int cmCloseFile(FILE* file);
 
+// Opens a regular file for reading; null for anything else, which is not opened: a FIFO would wait for
+// a writer, and what a device gives may have no end.
+FILE* cmOpenRegularFile(const char* path);
+
 // Reads one character, EOF at the end; writes one to standard output.
 int cmGetSChar(FILE* file);
 int cmPutSChar(int character);

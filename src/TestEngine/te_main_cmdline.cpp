@@ -66,9 +66,9 @@ private:
 };
 
 File OpenHelpText() {
-    File file(cmOpenFile("/etc/hosk/te_doc.t", "r"));
+    File file(cmOpenRegularFile("/etc/hosk/te_doc.t"));
     if (!file)
-        file.reset(cmOpenFile((ShellExecuter::GetAppDirAccessPath() + "/te_doc.t").c_str(), "r"));
+        file.reset(cmOpenRegularFile((ShellExecuter::GetAppDirAccessPath() + "/te_doc.t").c_str()));
     return file;
 }
 

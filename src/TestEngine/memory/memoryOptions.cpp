@@ -64,10 +64,10 @@ bool TakeChannels(const char* value) {
     return true;
 }
 
-// What is no number names a file, which must open. The name is recorded as far as there is room;
+// What is no number names a regular file, which must open. The name is recorded as far as there is room;
 // no test reads the file.
 bool TakePatternFile(const char* name) {
-    FILE* file = cmOpenFile(name, "r");
+    FILE* file = cmOpenRegularFile(name);
     if (file == nullptr)
         return false;
     cmCloseFile(file);

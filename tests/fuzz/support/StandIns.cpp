@@ -29,11 +29,11 @@ extern "C" {
     throw fuzz::ProcessEnd{status};
 }
 
-// cmOpenFile(const char*, const char*)
-FILE* __wrap__Z10cmOpenFilePKcS0_(const char* path, const char* mode) {
+// cmOpenRegularFile(const char*)
+FILE* __wrap__Z17cmOpenRegularFilePKc(const char* path) {
     if (!fuzz::IsReadable(path))
         return nullptr;
-    return fmemopen(const_cast<char*>(fuzz::kFileText), sizeof(fuzz::kFileText) - 1, mode);
+    return fmemopen(const_cast<char*>(fuzz::kFileText), sizeof(fuzz::kFileText) - 1, "r");
 }
 
 uid_t __wrap_geteuid() {

@@ -11,7 +11,7 @@ struct ProcessEnd {
 // Whether geteuid answers root, as it does at first, or another user.
 void BeRoot(bool root);
 
-// Whether cmOpenFile opens this file; it opens no other, whatever the host has. Each reads as
+// Whether cmOpenRegularFile opens this file; it opens no other, whatever the host has. Each reads as
 // `kFileText`.
 bool IsReadable(const char* path);
 

@@ -1,8 +1,14 @@
 // Files, characters and time.
 #include "SI/cm_stub1.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <string>
 
 #include "Fixture.h"
 
@@ -69,6 +75,27 @@ TEST(Files, ReadCharacters) {
     EXPECT_EQ(cmGetSChar(file), EOF);
     EXPECT_EQ(cmCloseFile(file), 0);
     EXPECT_EQ(cmOpenFile("/nonexistent", "r"), nullptr);
+}
+
+// Each of the others would keep a reader for ever: by waiting for a writer, or without an end.
+TEST(Files, OnlyRegularOnesAreOpened) {
+    const auto folder =
+        std::filesystem::temp_directory_path() / ("zeldiag-files-" + std::to_string(getpid()));
+    ASSERT_TRUE(std::filesystem::create_directory(folder));
+    std::ofstream(folder / "regular") << "x";
+    std::filesystem::create_symlink("regular", folder / "link");
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", folder / "endless");
+    for (const char* const name : {"regular", "link"}) {
+        FILE* const file = cmOpenRegularFile((folder / name).c_str());
+        ASSERT_NE(file, nullptr) << name;
+        EXPECT_EQ(cmGetSChar(file), 'x') << name;
+        EXPECT_EQ(cmGetSChar(file), EOF) << name;
+        EXPECT_EQ(cmCloseFile(file), 0) << name;
+    }
+    for (const char* const name : {"fifo", "endless", ".", "missing"})
+        EXPECT_EQ(cmOpenRegularFile((folder / name).c_str()), nullptr) << name;
+    std::filesystem::remove_all(folder);
 }
 
 TEST(Files, WriteCharacters) {

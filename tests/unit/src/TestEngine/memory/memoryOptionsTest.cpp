@@ -1,5 +1,6 @@
 // The memory options: which words are taken, and what each sets.
 #include <sys/fsuid.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -120,6 +121,16 @@ TEST_F(MemoryOptions, RefusesAPatternFileThatCannotBeRead) {
     setfsuid(static_cast<uid_t>(before));
     std::filesystem::remove(path);
     EXPECT_EQ(taken, 0);
+    EXPECT_STREQ(m_memoryCb.fileName, "");
+}
+
+TEST_F(MemoryOptions, RefusesAPatternFileThatIsNoRegularFile) {
+    const auto fifo = std::filesystem::temp_directory_path() / ("zp" + std::to_string(getpid()));
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(Take("-dp=" + fifo.string()), 0);
+    std::filesystem::remove(fifo);
+    EXPECT_EQ(Take("-dp=/dev/zero"), 0);
+    EXPECT_EQ(Take("-dp=/tmp"), 0);
     EXPECT_STREQ(m_memoryCb.fileName, "");
 }
 
