@@ -17,6 +17,8 @@ struct Pass {
     U64 length;
 };
 
+// The length of an older card's pass wraps around where there is nothing to test; such a pass fits no
+// memory.
 Pass LowPass(bool current, U64 start, U64 memoryBytes) {
     if (current)
         return {0, std::min(memoryBytes, k_LowPassBytes)};

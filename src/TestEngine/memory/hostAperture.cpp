@@ -2,6 +2,7 @@
 #include "TestEngine/memory/hostAperture.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "CommonTool/Trace.h"
 #include "TestEngine/memory/memoryProgress.h"
@@ -176,13 +177,15 @@ bool ReadMemorySize(HANDLE handle, U64& bytes) {
     return false;
 }
 
+// An end that no number can show is shown as the highest one, which no memory reaches.
 bool FitsMemory(U64 start, U64 length, U64 memoryBytes) {
     if (start <= memoryBytes && length <= memoryBytes - start)
         return true;
+    constexpr U64 kHighest = std::numeric_limits<U64>::max();
     ZEL_TRACE(DLVL_ERROR,
               "test range 0x%lx is greater than available memory on Ostrel(R) Vimbra(TM) "
               "Coprocessor 0x%lx \n",
-              start + length, memoryBytes);
+              length > kHighest - start ? kHighest : start + length, memoryBytes);
     Log("Test range if greater than available memory");
     return false;
 }
@@ -217,7 +220,7 @@ int hostApertureMemTest(unsigned long start, unsigned long length, unsigned int 
     const bool firstLine = !showTotals || start != k_HighPassStart;
     const U64 address = FirstAddress(start);
     if (!zelAccess->IsCurrentDeviceEMR())
-        memoryBytes -= k_OlderBytesHeldBack;
+        memoryBytes -= std::min(memoryBytes, k_OlderBytesHeldBack);
     if (showTotals && firstLine)
         ShowTotal(memoryBytes);
     // Judged from the start that was asked for, even where testing begins higher.

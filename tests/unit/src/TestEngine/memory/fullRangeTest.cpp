@@ -100,6 +100,40 @@ TEST_F(FullRange, AnOlderCardLosesWhatTheStartIsBelow1MB) {
     EXPECT_EQ(TakeErrors(), Texts{"MemDiag.Some: Test range if greater than available memory"});
 }
 
+// Nothing lies between 1 MB and 64 bytes below the top.
+TEST_F(FullRange, RefusesAnOlderCardThatIsTooSmall) {
+    struct Size {
+        U64 bytes;
+        const char* end;
+        const char* available;
+    };
+    for (const auto& [bytes, end, available] :
+         {Size{kMiB, "0xffffffffffffffff", "0xfffc0"},
+          Size{0x80000, "0xffffffffffffffff", "0x7ffc0"}, Size{64, "0xffffffffffffffff", "0x0"},
+          Size{63, "0xffffffffffffffff", "0x0"}, Size{0, "0xffffffffffffffc0", "0x0"}}) {
+        fakes::Trace().Reset();
+        OpenCard(fakes::Card::OlderGeneration());
+        Card().memoryBytes = bytes;
+        modeSet = false;
+        EXPECT_EQ(Run(), 0) << bytes;
+        EXPECT_THAT(out, testing::HasSubstr(std::string("\nTotal memory available on the "
+                                                        "Coprocessor: ") +
+                                            available + " (0GB 0MB)\n"));
+        EXPECT_EQ(ErrorTraces(), Texts{std::string("test range ") + end +
+                                       " is greater than available memory on Ostrel(R) Vimbra(TM) "
+                                       "Coprocessor " +
+                                       available + " \n"});
+    }
+    EXPECT_FALSE(TouchedMemory());
+}
+
+TEST_F(FullRange, AnOlderCardThatHasNothingBetweenPassesUntested) {
+    OpenCard(fakes::Card::OlderGeneration());
+    Card().memoryBytes = kMiB + 64;
+    EXPECT_EQ(Run(), 1);
+    EXPECT_FALSE(TouchedMemory());
+}
+
 TEST_F(FullRange, AStartFrom1MBOnLeavesNothingToTestOnAnOlderCard) {
     OpenCard(fakes::Card::OlderGeneration());
     EXPECT_EQ(Run(kMiB), 0);

@@ -225,7 +225,27 @@ TEST_F(Aperture, RefusesRangesThatLeaveTheMemory) {
     EXPECT_EQ(ErrorTraces(), Texts{"test range 0x100001 is greater than available memory on "
                                    "Ostrel(R) Vimbra(TM) Coprocessor 0x100000 \n"});
     EXPECT_EQ(TakeErrors(), Texts{"MemDiag.Some: Test range if greater than available memory"});
-    EXPECT_EQ(Run(~U64{0} - 0xFF, 0x200), 0) << "the end wraps around";
+}
+
+// An end beyond 2^64 shows as the highest number, and not as the low one that it would wrap to.
+TEST_F(Aperture, RefusesRangesWhoseEndNoNumberShows) {
+    Card().memoryBytes = kMiB;
+    struct Range {
+        U64 start, length;
+        const char* end;
+    };
+    for (const auto& [start, length, end] : {Range{~U64{0} - 0xFF, 0xFF, "0xffffffffffffffff"},
+                                             Range{~U64{0} - 0xFF, 0x100, "0xffffffffffffffff"},
+                                             Range{~U64{0} - 0xFF, 0x200, "0xffffffffffffffff"},
+                                             Range{kMiB, ~U64{0} - 0xFFF, "0xffffffffffffffff"},
+                                             Range{~U64{0} - 0xFFF, 0x100, "0xfffffffffffff100"}}) {
+        fakes::Trace().Reset();
+        EXPECT_EQ(Run(start, length, 1), 0) << end;
+        EXPECT_EQ(ErrorTraces(), Texts{std::string("test range ") + end +
+                                       " is greater than available memory on Ostrel(R) Vimbra(TM) "
+                                       "Coprocessor 0x100000 \n"});
+    }
+    EXPECT_FALSE(TouchedMemory());
 }
 
 // The older generation.
