@@ -17,6 +17,7 @@ namespace {
 constexpr off_t kFirstOffset = 0x80000000;
 constexpr U8 kWritten = 0xAD;
 constexpr U8 kReply = 0xAC;
+constexpr int kNoEndpoint = 1000;  // what an accept that fails leaves, which means nothing
 
 std::string Hex(off_t value) {
     char text[24];
@@ -58,9 +59,17 @@ void FakeVorl::Spoil(unsigned buffer, size_t word, U32 value) {
     spoiled_[{buffer, word}] = value;
 }
 
-void FakeVorl::BlockAccept() {
+void FakeVorl::Block(Place place) {
     const std::lock_guard lock(blockLock_);
-    blocked_ = true;
+    blocked_ = place;
+}
+
+void FakeVorl::BlockAccept() {
+    Block(Place::Accepting);
+}
+
+void FakeVorl::BlockAccepted() {
+    Block(Place::Accepted);
 }
 
 void FakeVorl::AwaitBlocked() {
@@ -70,7 +79,7 @@ void FakeVorl::AwaitBlocked() {
 
 void FakeVorl::Unblock() {
     const std::lock_guard lock(blockLock_);
-    blocked_ = false;
+    blocked_ = Place::Nowhere;
     unblocked_.notify_all();
 }
 
@@ -91,10 +100,10 @@ private:
 }  // namespace
 
 // Asynchronous cancellation would leave the lock held; here the thread waits as the library does.
-void FakeVorl::WaitWhileBlocked() {
+void FakeVorl::WaitWhileBlocked(Place place) {
     {
         const std::lock_guard lock(blockLock_);
-        if (!blocked_)
+        if (blocked_ != place)
             return;
     }
     int type = PTHREAD_CANCEL_DEFERRED;
@@ -103,7 +112,7 @@ void FakeVorl::WaitWhileBlocked() {
         std::unique_lock lock(blockLock_);
         const Waiting waiting(waiting_);
         unblocked_.notify_all();
-        unblocked_.wait(lock, [this] { return !blocked_; });
+        unblocked_.wait(lock, [this] { return blocked_ == Place::Nowhere; });
     }
     pthread_setcanceltype(type, nullptr);
 }
@@ -222,13 +231,16 @@ struct VorlCalls {
     }
 
     static int Accept(int epd, vorl_portID* peer, int* newepd, int flags) {
-        Vorl().WaitWhileBlocked();
+        Vorl().WaitWhileBlocked(FakeVorl::Place::Accepting);
         int result = 0;
         if (Ends("vorl_accept", epd,
-                 List({std::to_string(epd), Text(*peer), std::to_string(flags)}), &result))
+                 List({std::to_string(epd), Text(*peer), std::to_string(flags)}), &result)) {
+            *newepd = kNoEndpoint;
             return result;
+        }
         *newepd = Vorl().OpenEndpoint();
         *peer = {1, 1024};
+        Vorl().WaitWhileBlocked(FakeVorl::Place::Accepted);
         return 0;
     }
 

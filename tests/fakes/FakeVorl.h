@@ -36,6 +36,8 @@ public:
     // vorl_accept waits until the test lets it go on, or until its thread is cancelled. With
     // `AwaitBlocked` the test waits for a thread to be there.
     void BlockAccept();
+    // The same where it has given the new endpoint and is about to return.
+    void BlockAccepted();
     void AwaitBlocked();
     void Unblock();
 
@@ -72,7 +74,9 @@ private:
     bool CheckOpen(int epd, const std::string& name);
     int OpenEndpoint();
     void Bring(const Window& window, unsigned index, U8 byte);
-    void WaitWhileBlocked();
+    enum class Place { Nowhere, Accepting, Accepted };
+    void Block(Place place);
+    void WaitWhileBlocked(Place place);
 
     std::mutex lock_;
     std::map<std::string, Failure> failures_;
@@ -87,7 +91,7 @@ private:
     // Not part of what Reset begins anew, but for the flags: a thread may still wait here.
     std::mutex blockLock_;
     std::condition_variable unblocked_;
-    bool blocked_ = false;
+    Place blocked_ = Place::Nowhere;
     unsigned waiting_ = 0;
 };
 

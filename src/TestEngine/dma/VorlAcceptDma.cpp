@@ -56,14 +56,13 @@ private:
     // EAGAIN counts as a connection; the registration on the endpoint that is none then fails.
     bool Accept(U32* threadAcceptState) {
         vorl_portID peer{1, k_VorlPort};
-        int epd = -1;
-        const int status = VorlWait(cancelState_, vorl_accept, listening_.Get(), &peer, &epd,
-                                    static_cast<int>(VORL_ACCEPT_SYNC));
-        if (status >= 0) {
-            connected_ = VorlEndpoint(epd);
-        } else if (errno != EAGAIN) {
-            ifstPrint("vorl_accept failed with errno %d\n", errno);
-            return Fail("'vorl_accept' failed");
+        if (VorlWait(cancelState_, vorl_accept, listening_.Get(), &peer, connected_.Receive(),
+                     static_cast<int>(VORL_ACCEPT_SYNC)) < 0) {
+            connected_.Forget();
+            if (errno != EAGAIN) {
+                ifstPrint("vorl_accept failed with errno %d\n", errno);
+                return Fail("'vorl_accept' failed");
+            }
         }
         *threadAcceptState = kAccepted;
         return true;

@@ -57,6 +57,16 @@ public:
     ~VorlEndpoint() { Close(); }
 
     int Get() const { return epd_; }
+
+    // Where a library operation leaves the endpoint that it opens, which is owned from that moment on.
+    int* Receive() {
+        Close();
+        return &epd_;
+    }
+
+    // Forgets what an operation that failed may have left.
+    void Forget() { epd_ = -1; }
+
     bool IsValid() const { return epd_ >= 0; }
     void Close();
 

@@ -205,6 +205,18 @@ TEST_F(VorlAcceptDma, IsCancelledWhereItWaitsAndReleasesWhatItHolds) {
     EXPECT_THAT(fakes::Vorl().OpenEndpoints(), IsEmpty());
 }
 
+// The library has opened the endpoint and has not returned yet.
+TEST_F(VorlAcceptDma, IsCancelledInAnAcceptAndClosesTheEndpointThatItWasGiven) {
+    fakes::Vorl().BlockAccepted();
+    const CancellableHalf half(&state_);
+    fakes::Vorl().AwaitBlocked();
+    EXPECT_EQ(fakes::Vorl().OpenEndpoints(), (std::set<int>{3, 4}));
+    half.Cancel();
+    EXPECT_EQ(half.Join(), PTHREAD_CANCELED);
+    EXPECT_EQ(state_, kPreset);
+    EXPECT_THAT(fakes::Vorl().OpenEndpoints(), IsEmpty());
+}
+
 // A data log that keeps its writer until the test lets it go on.
 struct SlowLog {
     Door reached;
