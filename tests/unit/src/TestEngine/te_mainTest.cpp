@@ -184,7 +184,7 @@ TEST_F(Run, RunsEverythingAgainOnTheNextCard) {
     EXPECT_EQ(Count("ZEL Card Numbers with Errors: 0\n"), 1U);
 }
 
-TEST_F(Run, ParsesAgainBeforeSkippedCardsToo) {
+TEST_F(Run, RunsTheChosenCardAlone) {
     Cards(3);
     EXPECT_EQ(Tool("-devicelist 2 -core -gec -gnt"), 0);
     EXPECT_EQ(Count("Running Coprocessor Diagnostics on device 3 of 3 (zel2 on"), 1U);
@@ -193,7 +193,7 @@ TEST_F(Run, ParsesAgainBeforeSkippedCardsToo) {
 }
 
 // What the command line names must still be there then.
-TEST_F(Run, ParsesAgainBeforeSkippedCardsThatNothingFollows) {
+TEST_F(Run, ParsesAgainBeforeSkippedCardsToo) {
     const std::string pattern =
         std::filesystem::temp_directory_path() / ("skipped-cards-" + std::to_string(getpid()));
     std::ofstream(pattern) << "pattern";
