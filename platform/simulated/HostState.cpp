@@ -13,22 +13,11 @@
 #include <type_traits>
 
 #include "Descriptor.h"
+#include "FleetValues.h"
 #include "HostClock.h"
 #include "ModeChange.h"
 
 namespace simulated {
-
-// The file: this, then the lists. A range here counts elements behind a byte offset.
-struct HostState::Header {
-    U64 magic;
-    U64 bytes;  // of the whole file
-    Range cards;
-    Range hostFaults;
-    Range cardFaults;
-    Range memoryFaults;
-    Range dmaFaults;
-    Range sbox;
-};
 
 namespace {
 
@@ -128,11 +117,27 @@ std::optional<Mishap> FindMishap(std::span<FaultState> faults, std::string_view 
     return found;
 }
 
-}  // namespace
-
-const HostState::Header& HostState::Head() const {
-    return *static_cast<const Header*>(memory_);
+// Whether a card's part of a list lies in it.
+bool Holds(const Range& list, const Range& part) {
+    return U64{part.first} + part.count <= list.count;
 }
+
+// In a file a flag may be anything.
+bool IsFlag(const bool& flag) {
+    U8 byte = 0;
+    std::memcpy(&byte, &flag, sizeof(byte));
+    return byte <= 1;
+}
+
+bool IsSound(const FaultState& fault) {
+    return fault.call.HasEnd() && fault.delay <= kMaxMilliseconds && IsFlag(fault.block);
+}
+
+bool IsSoundLine(const DmaFault& fault) {
+    return fault.word <= kLastDmaWord && fault.bit < 32 && IsFlag(fault.toCard);
+}
+
+}  // namespace
 
 template <typename Element>
 std::span<Element> HostState::Elements(const Range& bytes) const {
@@ -164,14 +169,15 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
 
     const Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     // Programs of other users see the cards too, and their usage.
-    if (file.Get() < 0 || fchmod(file.Get(), 0666) != 0 ||
+    if (file.Get() < 0 || fchmod(file.Get(), 0644) != 0 ||
         ftruncate(file.Get(), static_cast<off_t>(layout.End())) != 0)
         Throw(path);
     void* memory = mmap(nullptr, layout.End(), PROT_READ | PROT_WRITE, MAP_SHARED, file.Get(), 0);
     if (memory == MAP_FAILED)
         Throw(path);
-    const HostState state(memory, layout.End());
+    HostState state(memory, layout.End());
     std::memcpy(memory, &header, sizeof(header));
+    state.head_ = header;
 
     const auto hostFaultStates = state.Elements<FaultState>(header.hostFaults);
     for (std::size_t i = 0; i < fleet.faults.size(); ++i)
@@ -199,20 +205,78 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
     }
 }
 
-std::unique_ptr<HostState> HostState::Open(const std::string& path) {
-    const Descriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
+std::unique_ptr<HostState> HostState::Open(const std::string& path, Access access) {
+    const bool change = access == Access::Change;
+    // Nothing that is no regular file is waited for.
+    const Descriptor file(
+        open(path.c_str(), (change ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (!file.IsOpen() && (errno == ENOENT || errno == ENOTDIR))
+        return nullptr;
     struct stat status {};
-    if (file.Get() < 0 || fstat(file.Get(), &status) != 0)
-        return nullptr;
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
+        throw HostStateError(path, std::strerror(errno), errno);
     const auto bytes = static_cast<std::size_t>(status.st_size);
-    if (bytes < sizeof(Header))
-        return nullptr;
-    void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.Get(), 0);
+    if (!S_ISREG(status.st_mode) || bytes < sizeof(Header))
+        throw HostStateError(path, "it is damaged: no state of a host", EIO);
+    void* memory = mmap(nullptr, bytes, change ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED,
+                        file.Get(), 0);
     if (memory == MAP_FAILED)
-        return nullptr;
+        throw HostStateError(path, std::strerror(errno), errno);
     std::unique_ptr<HostState> state(new HostState(memory, bytes));
-    const bool whole = state->Head().magic == kMagic && state->Head().bytes == bytes;
-    return whole ? std::move(state) : nullptr;
+    std::memcpy(&state->head_, memory, sizeof(Header));
+    const std::string damage = state->Damage();
+    if (!damage.empty())
+        throw HostStateError(path, "it is damaged: " + damage, EIO);
+    return state;
+}
+
+template <typename Element>
+bool HostState::IsInside(const Range& list) const {
+    return list.first >= sizeof(Header) && list.first % alignof(Element) == 0 &&
+           list.first + U64{list.count} * sizeof(Element) <= bytes_;
+}
+
+std::string HostState::Damage() const {
+    if (head_.magic != kMagic)
+        return "no state of a host";
+    if (head_.bytes != bytes_)
+        return "it is not as long as it says";
+    if (!IsInside<CardState>(head_.cards) || !IsInside<FaultState>(head_.hostFaults) ||
+        !IsInside<FaultState>(head_.cardFaults) || !IsInside<MemoryFault>(head_.memoryFaults) ||
+        !IsInside<DmaFault>(head_.dmaFaults) || !IsInside<SboxValue>(head_.sbox))
+        return "a list lies outside of it";
+    if (head_.cards.count > kMaxCards)
+        return "it has more cards than a host";
+    for (const Range& list : {head_.hostFaults, head_.cardFaults}) {
+        const auto faults = Elements<const FaultState>(list);
+        if (!std::all_of(faults.begin(), faults.end(), IsSound))
+            return "a call's fault is invalid";
+    }
+    const auto lines = Elements<const DmaFault>(head_.dmaFaults);
+    if (!std::all_of(lines.begin(), lines.end(), IsSoundLine))
+        return "a data line's fault is invalid";
+    for (const CardState& card : Cards()) {
+        if (const std::string damage = DamageOf(card); !damage.empty())
+            return damage;
+    }
+    return "";
+}
+
+std::string HostState::DamageOf(const CardState& card) const {
+    if (!Holds(head_.cardFaults, card.faults) || !Holds(head_.memoryFaults, card.memoryFaults) ||
+        !Holds(head_.dmaFaults, card.dmaFaults) || !Holds(head_.sbox, card.sbox))
+        return "a card's list lies outside of the cards'";
+    if (!card.name.HasEnd() || !card.flashVersion.HasEnd() || !card.postCode.HasEnd() ||
+        !card.memoryVendor.HasEnd() || !card.memoryType.HasEnd())
+        return "a card's text has no end";
+    if (card.memoryBytes > kMaxMemoryBytes || card.modeChange > kMaxMilliseconds ||
+        !IsFlag(card.hangOnKill))
+        return "a card is invalid";
+    const auto cells = MemoryFaults(card);
+    const bool sound = std::all_of(cells.begin(), cells.end(), [&card](const MemoryFault& fault) {
+        return fault.address < card.memoryBytes && fault.bit < 8;
+    });
+    return sound ? "" : "a cell's fault is invalid";
 }
 
 HostState::~HostState() {
@@ -220,21 +284,21 @@ HostState::~HostState() {
 }
 
 std::span<CardState> HostState::Cards() const {
-    return Elements<CardState>(Head().cards);
+    return Elements<CardState>(head_.cards);
 }
 
 std::span<const MemoryFault> HostState::MemoryFaults(const CardState& card) const {
-    return Elements<const MemoryFault>(Head().memoryFaults)
+    return Elements<const MemoryFault>(head_.memoryFaults)
         .subspan(card.memoryFaults.first, card.memoryFaults.count);
 }
 
 std::span<const DmaFault> HostState::DmaFaults(const CardState& card) const {
-    return Elements<const DmaFault>(Head().dmaFaults)
+    return Elements<const DmaFault>(head_.dmaFaults)
         .subspan(card.dmaFaults.first, card.dmaFaults.count);
 }
 
 std::span<const SboxValue> HostState::Sbox(const CardState& card) const {
-    return Elements<const SboxValue>(Head().sbox).subspan(card.sbox.first, card.sbox.count);
+    return Elements<const SboxValue>(head_.sbox).subspan(card.sbox.first, card.sbox.count);
 }
 
 ZEL_CARD_USAGE_MODE HostState::UsageModeOf(const CardState& card) {
@@ -263,12 +327,12 @@ void HostState::AwaitUsageMode(const CardState& card) {
 }
 
 std::optional<Mishap> HostState::FindHostMishap(std::string_view call) const {
-    return FindMishap(Elements<FaultState>(Head().hostFaults), call);
+    return FindMishap(Elements<FaultState>(head_.hostFaults), call);
 }
 
 std::optional<Mishap> HostState::FindCardMishap(const CardState& card,
                                                 std::string_view call) const {
-    const auto faults = Elements<FaultState>(Head().cardFaults);
+    const auto faults = Elements<FaultState>(head_.cardFaults);
     auto mishap = FindMishap(faults.subspan(card.faults.first, card.faults.count), call);
     if (mishap)
         mishap->unending = mishap->blocks && card.hangOnKill;

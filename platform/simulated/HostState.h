@@ -4,6 +4,10 @@
 // The state is one file on the host, mapped by every program that asks the simulated libraries: a
 // second command sees what the first one did. What changes is atomic; everything else is written
 // once, before the first program starts.
+//
+// Only root may write it, every user may look. What it holds is checked when it is mapped, so that
+// no offset leads out of it; only root could spoil it afterwards, or cut it off under those who have
+// it mapped, which ends them with SIGBUS.
 #pragma once
 
 #include <array>
@@ -11,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -28,6 +33,7 @@ template <std::size_t Size>
 struct FixedText {
     std::array<char, Size> text;
     std::string_view View() const { return text.data(); }
+    bool HasEnd() const { return text.back() == '\0'; }
 };
 
 struct FaultState {
@@ -86,13 +92,30 @@ inline bool IsReachable(const CardState& card, ZEL_CARD_USAGE_MODE mode) {
     return card.ssh != SshState::Down && mode == ZEL_USAGE_MODE_NORMAL;
 }
 
+// Why a state cannot be had although there is one: "FILE: reason".
+class HostStateError : public std::runtime_error {
+public:
+    HostStateError(const std::string& path, const std::string& reason, int error)
+        : std::runtime_error(path + ": " + reason), error_(error) {}
+
+    int Error() const { return error_; }  // as an errno value
+
+private:
+    int error_;
+};
+
 class HostState {
 public:
+    // To look is all that users other than root may do: neither calls nor modes can be changed then.
+    enum class Access { Change, Look };
+
     // Writes the state of a new host. Throws std::system_error.
     static void Create(const std::string& path, const Fleet& fleet);
 
-    // Maps a host's state; null when there is none, as on a machine that is no simulated host.
-    static std::unique_ptr<HostState> Open(const std::string& path = kStateFile);
+    // Maps a host's state; null when there is none, as on a machine that is no simulated host. Throws
+    // HostStateError.
+    static std::unique_ptr<HostState> Open(const std::string& path = kStateFile,
+                                           Access access = Access::Change);
 
     ~HostState();
     HostState(const HostState&) = delete;
@@ -123,16 +146,32 @@ public:
     U32 FailCardCall(const CardState& card, std::string_view call) const;
 
 private:
-    struct Header;
+    // The file: this, then the lists. A range here counts elements behind a byte offset.
+    struct Header {
+        U64 magic;
+        U64 bytes;  // of the whole file
+        Range cards;
+        Range hostFaults;
+        Range cardFaults;
+        Range memoryFaults;
+        Range dmaFaults;
+        Range sbox;
+    };
 
     HostState(void* memory, std::size_t bytes) : memory_(memory), bytes_(bytes) {}
 
-    const Header& Head() const;
+    // What does not hold together; empty when everything does.
+    std::string Damage() const;
+    std::string DamageOf(const CardState& card) const;
+    template <typename Element>
+    bool IsInside(const Range& list) const;
+
     template <typename Element>
     std::span<Element> Elements(const Range& bytes) const;
 
     void* memory_;
     std::size_t bytes_;
+    Header head_{};  // as it was when it was checked
 };
 
 }  // namespace simulated

@@ -74,7 +74,12 @@ U32 OnMemory(const char* call, HANDLE handle, const void* buffer, Operation oper
 }
 
 U32 OpenLibrary(HANDLE* handle, ZelDeviceOnSystem* devices, U32* count) {
-    auto host = HostState::Open();
+    std::unique_ptr<HostState> host;
+    try {
+        host = HostState::Open();
+    } catch (const simulated::HostStateError&) {
+        return ZEL_NO_DRIVER;
+    }
     if (!host)
         return ZEL_NO_DRIVER;
     if (const U32 status = host->FailHostCall("ZelInitAPI"))

@@ -7,19 +7,32 @@
 namespace vorl {
 namespace {
 
-// Null where there is none. Never destroyed: threads may still be in the library when the process
-// ends.
-const simulated::HostState* State() {
-    static const simulated::HostState* const state = simulated::HostState::Open().release();
-    return state;
+struct Host {
+    const simulated::HostState* state = nullptr;  // null where there is none
+    int error = 0;                                // why it cannot be had although there is one
+};
+
+Host OpenHost() {
+    try {
+        return {.state = simulated::HostState::Open().release()};
+    } catch (const simulated::HostStateError& failure) {
+        return {.error = failure.Error()};
+    }
+}
+
+// Never destroyed: threads may still be in the library when the process ends.
+const Host& TheHost() {
+    static const Host host = OpenHost();
+    return host;
 }
 
 }  // namespace
 
 bool InjectFault(const char* call, int* error) {
-    const simulated::HostState* const state = State();
+    const simulated::HostState* const state = TheHost().state;
+    *error = TheHost().error;
     if (state == nullptr)
-        return false;
+        return *error != 0;
     std::optional<simulated::Mishap> mishap;
     for (const simulated::CardState& card : state->Cards()) {
         const auto ofCard = state->FindCardMishap(card, call);
@@ -31,7 +44,7 @@ bool InjectFault(const char* call, int* error) {
 }
 
 std::vector<BrokenLine> BrokenLinesTo(U16 peer) {
-    const simulated::HostState* const state = State();
+    const simulated::HostState* const state = TheHost().state;
     std::vector<BrokenLine> lines;
     if (state == nullptr)
         return lines;

@@ -25,11 +25,17 @@ int Fail(const std::string& text) {
     return kCommandFailure;
 }
 
-std::unique_ptr<HostState> OpenHost() {
-    auto host = HostState::Open();
-    if (!host)
-        Complain("this is no simulated host; start one with zelsim run");
-    return host;
+// Null when there is none that can be had, which has been told.
+std::unique_ptr<HostState> OpenHost(HostState::Access access) {
+    try {
+        auto host = HostState::Open(kStateFile, access);
+        if (!host)
+            Complain("this is no simulated host; start one with zelsim run");
+        return host;
+    } catch (const HostStateError& failure) {
+        Complain(failure.what());
+        return nullptr;
+    }
 }
 
 std::string CardName(std::size_t card) {
@@ -120,7 +126,7 @@ int ModeCommand(std::span<char* const> words) {
         Complain("mode takes a card and a usage mode"s + kSeeHelp);
         return kUsageFailure;
     }
-    const auto host = OpenHost();
+    const auto host = OpenHost(HostState::Access::Change);
     if (!host)
         return kCommandFailure;
     CardState* card = FindCard(*host, words[0]);
@@ -139,7 +145,7 @@ int StatusCommand(std::span<char* const> words) {
         Complain("status takes nothing"s + kSeeHelp);
         return kUsageFailure;
     }
-    const auto host = OpenHost();
+    const auto host = OpenHost(HostState::Access::Look);
     if (!host)
         return kCommandFailure;
     PrintHeading();

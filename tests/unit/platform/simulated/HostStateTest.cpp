@@ -2,15 +2,21 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
+#include <random>
+#include <sstream>
 #include <system_error>
 #include <thread>
 #include <vector>
 
 #include "HostClock.h"
+#include "SparseMemory.h"
 
 namespace simulated {
 namespace {
@@ -60,23 +66,158 @@ using Statuses = std::vector<U32>;
 
 TEST_F(HostStateTest, MachineWithoutStateIsNoHost) {
     EXPECT_EQ(HostState::Open(Path()), nullptr);
-    EXPECT_EQ(HostState::Open("/"), nullptr);
+    EXPECT_EQ(HostState::Open(Path() + "/state"), nullptr);
 }
 
-TEST_F(HostStateTest, OtherFileIsNoHost) {
+// Why the state cannot be had, behind the file's name; empty when it can.
+std::string Refusal(const std::string& path, HostState::Access access = HostState::Access::Look) {
+    try {
+        return HostState::Open(path, access) == nullptr ? "none" : "";
+    } catch (const HostStateError& failure) {
+        const std::string what = failure.what();
+        EXPECT_TRUE(what.starts_with(path + ": ")) << what;
+        EXPECT_EQ(what.find('\n'), what.npos) << what;
+        EXPECT_NE(failure.Error(), 0) << what;
+        return what.substr(std::min(what.size(), path.size() + 2));
+    }
+}
+
+TEST_F(HostStateTest, OtherFilesAreDamaged) {
+    EXPECT_EQ(Refusal("/", HostState::Access::Change), "Is a directory");
+    EXPECT_EQ(Refusal("/"), "it is damaged: no state of a host");
+    EXPECT_EQ(Refusal("/dev/zero"), "it is damaged: no state of a host");
+    ASSERT_EQ(mkfifo(Path().c_str(), 0600), 0);
+    EXPECT_EQ(Refusal(Path()), "it is damaged: no state of a host");
+    std::filesystem::remove(Path());
     std::ofstream(Path()) << std::string(4096, 'x');
-    EXPECT_EQ(HostState::Open(Path()), nullptr);
+    EXPECT_EQ(Refusal(Path()), "it is damaged: no state of a host");
 }
 
-TEST_F(HostStateTest, CutOffStateIsNoHostAtAnyLength) {
+TEST_F(HostStateTest, IsRootsToWriteAndEveryonesToRead) {
+    HostState::Create(Path(), {});
+    EXPECT_EQ(std::filesystem::status(Path()).permissions(), std::filesystem::perms(0644));
+}
+
+TEST_F(HostStateTest, CutOffStateIsDamagedAtAnyLength) {
     Fleet fleet;
     fleet.cards.resize(2, DefaultCard(Generation::Er1x));
     HostState::Create(Path(), fleet);
     const auto whole = std::filesystem::file_size(Path());
     for (const auto length : {whole - 1, whole / 2, std::uintmax_t{16}, std::uintmax_t{0}}) {
         std::filesystem::resize_file(Path(), length);
-        EXPECT_EQ(HostState::Open(Path()), nullptr) << length << " of " << whole << " bytes";
+        EXPECT_TRUE(Refusal(Path()).starts_with("it is damaged: "))
+            << length << " of " << whole << " bytes";
     }
+}
+
+// Everything that a library or zelsim does with what a state holds. Where it holds together this ends.
+std::size_t UseAllOf(const HostState& host) {
+    std::size_t seen = 0;
+    host.FindHostMishap("ZelInitAPI");
+    for (CardState& card : host.Cards()) {
+        for (const std::string_view text :
+             {card.name.View(), card.flashVersion.View(), card.postCode.View(),
+              card.memoryVendor.View(), card.memoryType.View()})
+            seen += std::string(text).size();
+        const auto mishap = host.FindCardMishap(card, "ZelGetUUID");
+        seen += mishap ? mishap->status + mishap->delay : 0;
+        for (const DmaFault& fault : host.DmaFaults(card))
+            seen += (fault.toCard ? 1U : 0U) + (U32{1} << fault.bit);
+        for (const SboxValue& value : host.Sbox(card))
+            seen += value.value;
+        SparseMemory memory(card.memoryBytes);
+        for (const MemoryFault& fault : host.MemoryFaults(card))
+            memory.StickBit(fault.address, fault.bit, fault.stuck != 0);
+        std::array<U8, 64> bytes{};
+        seen += memory.Read(0, bytes.data(), bytes.size()) ? bytes[0] : 0;
+        seen += HostState::UsageModeOf(card);
+        HostState::SetUsageMode(card, ZEL_USAGE_MODE_OFFLINE);
+    }
+    return seen;
+}
+
+Fleet FleetWithAllLists() {
+    Fleet fleet;
+    fleet.faults = {FaultOf("ZelInitAPI", 6, 0, 1)};
+    for (int i = 0; i < 2; ++i) {
+        Card card = CardWith({FaultOf("ZelGetUUID", 13, 0, 0), FaultOf("vorl_send", 5, 0, 1)});
+        card.memoryFaults = {{.address = 5}, {.address = 6, .bit = 7}};
+        card.dmaFaults = {{.toCard = true, .word = 3}};
+        card.sbox = {{.offset = 4, .width = 32, .value = 7}};
+        fleet.cards.push_back(card);
+    }
+    return fleet;
+}
+
+class Spoiled {
+public:
+    Spoiled(const std::string& path, const Fleet& fleet) : path_(path) {
+        HostState::Create(path, fleet);
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        whole_ = text.str();
+    }
+
+    std::size_t Size() const { return whole_.size(); }
+
+    // Puts bytes into the state and uses what is there then. Whether it was taken.
+    bool TakenWith(std::size_t at, const std::string& bytes) const {
+        std::string spoiled = whole_;
+        spoiled.replace(at, bytes.size(), bytes);
+        // Not made anew, which costs a disk some milliseconds.
+        std::fstream(path_, std::ios::in | std::ios::out | std::ios::binary) << spoiled;
+        if (!Refusal(path_, HostState::Access::Change).empty())
+            return false;
+        used_ += UseAllOf(*HostState::Open(path_));
+        return true;
+    }
+
+    // What came of using it, so that it was.
+    std::size_t Used() const { return used_; }
+
+private:
+    std::string path_;
+    std::string whole_;
+    mutable std::size_t used_ = 0;
+};
+
+std::string Word(U32 value) {
+    return {reinterpret_cast<const char*>(&value), sizeof(value)};
+}
+
+// Magic number, size, and six lists.
+constexpr std::size_t kHeaderBytes = 64;
+
+TEST_F(HostStateTest, NumbersThatLeadOutOfTheFileAreDamage) {
+    const Spoiled state(Path(), FleetWithAllLists());
+    for (std::size_t at = 0; at < kHeaderBytes; at += sizeof(U32)) {
+        for (const U32 value : {0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU, 0xFFFFFFF8U})
+            EXPECT_FALSE(state.TakenWith(at, Word(value))) << at << ": " << value;
+    }
+    // An offset that lies in the header, one that is not aligned, and one element too many.
+    const auto size = static_cast<U32>(state.Size());
+    for (std::size_t list = 16; list < kHeaderBytes; list += 2 * sizeof(U32)) {
+        for (const U32 offset : {0U, 60U, 65U, size})
+            EXPECT_FALSE(state.TakenWith(list, Word(offset))) << list << ": " << offset;
+    }
+    EXPECT_TRUE(state.TakenWith(0, ""));
+    EXPECT_GT(state.Used(), 0U);
+}
+
+TEST_F(HostStateTest, RandomBytesAnywhereAreDamageOrHarmless) {
+    const Spoiled state(Path(), FleetWithAllLists());
+    std::mt19937 random(20);  // any
+    int refused = 0;
+    for (int round = 0; round < 3000; ++round) {
+        // Every other one where the offsets and sizes stand.
+        const std::size_t end = round % 2 == 0 ? kHeaderBytes : state.Size() - 8;
+        const std::size_t at = random() % end;
+        std::string bytes;
+        for (std::size_t i = 0; i < 1 + random() % 8; ++i)
+            bytes += static_cast<char>(random());
+        refused += state.TakenWith(at, bytes) ? 0 : 1;
+    }
+    EXPECT_GT(refused, 1000);
 }
 
 TEST_F(HostStateTest, HostIsMadeOnce) {

@@ -4,8 +4,6 @@
 #include "ZelAccessApi.h"
 
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include <array>
@@ -20,20 +18,12 @@
 #include "CallNames.h"
 #include "HostClock.h"
 #include "HostState.h"
+#include "PrivateRun.h"
 
 namespace simulated {
 namespace {
 
 constexpr char kImage[] = "/run/image";
-
-void EnterPrivateRun() {
-    static const bool entered = [] {
-        return unshare(CLONE_NEWNS) == 0 &&
-               mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-               mount("none", "/run", "tmpfs", 0, nullptr) == 0;
-    }();
-    ASSERT_TRUE(entered) << "needs root rights and mount namespaces: " << std::strerror(errno);
-}
 
 class ZelAccessApi : public testing::Test {
 protected:
@@ -45,11 +35,6 @@ protected:
     void TearDown() override {
         if (handle_ != nullptr)
             ZelCloseAPI(&handle_);
-    }
-
-    void MakeHost(const Fleet& fleet) {
-        std::filesystem::create_directories("/run/zelsim");
-        HostState::Create(kStateFile, fleet);
     }
 
     U32 Init() {
@@ -177,6 +162,13 @@ TEST_F(ZelAccessApi, MachineThatIsNoHostHasNoDriver) {
     EXPECT_EQ(handle, &handle);
     EXPECT_EQ(count, 256U);
     EXPECT_EQ(devices_[0].deviceId, 7U);
+}
+
+TEST_F(ZelAccessApi, DamagedHostHasNoDriver) {
+    MakeHost({.faults = {}, .cards = {Healthy(), Healthy()}});
+    std::filesystem::resize_file(kStateFile, 100);
+    EXPECT_EQ(Init(), U32{ZEL_NO_DRIVER});
+    EXPECT_EQ(handle_, nullptr);
 }
 
 TEST_F(ZelAccessApi, InitRefusesWhatItCannotUse) {
