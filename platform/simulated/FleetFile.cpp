@@ -22,6 +22,7 @@ namespace simulated {
 namespace {
 
 constexpr U64 kMaxU32 = 0xFFFFFFFF;
+constexpr U64 kFirstFailure = 1;  // a status of 0 is a success
 constexpr std::size_t kMaxNameLength = 254;
 constexpr std::size_t kMaxVersionLength = 254;
 constexpr std::size_t kMaxPostCodeLength = 15;
@@ -105,9 +106,9 @@ public:
     }
 
     template <typename Number>
-    void Integer(const std::string& key, U64 max, Number& out) {
+    void Integer(const std::string& key, U64 max, Number& out, U64 min = 0) {
         if (const toml::node* node = Find(key))
-            out = static_cast<Number>(ToNumber(*node, key, max));
+            out = static_cast<Number>(ToNumber(*node, key, max, min));
     }
 
     void Flag(const std::string& key, bool& out) {
@@ -120,13 +121,13 @@ public:
         out = *value;
     }
 
-    U64 ToNumber(const toml::node& node, const std::string& key, U64 max) const {
+    U64 ToNumber(const toml::node& node, const std::string& key, U64 max, U64 min = 0) const {
         const auto value = node.value_exact<int64_t>();
         if (!value)
             reader_.Fail(node, key + " takes a whole number");
-        if (*value < 0 || static_cast<U64>(*value) > max)
-            reader_.Fail(node, key + " takes 0 to " + std::to_string(max) + ", this is " +
-                                   std::to_string(*value));
+        if (*value < 0 || static_cast<U64>(*value) < min || static_cast<U64>(*value) > max)
+            reader_.Fail(node, key + " takes " + std::to_string(min) + " to " +
+                                   std::to_string(max) + ", this is " + std::to_string(*value));
         return static_cast<U64>(*value);
     }
 
@@ -197,7 +198,7 @@ Fault ReadFault(const Reader& reader, const toml::table& source, bool ofHost) {
     Table table(reader, source, "");
     Fault fault;
     table.Text("call", kMaxCallLength, fault.call);
-    table.Integer("status", kMaxU32, fault.status);
+    table.Integer("status", kMaxU32, fault.status, kFirstFailure);
     table.Integer("skip", kMaxU32, fault.skip);
     table.Integer("count", kMaxU32, fault.count);
     table.Flag("block", fault.block);
@@ -218,8 +219,6 @@ Fault ReadFault(const Reader& reader, const toml::table& source, bool ofHost) {
                     fault.call + (ofHost ? " concerns a card: put the fault into [[card.fault]]"
                                          : " comes before any card is open: put the fault "
                                            "into [[fault]]"));
-    if (fault.status == 0)
-        reader.Fail(*source.get("status"), "status 0 is a success: a fault takes another");
     CheckWaiting(reader, source, fault);
     if (source.get("status") == nullptr && (fault.block || fault.delay != 0))
         fault.status = 0;

@@ -179,6 +179,9 @@ int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* 
 }  // namespace
 
 int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const* command) {
+    if (programFolder.find(':') != std::string::npos)
+        throw HostError("cannot put " + programFolder +
+                        " into the host's PATH: a folder there has no \":\" in its name");
     std::array<int, 2> ends{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
         throw HostError(std::string("cannot make a connection: ") + std::strerror(errno));

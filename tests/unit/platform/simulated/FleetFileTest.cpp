@@ -112,7 +112,7 @@ address = 0
 every = 4096
 [[card.dma_fault]]
 to = "card"
-word = 16383
+word = 1023
 bit = 31
 stuck = 0
 [[card.dma_fault]]
@@ -186,7 +186,7 @@ line = 255
 
     ASSERT_THAT(card.dmaFaults, SizeIs(2));
     EXPECT_TRUE(card.dmaFaults[0].toCard);
-    EXPECT_EQ(card.dmaFaults[0].word, 16383U);
+    EXPECT_EQ(card.dmaFaults[0].word, 1023U);
     EXPECT_EQ(card.dmaFaults[0].bit, 31U);
     EXPECT_EQ(card.dmaFaults[0].stuck, 0U);
     EXPECT_FALSE(card.dmaFaults[1].toCard);
@@ -349,7 +349,9 @@ constexpr Refusal kRefusals[] = {
     {"[[fault]]\ncall = \"ZelGetUUID\"",
      "my.toml:2: ZelGetUUID concerns a card: put the fault into [[card.fault]]"},
     {"[[fault]]\ncall = \"ZelInitAPI\"\nstatus = 0",
-     "my.toml:3: status 0 is a success: a fault takes another"},
+     "my.toml:3: status takes 1 to 4294967295, this is 0"},
+    {"[[card]]\n[[card.fault]]\ncall = \"vorl_send\"\nstatus = -1",
+     "my.toml:4: status takes 1 to 4294967295, this is -1"},
     {"[[fault]]\ncall = \"ZelInitAPI\"\nblock = 1", "my.toml:3: block takes true or false"},
     {"[[fault]]\ncall = \"ZelInitAPI\"\nblock = true\nstatus = 6",
      "my.toml:4: a call that blocks returns no status: leave out status or block"},
@@ -394,8 +396,8 @@ constexpr Refusal kRefusals[] = {
     {"[[card]]\n[[card.dma_fault]]\nword = 1",
      "my.toml:2: a DMA fault names the end where it shows: to = \"card\""},
     {"[[card]]\n[[card.dma_fault]]\nto = \"zel0\"", "my.toml:3: to takes \"card\" or \"host\""},
-    {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nword = 16384",
-     "my.toml:4: word takes 0 to 16383, this is 16384"},
+    {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nword = 1024",
+     "my.toml:4: word takes 0 to 1023, this is 1024"},
     {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nbit = 32",
      "my.toml:4: bit takes 0 to 31, this is 32"},
     {"[[card]]\n[[card.dma_fault]]\nto = \"card\"\nstuck = 2",
