@@ -171,6 +171,16 @@ TEST(ZelsimMain, CardIsReachedAsSoonAsItIsSeenInNormalMode) {
     EXPECT_EQ(ended.out, "reached\n") << ended.err;
 }
 
+TEST(ZelsimMain, CardArrivesAlsoWhenNobodyWaitsForIt) {
+    const TemporaryFile fleet("[[card]]\nmode_change = \"1s\"\nusage_mode = \"offline\"\n");
+    const Ended ended = RunShell(
+        "zelsim mode 0 normal & until zelsim status | grep -q in_transition; do :; done; "
+        "kill -9 $!; ssh zel0 true || echo refused; "
+        "until ssh zel0 echo reached; do sleep 0.1; done",
+        fleet.Path());
+    EXPECT_EQ(ended.out, "refused\nreached\n") << ended.err;
+}
+
 TEST(ZelsimMain, HelpNamesEveryMode) {
     const std::string help = RunZelsim({"--help"}).out;
     for (const simulated::ModeName& mode : simulated::kModeNames)
