@@ -221,16 +221,11 @@ U32 AccessLibrary::CheckMemoryAccess(U64 address, U32 bytes, U32 width, U32 cach
     return inside ? ZEL_SUCCESS : ZEL_OUT_OF_RANGE;
 }
 
-SparseMemory& AccessLibrary::Memory() {
-    const auto [found, isNew] = memories_.try_emplace(card_, card_->memoryBytes);
-    if (isNew) {
-        for (const MemoryFault& fault : host_->MemoryFaults(*card_)) {
-            if (fault.every == 0)
-                found->second.StickBit(fault.address, fault.bit, fault.stuck != 0);
-            else
-                found->second.StickBits(fault.address, fault.every, fault.bit, fault.stuck != 0);
-        }
-    }
+CardMemory& AccessLibrary::Memory() {
+    const auto found = memories_
+                           .try_emplace(card_, card_->memoryBytes, host_->MemoryFaults(*card_),
+                                        host_->AddressFaults(*card_))
+                           .first;
     return found->second;
 }
 

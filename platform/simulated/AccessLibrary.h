@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
+#include "CardMemory.h"
 #include "HostState.h"
-#include "SparseMemory.h"
 #include "ZelAccessApi.h"
 
 namespace simulated {
@@ -40,12 +40,12 @@ public:
 private:
     CardState* FindCard(const ZelDeviceOnSystem& device) const;
     U32 CheckMemoryAccess(U64 address, U32 bytes, U32 width, U32 caching) const;
-    SparseMemory& Memory();
+    CardMemory& Memory();
 
     std::unique_ptr<HostState> host_;
     const ZelDeviceOnSystem* devices_ = nullptr;  // the caller's records
     CardState* card_ = nullptr;
-    std::map<const CardState*, SparseMemory> memories_;
+    std::map<const CardState*, CardMemory> memories_;
 };
 
 }  // namespace simulated

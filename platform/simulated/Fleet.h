@@ -40,6 +40,16 @@ struct MemoryFault {
     bool operator==(const MemoryFault&) const = default;
 };
 
+// A broken address line of the memory: `line` is ignored, as if it were always 0, or is swapped `with`
+// another.
+struct AddressFault {
+    U32 line = 0;
+    bool swaps = false;
+    U32 with = 0;
+    bool operator==(const AddressFault&) const = default;
+};
+inline constexpr U32 kLastAddressLine = 35;  // of the largest memory that a card can have
+
 // A broken data line: in what DMA transfers bring to one end, a bit of a 32-bit word of each 64 KiB
 // arrives as `stuck` whatever was sent. The tests transfer 4096 bytes: a word behind them would be of
 // no effect.
@@ -120,6 +130,7 @@ struct Card {
     std::vector<SboxValue> sbox;
     std::vector<Fault> faults;
     std::vector<MemoryFault> memoryFaults;
+    std::vector<AddressFault> addressFaults;
     std::vector<DmaFault> dmaFaults;
     CoreFault vpuFault;
     CoreFault cacheFault;

@@ -2,6 +2,7 @@
 #include <toml++/toml.h>
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -240,6 +241,25 @@ MemoryFault ReadMemoryFault(const Reader& reader, const toml::table& source, U64
     return fault;
 }
 
+AddressFault ReadAddressFault(const Reader& reader, const toml::table& source, U64 memoryBytes) {
+    Table table(reader, source, "");
+    AddressFault fault;
+    if (source.get("line") == nullptr)
+        reader.Fail(source, "an address fault names its line: line = 20");
+    if (memoryBytes < 2)
+        reader.Fail(source, "a card without memory has no address fault");
+    const auto last = static_cast<U64>(std::bit_width(memoryBytes - 1) - 1);
+    table.Integer("line", last, fault.line);
+    table.Integer("swapped_with", last, fault.with);
+    table.RefuseUnknownKeys();
+    if (const toml::node* with = source.get("swapped_with")) {
+        fault.swaps = true;
+        if (fault.with == fault.line)
+            reader.Fail(*with, "a line that is swapped with itself is not broken");
+    }
+    return fault;
+}
+
 DmaFault ReadDmaFault(const Reader& reader, const toml::table& source) {
     Table table(reader, source, "");
     DmaFault fault;
@@ -424,6 +444,9 @@ Card ReadCard(const Reader& reader, const toml::table& source, U32 index, const 
                     "block = true");
     table.ForEachTable("memory_fault", [&](const toml::table& fault) {
         card.memoryFaults.push_back(ReadMemoryFault(reader, fault, card.memoryBytes));
+    });
+    table.ForEachTable("address_fault", [&](const toml::table& fault) {
+        card.addressFaults.push_back(ReadAddressFault(reader, fault, card.memoryBytes));
     });
     table.ForEachTable("dma_fault", [&](const toml::table& fault) {
         card.dmaFaults.push_back(ReadDmaFault(reader, fault));

@@ -137,6 +137,10 @@ bool IsSoundLine(const DmaFault& fault) {
     return fault.word <= kLastDmaWord && fault.bit < 32 && IsFlag(fault.toCard);
 }
 
+bool IsSoundAddress(const AddressFault& fault) {
+    return fault.line <= kLastAddressLine && fault.with <= kLastAddressLine && IsFlag(fault.swaps);
+}
+
 }  // namespace
 
 template <typename Element>
@@ -148,11 +152,13 @@ std::span<Element> HostState::Elements(const Range& bytes) const {
 void HostState::Create(const std::string& path, const Fleet& fleet) {
     std::size_t cardFaults = 0;
     std::size_t memoryFaults = 0;
+    std::size_t addressFaults = 0;
     std::size_t dmaFaults = 0;
     std::size_t sbox = 0;
     for (const Card& card : fleet.cards) {
         cardFaults += card.faults.size();
         memoryFaults += card.memoryFaults.size();
+        addressFaults += card.addressFaults.size();
         dmaFaults += card.dmaFaults.size();
         sbox += card.sbox.size();
     }
@@ -163,6 +169,7 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
     header.hostFaults = layout.Place<FaultState>(fleet.faults.size());
     header.cardFaults = layout.Place<FaultState>(cardFaults);
     header.memoryFaults = layout.Place<MemoryFault>(memoryFaults);
+    header.addressFaults = layout.Place<AddressFault>(addressFaults);
     header.dmaFaults = layout.Place<DmaFault>(dmaFaults);
     header.sbox = layout.Place<SboxValue>(sbox);
     header.bytes = layout.End();
@@ -184,6 +191,7 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
         Set(hostFaultStates[i], fleet.faults[i]);
     U32 usedFaults = 0;
     U32 usedMemoryFaults = 0;
+    U32 usedAddressFaults = 0;
     U32 usedDmaFaults = 0;
     U32 usedSbox = 0;
     for (std::size_t i = 0; i < fleet.cards.size(); ++i) {
@@ -197,6 +205,10 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
             Append(state.Elements<MemoryFault>(header.memoryFaults), usedMemoryFaults,
                    card.memoryFaults.size(),
                    [&](MemoryFault& out, std::size_t n) { out = card.memoryFaults[n]; });
+        cardState.addressFaults =
+            Append(state.Elements<AddressFault>(header.addressFaults), usedAddressFaults,
+                   card.addressFaults.size(),
+                   [&](AddressFault& out, std::size_t n) { out = card.addressFaults[n]; });
         cardState.dmaFaults =
             Append(state.Elements<DmaFault>(header.dmaFaults), usedDmaFaults, card.dmaFaults.size(),
                    [&](DmaFault& out, std::size_t n) { out = card.dmaFaults[n]; });
@@ -243,7 +255,8 @@ std::string HostState::Damage() const {
         return "it is not as long as it says";
     if (!IsInside<CardState>(head_.cards) || !IsInside<FaultState>(head_.hostFaults) ||
         !IsInside<FaultState>(head_.cardFaults) || !IsInside<MemoryFault>(head_.memoryFaults) ||
-        !IsInside<DmaFault>(head_.dmaFaults) || !IsInside<SboxValue>(head_.sbox))
+        !IsInside<AddressFault>(head_.addressFaults) || !IsInside<DmaFault>(head_.dmaFaults) ||
+        !IsInside<SboxValue>(head_.sbox))
         return "a list lies outside of it";
     if (head_.cards.count > kMaxCards)
         return "it has more cards than a host";
@@ -255,6 +268,9 @@ std::string HostState::Damage() const {
     const auto lines = Elements<const DmaFault>(head_.dmaFaults);
     if (!std::all_of(lines.begin(), lines.end(), IsSoundLine))
         return "a data line's fault is invalid";
+    const auto addresses = Elements<const AddressFault>(head_.addressFaults);
+    if (!std::all_of(addresses.begin(), addresses.end(), IsSoundAddress))
+        return "an address line's fault is invalid";
     for (const CardState& card : Cards()) {
         if (const std::string damage = DamageOf(card); !damage.empty())
             return damage;
@@ -264,6 +280,7 @@ std::string HostState::Damage() const {
 
 std::string HostState::DamageOf(const CardState& card) const {
     if (!Holds(head_.cardFaults, card.faults) || !Holds(head_.memoryFaults, card.memoryFaults) ||
+        !Holds(head_.addressFaults, card.addressFaults) ||
         !Holds(head_.dmaFaults, card.dmaFaults) || !Holds(head_.sbox, card.sbox))
         return "a card's list lies outside of the cards'";
     if (!card.name.HasEnd() || !card.flashVersion.HasEnd() || !card.postCode.HasEnd() ||
@@ -290,6 +307,11 @@ std::span<CardState> HostState::Cards() const {
 std::span<const MemoryFault> HostState::MemoryFaults(const CardState& card) const {
     return Elements<const MemoryFault>(head_.memoryFaults)
         .subspan(card.memoryFaults.first, card.memoryFaults.count);
+}
+
+std::span<const AddressFault> HostState::AddressFaults(const CardState& card) const {
+    return Elements<const AddressFault>(head_.addressFaults)
+        .subspan(card.addressFaults.first, card.addressFaults.count);
 }
 
 std::span<const DmaFault> HostState::DmaFaults(const CardState& card) const {

@@ -81,6 +81,7 @@ struct CardState {
     bool hangOnKill;
     Range faults;
     Range memoryFaults;
+    Range addressFaults;
     Range dmaFaults;
     Range sbox;
 };
@@ -123,6 +124,7 @@ public:
 
     std::span<CardState> Cards() const;
     std::span<const MemoryFault> MemoryFaults(const CardState& card) const;
+    std::span<const AddressFault> AddressFaults(const CardState& card) const;
     std::span<const DmaFault> DmaFaults(const CardState& card) const;
     std::span<const SboxValue> Sbox(const CardState& card) const;
 
@@ -154,6 +156,7 @@ private:
         Range hostFaults;
         Range cardFaults;
         Range memoryFaults;
+        Range addressFaults;
         Range dmaFaults;
         Range sbox;
     };

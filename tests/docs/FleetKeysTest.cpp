@@ -23,8 +23,8 @@ namespace {
 using simulated::ParseFleet;
 
 // Tables inside a table have headings of their own.
-const std::set<std::string> kInnerTables = {"sbox",      "fault",     "memory_fault",
-                                            "dma_fault", "vpu_fault", "cache_fault"};
+const std::set<std::string> kInnerTables = {
+    "sbox", "fault", "memory_fault", "address_fault", "dma_fault", "vpu_fault", "cache_fault"};
 
 std::string Section(const std::string& heading) {
     const std::string document = ReadProjectFile("docs/simulated-platform.md");

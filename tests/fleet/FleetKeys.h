@@ -17,6 +17,7 @@ inline constexpr FleetTable kFleetTables[] = {
     {"fault", "[[fault]]\ncall = \"ZelInitAPI\"\n"},
     {"card.fault", "[[card]]\n[[card.fault]]\ncall = \"ZelGetUUID\"\n"},
     {"card.memory_fault", "[[card]]\n[[card.memory_fault]]\naddress = 0\n"},
+    {"card.address_fault", "[[card]]\n[[card.address_fault]]\nline = 0\n"},
     {"card.dma_fault", "[[card]]\n[[card.dma_fault]]\nto = \"card\"\n"},
     {"card.vpu_fault", "[[card]]\n[card.vpu_fault]\noperation = \"add\"\n"},
     {"card.cache_fault", "[[card]]\n[card.cache_fault]\noperation = \"walk\"\n"},

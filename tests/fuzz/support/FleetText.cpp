@@ -140,6 +140,11 @@ void WriteCard(std::ostream& out, const simulated::Card& card) {
     for (const simulated::MemoryFault& fault : card.memoryFaults)
         out << "[[card.memory_fault]]\naddress = " << fault.address << "\nbit = " << fault.bit
             << "\nstuck = " << fault.stuck << "\nevery = " << fault.every << "\n";
+    for (const simulated::AddressFault& fault : card.addressFaults) {
+        out << "[[card.address_fault]]\nline = " << fault.line << "\n";
+        if (fault.swaps)
+            out << "swapped_with = " << fault.with << "\n";
+    }
     for (const simulated::DmaFault& fault : card.dmaFaults)
         out << "[[card.dma_fault]]\nto = " << (fault.toCard ? "\"card\"" : "\"host\"")
             << "\nword = " << fault.word << "\nbit = " << fault.bit << "\nstuck = " << fault.stuck

@@ -82,6 +82,10 @@ void CheckCard(const Card& card) {
     for (const simulated::MemoryFault& fault : card.memoryFaults)
         Expect(fault.address < card.memoryBytes && fault.bit < 8 && fault.stuck < 2,
                "a memory fault is one bit of the memory");
+    for (const simulated::AddressFault& fault : card.addressFaults)
+        Expect(card.memoryBytes >> std::max(fault.line, fault.with) != 0 &&
+                   (!fault.swaps || fault.line != fault.with),
+               "an address fault is of lines that the memory has");
 }
 
 void CheckFleet(const Fleet& fleet) {

@@ -18,7 +18,7 @@ class AccessLibraryMemory : public testing::Test {
 protected:
     AccessLibraryMemory() {
         Fleet fleet;
-        for (U32 i = 0; i < 2; ++i) {
+        for (U32 i = 0; i < 3; ++i) {
             fleet.cards.push_back(DefaultCard(Generation::Er1x));
             fleet.cards.back().pcie = DefaultAddress(i);
             fleet.cards.back().memoryBytes = kMemoryBytes;
@@ -26,10 +26,11 @@ protected:
         }
         fleet.cards[1].memoryFaults = {
             {kMemoryBytes - 1, 3, 1}, {0, 0, 0}, {.address = 0x2000, .bit = 2, .every = 4}};
+        fleet.cards[2].addressFaults = {{.line = 32}};
         HostState::Create(path_, fleet);
         library_ = std::make_unique<AccessLibrary>(HostState::Open(path_));
-        devices_.resize(2);
-        library_->Enumerate(devices_.data(), 2);
+        devices_.resize(3);
+        library_->Enumerate(devices_.data(), 3);
         Open(0);
     }
     ~AccessLibraryMemory() override { std::filesystem::remove(path_); }
@@ -99,6 +100,14 @@ TEST_F(AccessLibraryMemory, HasTheBrokenCellsOfItsCard) {
         EXPECT_EQ(Read(kMemoryBytes - 1, 1).front(), card == 0 ? 0x00 : 0x08);
         const U8 stuck = card == 0 ? 0 : 4;
         EXPECT_EQ(Read(0x1FFC, 9), (std::vector<U8>{0, 0, 0, 0, stuck, 0, 0, 0, stuck}));
+    }
+}
+
+TEST_F(AccessLibraryMemory, HasTheBrokenAddressLinesOfItsCard) {
+    for (const std::size_t card : {0U, 2U}) {
+        Open(card);
+        ASSERT_EQ(Write(0x100, {5}), 0U);
+        EXPECT_EQ(Read((U64{1} << 32) + 0x100, 1).front(), card == 0 ? 0 : 5);
     }
 }
 

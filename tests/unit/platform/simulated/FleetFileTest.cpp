@@ -110,6 +110,11 @@ stuck = 0
 [[card.memory_fault]]
 address = 0
 every = 4096
+[[card.address_fault]]
+line = 33
+[[card.address_fault]]
+line = 0
+swapped_with = 20
 [[card.dma_fault]]
 to = "card"
 word = 1023
@@ -183,6 +188,9 @@ line = 255
     EXPECT_EQ(card.memoryFaults[0].stuck, 0U);
     EXPECT_EQ(card.memoryFaults[0].every, 0U);
     EXPECT_EQ(card.memoryFaults[1].every, 4096U);
+
+    EXPECT_EQ(card.addressFaults,
+              (std::vector<AddressFault>{{.line = 33}, {.line = 0, .swaps = true, .with = 20}}));
 
     ASSERT_THAT(card.dmaFaults, SizeIs(2));
     EXPECT_TRUE(card.dmaFaults[0].toCard);
@@ -393,6 +401,19 @@ constexpr Refusal kRefusals[] = {
      "my.toml:4: stuck takes 0 to 1, this is 2"},
     {"[[card]]\n[[card.memory_fault]]\naddress = 0\nevery = -1",
      "my.toml:4: every takes 0 to 68719476736, this is -1"},
+    {"[[card]]\n[[card.address_fault]]\nswapped_with = 1",
+     "my.toml:2: an address fault names its line: line = 20"},
+    {"[[card]]\nmemory_size = 1\n[[card.address_fault]]\nline = 0",
+     "my.toml:3: a card without memory has no address fault"},
+    {"[[card]]\n[[card.address_fault]]\nline = 33", "my.toml:3: line takes 0 to 32, this is 33"},
+    {"[[card]]\nmemory_size = 5\n[[card.address_fault]]\nline = 3",
+     "my.toml:4: line takes 0 to 2, this is 3"},
+    {"[[card]]\n[[card.address_fault]]\nline = 3\nswapped_with = -1",
+     "my.toml:4: swapped_with takes 0 to 32, this is -1"},
+    {"[[card]]\n[[card.address_fault]]\nline = 3\nswapped_with = 3",
+     "my.toml:4: a line that is swapped with itself is not broken"},
+    {"[[card]]\n[[card.address_fault]]\nline = 3\nswaped_with = 4",
+     "my.toml:4: unknown key \"swaped_with\"; did you mean \"swapped_with\"?"},
     {"[[card]]\n[[card.dma_fault]]\nword = 1",
      "my.toml:2: a DMA fault names the end where it shows: to = \"card\""},
     {"[[card]]\n[[card.dma_fault]]\nto = \"zel0\"", "my.toml:3: to takes \"card\" or \"host\""},

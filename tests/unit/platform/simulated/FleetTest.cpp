@@ -53,6 +53,7 @@ TEST(DefaultCard, IsHealthy) {
         EXPECT_TRUE(card.sbox.empty());
         EXPECT_TRUE(card.faults.empty());
         EXPECT_TRUE(card.memoryFaults.empty());
+        EXPECT_TRUE(card.addressFaults.empty());
     }
 }
 

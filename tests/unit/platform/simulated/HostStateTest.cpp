@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
+#include "CardMemory.h"
 #include "HostClock.h"
-#include "SparseMemory.h"
 
 namespace simulated {
 namespace {
@@ -125,9 +125,7 @@ std::size_t UseAllOf(const HostState& host) {
             seen += (fault.toCard ? 1U : 0U) + (U32{1} << fault.bit);
         for (const SboxValue& value : host.Sbox(card))
             seen += value.value;
-        SparseMemory memory(card.memoryBytes);
-        for (const MemoryFault& fault : host.MemoryFaults(card))
-            memory.StickBit(fault.address, fault.bit, fault.stuck != 0);
+        CardMemory memory(card.memoryBytes, host.MemoryFaults(card), host.AddressFaults(card));
         std::array<U8, 64> bytes{};
         seen += memory.Read(0, bytes.data(), bytes.size()) ? bytes[0] : 0;
         seen += HostState::UsageModeOf(card);
@@ -142,6 +140,7 @@ Fleet FleetWithAllLists() {
     for (int i = 0; i < 2; ++i) {
         Card card = CardWith({FaultOf("ZelGetUUID", 13, 0, 0), FaultOf("vorl_send", 5, 0, 1)});
         card.memoryFaults = {{.address = 5}, {.address = 6, .bit = 7}};
+        card.addressFaults = {{.line = 3}, {.line = 4, .swaps = true, .with = 5}};
         card.dmaFaults = {{.toCard = true, .word = 3}};
         card.sbox = {{.offset = 4, .width = 32, .value = 7}};
         fleet.cards.push_back(card);
@@ -185,8 +184,8 @@ std::string Word(U32 value) {
     return {reinterpret_cast<const char*>(&value), sizeof(value)};
 }
 
-// Magic number, size, and six lists.
-constexpr std::size_t kHeaderBytes = 64;
+// Magic number, size, and seven lists.
+constexpr std::size_t kHeaderBytes = 72;
 
 TEST_F(HostStateTest, NumbersThatLeadOutOfTheFileAreDamage) {
     const Spoiled state(Path(), FleetWithAllLists());
@@ -197,7 +196,7 @@ TEST_F(HostStateTest, NumbersThatLeadOutOfTheFileAreDamage) {
     // An offset that lies in the header, one that is not aligned, and one element too many.
     const auto size = static_cast<U32>(state.Size());
     for (std::size_t list = 16; list < kHeaderBytes; list += 2 * sizeof(U32)) {
-        for (const U32 offset : {0U, 60U, 65U, size})
+        for (const U32 offset : {0U, 68U, 73U, size})
             EXPECT_FALSE(state.TakenWith(list, Word(offset))) << list << ": " << offset;
     }
     EXPECT_TRUE(state.TakenWith(0, ""));
@@ -238,6 +237,7 @@ TEST_F(HostStateTest, LargestHostKeepsEveryCardsOwnLists) {
         Card card = CardWith({FaultOf("ZelGetUUID", i + 1, 0, 1)});
         card.deviceId = i;
         card.memoryFaults = {{.address = i, .bit = 1, .stuck = 0}, {.address = i + 1U}};
+        card.addressFaults.resize(i % 2, {.line = i % 36, .swaps = true, .with = 3});
         card.dmaFaults.resize(i % 3, {.toCard = true, .word = i});
         card.sbox = {{.offset = 4 * i, .width = 32, .value = i}};
         fleet.cards.push_back(card);
@@ -252,6 +252,9 @@ TEST_F(HostStateTest, LargestHostKeepsEveryCardsOwnLists) {
         ASSERT_EQ(host->MemoryFaults(card).size(), 2U);
         EXPECT_EQ(host->MemoryFaults(card)[0].address, i);
         EXPECT_EQ(host->MemoryFaults(card)[1].stuck, 1U);
+        ASSERT_EQ(host->AddressFaults(card).size(), i % 2);
+        for (const AddressFault& fault : host->AddressFaults(card))
+            EXPECT_EQ(fault, (AddressFault{.line = i % 36, .swaps = true, .with = 3}));
         ASSERT_EQ(host->DmaFaults(card).size(), i % 3);
         for (const DmaFault& fault : host->DmaFaults(card)) {
             EXPECT_TRUE(fault.toCard);
