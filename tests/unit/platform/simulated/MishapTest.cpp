@@ -167,6 +167,22 @@ TEST(Mishap, HangingCallOfOneThreadKeepsTheOthersFromTakingTheSignal) {
     EXPECT_EQ(child.AwaitEnd(), SIGKILL);
 }
 
+TEST(Mishap, HangingCallTakesNoSignalThatIsHandledLater) {
+    Child child([] {
+        std::thread other([] { Undergo(kHangs); });
+        struct sigaction action {};
+        do
+            std::this_thread::yield();
+        while (sigaction(SIGRTMAX, nullptr, &action) == 0 && action.sa_handler != SIG_IGN);
+        std::signal(SIGUSR1, [](int) { _exit(4); });
+        pthread_kill(other.native_handle(), SIGUSR1);
+        Child::TellReady();
+        pause();
+        _exit(3);
+    });
+    EXPECT_TRUE(child.Lives());
+}
+
 TEST(Mishap, HangingCallLeavesTheEndsOfChildrenAlone) {
     Child child([] {
         std::thread other([] { Undergo(kHangs); });
