@@ -1,0 +1,36 @@
+// The records of the last check of this host, kept so that a question that comes again soon need not be
+// asked of the cards.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "record/Record.h"
+
+namespace zelhealth {
+
+// Keeps the lines of a run in memory until it is over, and then replaces the stored one as a whole. A run
+// that is broken off leaves the stored one as it is.
+class StoredRun : public RecordReader {
+public:
+    explicit StoredRun(std::filesystem::path file) : file_(std::move(file)) {}
+
+    void Read(const Json& record) override;
+
+    // Gives what went wrong, empty when nothing did.
+    std::string Store() const;
+
+private:
+    std::filesystem::path file_;
+    std::string lines_;
+    bool finished_ = false;
+    bool tooMuch_ = false;
+};
+
+// The stored run, when it is whole and ended no longer ago than `age`; otherwise empty. One that ended in
+// the future, by a clock that was set back, is too old.
+std::vector<Json> ReadStoredRun(const std::filesystem::path& file, std::chrono::milliseconds age);
+
+}  // namespace zelhealth
