@@ -2,6 +2,7 @@
 #
 #   make build      the tool, the simulated platform and the card programs, into build/
 #   make run        the tool on simulated cards; ARGS="..." and FLEET=file choose others
+#   make health     the companion's standard plan on four simulated cards, one of which is trained down
 #   make test       every test
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
 #   make fuzz       looks for inputs that break what reads them; SECONDS=n or RUNS=n for each
@@ -22,7 +23,7 @@ SECONDS ?= 60
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: packages build run test package lint check-sbox sanitize fuzz bench format check-format clean
+.PHONY: packages build run health test package lint check-sbox sanitize fuzz bench format check-format clean
 
 packages:
 	@packaging/install-packages
@@ -33,6 +34,11 @@ build: packages
 
 run: build
 	@build/bin/zelsim run --fleet $(FLEET) -- ZelDiag $(ARGS)
+
+# One card is at half its link width: the run ends with 2, which is what it should.
+health: build
+	@build/bin/zelsim run --fleet build/bin/fleets/health.toml -- zelhealth run --plan standard; \
+	    status=$$?; [ $$status -eq 2 ] || { echo "zelhealth ended with $$status, not 2"; exit 1; }
 
 test: build
 	@ctest --preset release -j $(JOBS)
@@ -66,6 +72,7 @@ bench: build
 	@build/bench/aperture
 	@build/bin/zelsim run -- build/bench/sbox
 	@build/bench/dma
+	@bench/health build
 
 format: packages
 	@clang-format -i $(sources)
