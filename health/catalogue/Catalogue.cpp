@@ -65,6 +65,7 @@ TestRow Row(const toml::table& group, const toml::table& test, int number) {
     row.summary = Text(test, "summary");
     row.reads = Text(test, "reads");
     row.disturbs = test["disturbs"].value_or(false);
+    row.waits = test["waits"].value_or(false);
     row.mode = Mode(Text(test, "mode"));
     row.resources = Texts(test, "resources");
     row.needs = Texts(test, "needs");

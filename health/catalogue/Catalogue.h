@@ -23,6 +23,7 @@ struct TestRow {
     std::string summary;  // "LinkWidth"
     std::string reads;
     bool disturbs = false;
+    bool waits = false;  // most of its time: others that disturb nobody may run beside it
     NeededMode mode = NeededMode::normal;
     std::vector<std::string> resources;
     std::vector<std::string> needs;

@@ -29,6 +29,10 @@ std::string Bar(double part, std::size_t width) {
     return "[" + std::string(full, '#') + std::string(width - full, '.') + "]";
 }
 
+std::string TestOf(const Json& record) {
+    return Printable(record.value("group", "") + "." + record.value("test", ""));
+}
+
 // Texts may hold characters of several bytes: counted are those that begin one.
 std::string CutTo(std::string text, std::size_t columns) {
     std::size_t seen = 0;
@@ -65,18 +69,24 @@ void LiveLines::Read(const Json& record, Clock::time_point now) {
         card.expectedSeconds = record.value("expected_seconds", 0.0);
         card.began = now;
     } else if (kind == "test_started") {
-        Card& card = CardOf(record);
-        card.test = record.value("group", "") + "." + record.value("test", "");
-        card.testExpected = record.value("expected_seconds", 0.0);
-        card.percent = -1;
-        card.testBegan = now;
+        CardOf(record).running.push_back(
+            {TestOf(record), record.value("expected_seconds", 0.0), -1, now});
     } else if (kind == "test_progress") {
-        CardOf(record).percent = record.value("percent", -1);
+        for (Running& running : CardOf(record).running) {
+            if (running.test == TestOf(record)) {
+                running.percent = record.value("percent", -1);
+            }
+        }
     } else if (kind == "test_finished") {
         Card& card = CardOf(record);
         ++card.done;
-        card.doneSeconds += card.test.empty() ? 0 : card.testExpected;
-        card.test.clear();
+        const auto running =
+            std::find_if(card.running.begin(), card.running.end(),
+                         [&record](const Running& one) { return one.test == TestOf(record); });
+        if (running != card.running.end()) {
+            card.doneSeconds += running->expected;
+            card.running.erase(running);
+        }
         const std::string verdict = record.value("verdict", "");
         if (card.trouble.empty() && verdict != "passed" && verdict != "unsupported") {
             card.trouble = record.value("group", "") + "." + record.value("test", "") + " " +
@@ -109,18 +119,17 @@ std::string LiveLines::DrawCard(const Card& card, std::size_t columns, bool colo
                Coloured(line.substr(kVerdictBegins, length), card.verdict, colours) +
                line.substr(kVerdictBegins + length);
     }
-    const bool running = !card.test.empty();
-    const double gone = running ? Seconds(now - card.testBegan) : 0;
-    const double part = card.percent >= 0       ? card.percent / 100.0
-                        : card.testExpected > 0 ? std::min(gone / card.testExpected, 0.99)
-                                                : 0;
-    const double all =
-        card.expectedSeconds > 0
-            ? (card.doneSeconds + (running ? part * card.testExpected : 0)) / card.expectedSeconds
-            : 0;
+    double doneSeconds = card.doneSeconds;
+    for (const Running& running : card.running) {
+        const double gone = Seconds(now - running.began);
+        doneSeconds += running.percent >= 0 ? running.expected * running.percent / 100.0
+                                            : std::min(gone, running.expected);
+    }
+    const double all = card.expectedSeconds > 0 ? doneSeconds / card.expectedSeconds : 0;
     const std::size_t room = columns > kBesideBar ? columns - kBesideBar : 0;
     const std::size_t width = std::min(room, kWidestBar);
-    std::string line = fmt::format("{:<6} {:<9} ", card.name, running ? card.test : "waits");
+    std::string line = fmt::format("{:<6} {:<9} ", card.name,
+                                   card.running.empty() ? "waits" : card.running.front().test);
     if (width >= kNarrowestBar) {
         line += Bar(all, width) + " ";
     }

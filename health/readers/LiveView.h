@@ -28,16 +28,20 @@ public:
                                   Clock::time_point now) const;
 
 private:
+    struct Running {
+        std::string test;  // "pcie.vlw"
+        double expected = 0;
+        int percent = -1;  // the tool's own
+        Clock::time_point began;
+    };
+
     struct Card {
         std::string name;
         std::size_t tests = 0;
         std::size_t done = 0;
         double expectedSeconds = 0;
         double doneSeconds = 0;  // expected of what is done
-        std::string test;        // "pcie.vlw"; empty between tests
-        double testExpected = 0;
-        int percent = -1;  // the tool's own
-        Clock::time_point testBegan;
+        std::vector<Running> running;
         Clock::time_point began;
         double seconds = 0;   // in all, once it has finished
         std::string trouble;  // the first failure

@@ -96,6 +96,7 @@ std::uint64_t CardRun::MemorySize() const {
 }
 
 void CardRun::AddReason(const std::string& reason, const std::string& text, int status) {
+    const std::lock_guard lock(mutex_);
     const Json added = {{"reason", reason}, {"text", Bounded(text)}, {"status", status}};
     if (std::find(reasons_.begin(), reasons_.end(), added) == reasons_.end()) {
         reasons_.push_back(added);
@@ -200,19 +201,51 @@ bool CardRun::TakeLock() {
     return true;
 }
 
+std::string CardRun::WhyWedged() const {
+    const std::lock_guard lock(mutex_);
+    return wedged_;
+}
+
 void CardRun::RunSteps() {
     while (!steps_.empty()) {
+        if (std::none_of(steps_.begin(), steps_.end(),
+                         [this](const Step& step) { return MayRunNow(step); })) {
+            AwaitWaiting();
+        }
         const auto next = NextStep();
         if (!next) {
+            AwaitWaiting();
             DropSteps(host_.stop.Requested() ? host_.whyStopped() : "the card's deadline is over");
             break;
         }
         const Step step = steps_[*next];
         steps_.erase(steps_.begin() + static_cast<std::ptrdiff_t>(*next));
+        Begin(step);
+    }
+    AwaitWaiting();
+    LeaveReadyState();
+}
+
+void CardRun::Begin(const Step& step) {
+    if (step.test.row->waits && !step.test.row->disturbs) {
+        waiting_.emplace_back([this, step] { RunStep(step); });
+    } else {
         RunStep(step);
         host_.resources.Give(step.test.row->resources);
     }
-    LeaveReadyState();
+}
+
+void CardRun::AwaitWaiting() {
+    for (std::thread& thread : waiting_) {
+        thread.join();
+    }
+    waiting_.clear();
+}
+
+// What disturbs, or waits itself, comes behind what waits.
+bool CardRun::MayRunNow(const Step& step) const {
+    const TestRow& row = *step.test.row;
+    return waiting_.empty() || (!row.disturbs && !row.waits);
 }
 
 std::optional<std::size_t> CardRun::NextStep() {
@@ -222,10 +255,15 @@ std::optional<std::size_t> CardRun::NextStep() {
     // Of the last ones, only the next.
     const auto end = firstReady == steps_.begin() ? firstReady + 1 : firstReady;
     std::vector<Names> wishes;
+    std::vector<std::size_t> places;
     for (auto step = steps_.begin(); step != end; ++step) {
-        wishes.push_back(step->test.row->resources);
+        if (MayRunNow(*step)) {
+            wishes.push_back(step->test.row->resources);
+            places.push_back(static_cast<std::size_t>(step - steps_.begin()));
+        }
     }
-    return host_.resources.Take(wishes, until_, host_.stop);
+    const auto taken = host_.resources.Take(wishes, until_, host_.stop);
+    return taken ? std::optional(places[*taken]) : std::nullopt;
 }
 
 void CardRun::RunStep(const Step& step) {
@@ -260,8 +298,8 @@ std::optional<Judgement> CardRun::WhyNot(const Step& step) {
     if (host_.stop.Requested()) {
         return NotRun(host_.whyStopped());
     }
-    if (!wedged_.empty()) {
-        return NotRun(wedged_);
+    if (const std::string wedged = WhyWedged(); !wedged.empty()) {
+        return NotRun(wedged);
     }
     if (const auto why = host_.resources.Why(row.resources)) {
         return NotRun(*why);
@@ -367,10 +405,14 @@ Judgement CardRun::RunTool(const Step& step, ChildResult& child) {
 // The next run has to know of it, and nothing that it holds is free.
 void CardRun::GiveUp(const Step& step, const ChildResult& child) {
     const TestRow& row = *step.test.row;
-    wedged_ = fmt::format("{} is wedged: pid {} ({}) cannot be killed", card_.entry.card, child.pid,
-                          row.Id());
-    host_.resources.HoldForGood(row.resources, wedged_);
-    AddReason("wedged", wedged_, 2);
+    const std::string wedged = fmt::format("{} is wedged: pid {} ({}) cannot be killed",
+                                           card_.entry.card, child.pid, row.Id());
+    {
+        const std::lock_guard lock(mutex_);
+        wedged_ = wedged;
+    }
+    host_.resources.HoldForGood(row.resources, wedged);
+    AddReason("wedged", wedged, 2);
     const std::string error =
         host_.wedged.Add(card_.entry.card, row.Id(), row.resources, child.pid);
     if (!error.empty()) {
@@ -416,8 +458,11 @@ void CardRun::WriteTest(const Step& step, const Judgement& judgement, const Chil
     }
     record["evidence"] = {{"out", BoundedLines(child.out, kEvidenceLines)},
                           {"err", BoundedLines(child.err, kEvidenceLines)}};
-    judged_ += judgement.verdict == Verdict::passed || IsFailure(judgement.verdict) ? 1 : 0;
-    worst_ = static_cast<int>(Worse(static_cast<Status>(worst_), StatusOfTest(record)));
+    {
+        const std::lock_guard lock(mutex_);
+        judged_ += judgement.verdict == Verdict::passed || IsFailure(judgement.verdict) ? 1 : 0;
+        worst_ = static_cast<int>(Worse(static_cast<Status>(worst_), StatusOfTest(record)));
+    }
     host_.recorder.Write(record);
 }
 

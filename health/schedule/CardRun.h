@@ -1,10 +1,13 @@
-// All tests of one card, one after the other, and what becomes of the card.
+// All tests of one card, and what becomes of the card. They run one after the other; only a test that waits
+// most of its time has others beside it, which only read.
 #pragma once
 
 #include <chrono>
 #include <deque>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/CardAccess.h"
@@ -47,6 +50,9 @@ private:
 
     void RunSteps();
     std::optional<std::size_t> NextStep();
+    bool MayRunNow(const Step& step) const;
+    void Begin(const Step& step);
+    void AwaitWaiting();
     void RunStep(const Step& step);
     std::optional<Judgement> WhyNot(const Step& step);
     Judgement RunTool(const Step& step, ChildResult& child);
@@ -58,6 +64,7 @@ private:
     void DropSteps(const std::string& why);
 
     void AddReason(const std::string& reason, const std::string& text, int status);
+    std::string WhyWedged() const;
 
     // What the card told of itself; empty when it did not.
     std::string Fact(const char* name) const;
@@ -69,12 +76,15 @@ private:
     int number_;  // of the card: 1 for zel1
     std::deque<Step> steps_;
     std::optional<Lock> lock_;
-    std::string busy_;    // by whom the card is in use
-    std::string wedged_;  // by what
+    std::string busy_;  // by whom the card is in use
     std::string modeLeft_;
     bool inReadyState_ = false;
     std::string notReady_;  // why the card did not get there
     Clock::time_point until_;
+    std::vector<std::thread> waiting_;  // tests that wait, beside which others run
+
+    mutable std::mutex mutex_;  // of what follows
+    std::string wedged_;        // by what the card is
     Json reasons_ = Json::array();
     int judged_ = 0;
     int worst_ = 0;
