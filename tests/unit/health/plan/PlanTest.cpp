@@ -1,0 +1,104 @@
+// Plans that are accepted, and what is said of those that are not.
+#include "plan/Plan.h"
+
+#include <gmock/gmock.h>
+
+namespace zelhealth {
+namespace {
+
+using ::testing::ElementsAre;
+
+std::string ErrorOf(const std::string& text) {
+    try {
+        (void)ReadPlan("my.toml", text);
+    } catch (const PlanError& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST(Plan, HoldsItsTestsInOrderWithWhatIsSaidOfThem) {
+    const Plan plan = ReadPlan("my.toml", R"(
+about = "mine"
+tests = ["core.gec", "pcie.vlw"]
+memory = true
+card_deadline = 60
+deadline = 90.5
+[[test]]
+test = "mem.wr"
+options = ["-memSize=0x1000", "-dp=0x55"]
+repeat = 3
+deadline = 10
+)");
+    ASSERT_EQ(plan.tests.size(), 3U);
+    EXPECT_EQ(plan.tests[0].row->Id(), "core.gec");
+    EXPECT_EQ(plan.tests[1].row->Id(), "pcie.vlw");
+    EXPECT_EQ(plan.tests[2].row->Id(), "mem.wr");
+    EXPECT_THAT(plan.tests[2].options, ElementsAre("-memSize=0x1000", "-dp=0x55"));
+    EXPECT_EQ(plan.tests[2].repeat, 3);
+    EXPECT_EQ(plan.tests[2].deadline, std::chrono::seconds(10));
+    EXPECT_EQ(plan.cardDeadline, std::chrono::seconds(60));
+    EXPECT_EQ(plan.deadline, std::chrono::milliseconds(90500));
+    EXPECT_TRUE(plan.Disturbs());
+}
+
+TEST(Plan, ThatIsBuiltInHoldsNoTestOfAProvisionalTable) {
+    for (const std::string& name : BuiltInPlans()) {
+        for (const PlannedTest& test : LoadPlan(name).tests) {
+            EXPECT_NE(test.row->Id(), "pcie.vsrdv") << name;
+        }
+    }
+    EXPECT_THAT(BuiltInPlans(), ElementsAre("prolog", "check", "standard", "thorough"));
+}
+
+TEST(Plan, ForAPrologOrACheckDisturbsNobody) {
+    EXPECT_FALSE(LoadPlan("prolog").Disturbs());
+    EXPECT_FALSE(LoadPlan("check").Disturbs());
+    EXPECT_TRUE(LoadPlan("standard").Disturbs());
+    for (const PlannedTest& test : LoadPlan("prolog").tests) {
+        EXPECT_FALSE(test.row->waits) << test.row->Id();
+    }
+}
+
+TEST(Plan, ThatIsWrongIsRefusedWithItsLine) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"tests = [\"pcie.vlx\"]",
+         "my.toml:1: no test is called \"pcie.vlx\"; zelhealth list shows them"},
+        {"", "my.toml: the plan holds no tests"},
+        {"tests = []", "my.toml: the plan holds no tests"},
+        {"tests = [1]", "my.toml:1: a test is named by a text such as \"pcie.vlw\""},
+        {"tests = \"pcie.vlw\"", "my.toml:1: tests takes a list"},
+        {"\nteste = []", "my.toml:2: \"teste\" is not known here"},
+        {"tests = [\"mem.full\"]",
+         "my.toml:1: mem.full takes the card from normal mode: a plan that may do so says memory = "
+         "true"},
+        {"memory = 1", "my.toml:1: memory takes true or false"},
+        {"about = 1", "my.toml:1: about takes a text"},
+        {"deadline = 0", "my.toml:1: deadline takes seconds, more than 0 and no more than 30 days"},
+        {"deadline = nan",
+         "my.toml:1: deadline takes seconds, more than 0 and no more than 30 days"},
+        {"card_deadline = \"x\"",
+         "my.toml:1: card_deadline takes seconds, more than 0 and no more than 30 days"},
+        {"test = [1]", "my.toml:1: test takes tables"},
+        {"[[test]]\nrepeat = 1", "my.toml:1: a test needs its name: test = \"pcie.vlw\""},
+        {"[[test]]\ntest = \"pcie.vlw\"\nrepeat = 0",
+         "my.toml:3: repeat takes a number from 1 to 100000"},
+        {"[[test]]\ntest = \"pcie.vlw\"\noptions = [\"-all\"]",
+         "my.toml:3: options takes texts such as \"-memSize=0x1000000\""},
+        {"[[test]]\ntest = \"pcie.vlw\"\noptions = [\"-dbgLvl=8\"]",
+         "my.toml:3: options takes texts such as \"-memSize=0x1000000\""},
+    };
+    for (const auto& [text, error] : rows) {
+        EXPECT_EQ(ErrorOf(text), error) << text;
+    }
+    EXPECT_THAT(ErrorOf("tests = ["), ::testing::StartsWith("my.toml:1: "));
+}
+
+TEST(Plan, ThatIsNoFileIsSaidToBeNone) {
+    EXPECT_THROW((void)LoadPlan("/does/not/exist"), PlanError);
+    EXPECT_THROW((void)LoadPlan("/"), PlanError);
+    EXPECT_THROW((void)LoadPlan("/dev/zero"), PlanError);
+}
+
+}  // namespace
+}  // namespace zelhealth

@@ -1,0 +1,267 @@
+// What people, monitors and scripts see of a run: all from its records.
+#include <gmock/gmock.h>
+
+#include "readers/LiveView.h"
+#include "readers/Outcome.h"
+#include "readers/PluginLine.h"
+#include "readers/Report.h"
+
+namespace zelhealth {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::SizeIs;
+
+Json CardStarted(int card) {
+    return {{"record", "card_started"},
+            {"card", "zel" + std::to_string(card)},
+            {"pcie", "0000:0" + std::to_string(card + 2) + ":00.0"},
+            {"tests", 2},
+            {"expected_seconds", 10.0}};
+}
+
+Json TestStarted(int card, const std::string& test) {
+    return {{"record", "test_started"},
+            {"card", "zel" + std::to_string(card)},
+            {"group", "pcie"},
+            {"test", test},
+            {"expected_seconds", 5.0}};
+}
+
+Json TestFinished(int card, const std::string& test, const std::string& verdict,
+                  const std::string& reason = "") {
+    return {{"record", "test_finished"},
+            {"card", "zel" + std::to_string(card)},
+            {"group", "pcie"},
+            {"test", test},
+            {"verdict", verdict},
+            {"seconds", 1.5},
+            {"reason", reason},
+            {"messages", reason.empty() ? Json::array() : Json::array({reason})}};
+}
+
+Json CardFinished(int card, const std::string& verdict, const Json& reasons = Json::array()) {
+    return {{"record", "card_finished"},
+            {"card", "zel" + std::to_string(card)},
+            {"verdict", verdict},
+            {"reasons", reasons}};
+}
+
+Json Reason(const std::string& text, int status) {
+    return Json::array({{{"reason", "x"}, {"text", text}, {"status", status}}});
+}
+
+Json RunFinished(int status) {
+    return {{"record", "run_finished"}, {"status", status}, {"seconds", 3.0}};
+}
+
+// Eight cards, of which one has failed and one hangs.
+std::vector<Json> EightCards() {
+    std::vector<Json> records;
+    for (int card = 0; card < 8; ++card) {
+        records.push_back(CardStarted(card));
+        records.push_back(TestStarted(card, "vls"));
+        if (card != 5) {
+            records.push_back(TestFinished(card, "vls", "passed"));
+            records.push_back(TestFinished(card, "vlw", card == 2 ? "failed" : "passed",
+                                           card == 2 ? "Link trained down" : ""));
+            records.push_back(CardFinished(card, card == 2 ? "failed" : "healthy"));
+        }
+    }
+    return records;
+}
+
+// --- the exit status
+
+TEST(Outcome, IsTheWorstInTheOrderOfMonitors) {
+    EXPECT_EQ(Worse(Status::unknown, Status::critical), Status::critical);
+    EXPECT_EQ(Worse(Status::critical, Status::unknown), Status::critical);
+    EXPECT_EQ(Worse(Status::warning, Status::unknown), Status::unknown);
+    EXPECT_EQ(Worse(Status::ok, Status::warning), Status::warning);
+}
+
+TEST(Outcome, OfEachVerdict) {
+    const std::pair<const char*, Status> rows[] = {
+        {"passed", Status::ok},         {"unsupported", Status::ok},
+        {"failed", Status::critical},   {"timed_out", Status::critical},
+        {"crashed", Status::critical},  {"skipped", Status::warning},
+        {"not_run", Status::warning},   {"setup", Status::unknown},
+        {"something", Status::unknown}, {"", Status::unknown},
+    };
+    for (const auto& [verdict, status] : rows) {
+        Outcome outcome;
+        outcome.Read(TestFinished(0, "vlw", verdict, "x"));
+        EXPECT_EQ(outcome.Get(), status) << verdict;
+    }
+    Json waived = TestFinished(0, "vlw", "failed");
+    waived["waived"] = "until then";
+    EXPECT_EQ(StatusOfTest(waived), Status::warning);
+    waived["verdict"] = "setup";
+    EXPECT_EQ(StatusOfTest(waived), Status::unknown);
+}
+
+TEST(Outcome, OfReasons) {
+    Outcome outcome;
+    outcome.Read(CardFinished(0, "failed", Reason("missing", 2)));
+    EXPECT_EQ(outcome.Get(), Status::critical);
+    EXPECT_EQ(StatusOfReasons(Reason("odd", 7)), Status::unknown);
+    EXPECT_EQ(StatusOfReasons(Json::array({Json::object()})), Status::unknown);
+    EXPECT_FALSE(outcome.Finished());
+}
+
+// --- the closing report
+
+TEST(Report, SaysOfEachFailureWhatItMeansAndWhatToDo) {
+    Report report;
+    report.Read(CardStarted(0));
+    report.Read(TestFinished(0, "vls", "passed"));
+    report.Read(TestFinished(0, "vlw", "failed", "Link trained down"));
+    report.Read(CardFinished(0, "failed"));
+    report.Read(RunFinished(2));
+    EXPECT_EQ(report.Text(80, false),
+              "card   PCIe address  verdict    seconds  tests\n"
+              "zel0   0000:02:00.0  failed         3.0  1 passed, 1 failed\n"
+              "\n"
+              "zel0  pcie.vlw  failed\n"
+              "  seen   Link trained down\n"
+              "  means  The link has not 16 lanes: the card transfers more slowly than it\n"
+              "         could.\n"
+              "  next   Reseat the card; try a slot of 16 lanes.\n"
+              "\n"
+              "1 failed; 3.0 seconds; exit status 2\n");
+}
+
+TEST(Report, SaysOnceWhatSeveralSayAlike) {
+    Report report;
+    for (int card = 0; card < 3; ++card) {
+        report.Read(CardStarted(card));
+        report.Read(TestFinished(card, "vlw", "setup", "ssh is missing"));
+        report.Read(TestFinished(card, "vls", "setup", "ssh is missing"));
+    }
+    EXPECT_THAT(report.Text(80, false), HasSubstr("zel0, zel1, zel2  pcie.vlw, pcie.vls  setup\n"));
+}
+
+TEST(Report, SaysThatARunWasBrokenOff) {
+    Report report;
+    report.Read(CardStarted(0));
+    report.Read(TestFinished(0, "vls", "passed"));
+    const std::string text = report.Text(80, false);
+    EXPECT_THAT(text, HasSubstr("the run was broken off"));
+    EXPECT_THAT(text, Not(HasSubstr("healthy")));
+}
+
+TEST(Report, ObeysNothingThatACardSays) {
+    Report report;
+    report.Read(CardStarted(0));
+    report.Read(TestFinished(0, "vlw", "failed", "\033[2J\007x"));
+    report.Read(CardFinished(0, "failed", Reason("\033]0;title\007", 2)));
+    const std::string text = report.Text(80, false);
+    EXPECT_EQ(text.find('\033'), std::string::npos);
+    EXPECT_EQ(text.find('\007'), std::string::npos);
+}
+
+TEST(Report, FitsIntoItsColumns) {
+    Report report;
+    for (const Json& record : EightCards()) {
+        report.Read(record);
+    }
+    report.Read(
+        CardFinished(5, "failed", Reason(std::string(300, 'x') + " " + std::string(90, 'y'), 2)));
+    report.Read(RunFinished(2));
+    const std::string text = report.Text(80, false);
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = text.find('\n', begin);
+        EXPECT_LE(end - begin, 80U) << text.substr(begin, end - begin);
+        begin = end + 1;
+    }
+}
+
+TEST(Report, HasColoursWhereTheyAreWanted) {
+    Report report;
+    for (const Json& record : EightCards()) {
+        report.Read(record);
+    }
+    EXPECT_THAT(report.Text(80, true), HasSubstr("\033[31mfailed"));
+    EXPECT_EQ(report.Text(80, false).find('\033'), std::string::npos);
+}
+
+// --- while it runs
+
+std::vector<std::string> DrawEight(std::size_t rows, std::size_t columns) {
+    LiveLines lines;
+    const auto begin = LiveLines::Clock::time_point() + 1000s;
+    for (const Json& record : EightCards()) {
+        lines.Read(record, begin);
+    }
+    return lines.Draw(rows, columns, false, begin + 3s);
+}
+
+TEST(LiveLines, AreALineACard) {
+    const std::vector<std::string> lines = DrawEight(23, 79);
+    ASSERT_THAT(lines, SizeIs(8));
+    EXPECT_EQ(lines[0], "zel0   healthy   2/2  0 s  ");
+    EXPECT_EQ(lines[2], "zel2   failed    2/2  0 s  pcie.vlw failed: Link trained down");
+    EXPECT_EQ(lines[5], "zel5   pcie.vls  [#######.................]  0/2  3 s of 10 s");
+}
+
+TEST(LiveLines, FitIntoNarrowAndLowTerminals) {
+    for (const std::size_t columns : {1U, 10U, 20U, 40U, 50U, 79U, 199U}) {
+        for (const std::size_t rows : {0U, 1U, 3U, 8U, 49U}) {
+            const std::vector<std::string> lines = DrawEight(rows, columns);
+            EXPECT_LE(lines.size(), rows);
+            for (const std::string& line : lines) {
+                EXPECT_LE(line.size(), columns) << line;
+            }
+        }
+    }
+}
+
+TEST(LiveLines, ShowThoseThatRunWhereThereIsNoRoomForAll) {
+    const std::vector<std::string> lines = DrawEight(3, 79);
+    ASSERT_THAT(lines, SizeIs(2));
+    EXPECT_THAT(lines[0], HasSubstr("zel5"));
+    EXPECT_EQ(lines[1], "7 of 8 cards are done");
+}
+
+TEST(LiveLines, FollowTheToolsOwnPercentage) {
+    LiveLines lines;
+    const auto begin = LiveLines::Clock::time_point() + 1000s;
+    lines.Read(CardStarted(0), begin);
+    lines.Read(TestStarted(0, "vls"), begin);
+    Json progress = TestStarted(0, "vls");
+    progress["record"] = "test_progress";
+    progress["percent"] = 80;
+    lines.Read(progress, begin);
+    EXPECT_THAT(lines.Draw(5, 79, false, begin + 1s),
+                ElementsAre("zel0   pcie.vls  [#########...............]  0/2  1 s of 10 s"));
+}
+
+// --- monitors
+
+TEST(PluginLine, TellsWhatIsCriticalFirst) {
+    PluginLine line;
+    line.Read({{"record", "run_started"},
+               {"found", Json::array({"zel0", "zel1"})},
+               {"expected", Json::array({"zel0", "zel1"})}});
+    line.Read(TestFinished(0, "vls", "not_run", "held"));
+    line.Read(TestFinished(1, "vlw", "failed", "Link trained down | x=1\n"));
+    line.Read(CardFinished(0, "unknown"));
+    line.Read(CardFinished(1, "failed"));
+    line.Read(RunFinished(2));
+    EXPECT_EQ(line.Text(),
+              "ZEL CRITICAL - zel1: pcie.vlw Link trained down / x=1?; zel0: pcie.vls held | "
+              "cards=2;;;0;2 healthy=0;;;0;2 failed=1;;;0;2 tests_passed=0 tests_failed=1 "
+              "tests_not_judged=1 time=3.00s");
+}
+
+TEST(PluginLine, CallsNoBrokenOffRunHealthy) {
+    PluginLine line;
+    line.Read(CardFinished(0, "healthy"));
+    EXPECT_THAT(line.Text(), ::testing::StartsWith("ZEL UNKNOWN - the run was broken off | "));
+}
+
+}  // namespace
+}  // namespace zelhealth
