@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <atomic>
 #include <thread>
 
 #include "run/Child.h"
@@ -16,6 +18,7 @@ namespace {
 constexpr int kRefusedStatus = 1;
 constexpr int kNoSuchCardStatus = 2;
 constexpr int kNotLoaded = 127;
+constexpr std::size_t kMostAtOnce = 32;
 
 std::string FirstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
@@ -61,6 +64,28 @@ CardReply Read(const std::string& program, const ChildResult& child) {
     return Broken(program, child);
 }
 
+void AskCard(const CardAccess& access, CardList::Entry& entry, const Stop& stop) {
+    CardReply reply = access.Ask({"facts", entry.card}, stop);
+    entry.kind = reply.kind;
+    entry.error = reply.error;
+    entry.wedged = reply.wedged;
+    if (reply.Answered())
+        entry.facts = std::move(reply.answer);
+}
+
+// Side by side, so that a card that is silent holds up no other; but not a host of hundreds of cards all
+// at once.
+void AskAll(const CardAccess& access, std::vector<CardList::Entry>& cards, const Stop& stop) {
+    std::atomic<std::size_t> next{0};
+    const auto work = [&] {
+        for (std::size_t i = next++; i < cards.size(); i = next++)
+            AskCard(access, cards[i], stop);
+    };
+    std::vector<std::jthread> workers;
+    for (std::size_t i = 0; i < std::min(cards.size(), kMostAtOnce); ++i)
+        workers.emplace_back(work);
+}
+
 }  // namespace
 
 CardReply ZelCard::Ask(const std::vector<std::string>& words, const Stop& stop) const {
@@ -101,18 +126,7 @@ CardList ListCards(const CardAccess& access, const Stop& stop) {
                               .pcie = identity.value("pcie", ""),
                               .facts = identity,
                               .error = ""});
-    std::vector<std::jthread> questions;
-    for (CardList::Entry& entry : list.cards) {
-        questions.emplace_back([&access, &stop, &entry] {
-            CardReply reply = access.Ask({"facts", entry.card}, stop);
-            entry.kind = reply.kind;
-            entry.error = reply.error;
-            entry.wedged = reply.wedged;
-            if (reply.Answered())
-                entry.facts = std::move(reply.answer);
-        });
-    }
-    questions.clear();
+    AskAll(access, list.cards, stop);
     return list;
 }
 

@@ -35,6 +35,9 @@ constexpr int kSshFailed = 255;
 constexpr std::string_view kNeeds[] = {"libraries",     "settings", "ssh",          "scp",
                                        "card_programs", "host_key", "memdiag_image"};
 
+// Of every other card the tool thinks as of one of the older generation.
+constexpr char kCurrent[] = "er1x";
+
 constexpr const char* kPrograms[] = {"cache_workload", "vpu_workload", "vorl_accept_dma_zel",
                                      "vorl_connect_dma_zel"};
 
@@ -303,10 +306,11 @@ Preflight::Fault Preflight::CheckPrograms(const std::string& generation,
                         "no program can be sent to a card from there",
                         folder_.string()),
             "install the tool below a path of letters, digits, \"/\", \"-\", \"_\" and \".\"");
+    const char* const suffix = generation == kCurrent ? "er1x" : "ev1x";
     for (const char* program : kPrograms) {
         if (!name.empty() && name != program)
             continue;
-        const fs::path file = folder_ / fmt::format("{}_{}", program, generation);
+        const fs::path file = folder_ / fmt::format("{}_{}", program, suffix);
         if (const std::string why = WhyNot(file, R_OK | X_OK); !why.empty())
             return Setup(fmt::format("{} cannot be sent to a card: {}", file.string(), why),
                          Install("--reinstall zeldiag-card-programs", "zeldiag-card-programs"));
@@ -315,7 +319,7 @@ Preflight::Fault Preflight::CheckPrograms(const std::string& generation,
 }
 
 Preflight::Fault Preflight::CheckImage(const std::string& generation) const {
-    const fs::path& image = generation == "er1x" ? places_.currentImage : places_.olderImage;
+    const fs::path& image = generation == kCurrent ? places_.currentImage : places_.olderImage;
     const std::string why = WhyNot(image, R_OK);
     if (why.empty())
         return std::nullopt;

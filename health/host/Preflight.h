@@ -39,7 +39,7 @@ struct PreflightFault {
 
 struct PreflightCard {
     std::string card;        // "zel1"
-    std::string generation;  // "er1x" or "ev1x"
+    std::string generation;  // "er1x", "ev1x" or "unknown"
     std::string mode;  // a card that is not in normal mode takes no login, and is not asked for one
 };
 
