@@ -78,6 +78,9 @@ int main(int argc, char** argv) {
     using namespace zelcard;
     CLI::App app("Asks the card-access library about cards, and prints one JSON object");
     app.require_subcommand(1);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("zelcard: ") + error.what() + "\n";
+    });
     Request request;
     constexpr char kCardHelp[] = "zel1, 1 or 0000:03:00.0";
 

@@ -21,11 +21,12 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kColumns = 9;
+// As many as a terminal of 80 columns shows; the rest is in the JSON.
+constexpr std::size_t kColumns = 8;
 using Row = std::array<std::string, kColumns>;
 
-const Row kTitles = {"card", "PCIe address", "generation", "mode", "flash",
-                     "SMC",  "memory",       "cores",      "uuid"};
+const Row kTitles = {"card",  "PCIe address", "generation", "mode",
+                     "flash", "SMC",          "memory",     "cores"};
 
 // A fact that the card did not tell is a question mark; why not is said below the table.
 std::string Show(const json& facts, const char* path) {
@@ -55,8 +56,7 @@ Row MakeRow(const CardList::Entry& entry) {
             Show(facts, "/firmware/flash"),
             Show(facts, "/firmware/smc"),
             ShowMemory(facts),
-            Show(facts, "/cores"),
-            Show(facts, "/uuid")};
+            Show(facts, "/cores")};
 }
 
 void PrintTable(const std::vector<Row>& rows) {
@@ -120,12 +120,20 @@ void PrintForMachines(const CardList& list) {
     }
 }
 
+// An item that cards of this kind do not have is no fault of this one.
+bool IsAtFault(const CardList::Entry& entry) {
+    constexpr unsigned kNotSupported = 8;
+    const json errors = entry.facts.value("errors", json::object());
+    return std::any_of(errors.begin(), errors.end(), [](const json& error) {
+        return error.value("status", 0U) != kNotSupported;
+    });
+}
+
 ExitStatus Judge(const CardList& list) {
     ExitStatus worst = kGood;
     for (const CardList::Entry& entry : list.cards) {
         worst = Worse(worst, StatusOf(entry.kind));
-        if (!Troubles(entry).empty())
-            worst = Worse(worst, entry.kind == CardReply::Kind::answered ? kCritical : kGood);
+        worst = Worse(worst, IsAtFault(entry) ? kCritical : kGood);
     }
     return worst;
 }
