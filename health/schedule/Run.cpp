@@ -147,7 +147,8 @@ private:
         return places;
     }
 
-    std::vector<Restoration> Recover() { return modes_.Recover(watch_.AtOnce()); }
+    // What there is no time for is left to the next run.
+    std::vector<Restoration> Recover() { return modes_.Recover(watch_.Ending()); }
 
     void Note(const std::string& reason, const std::string& text, int status) {
         recorder_.Write(
@@ -177,11 +178,13 @@ private:
         });
     }
 
-    static RunCard Missing(const std::string& name) {
+    // A card that the library does not list is missing, unless there was no time to ask the library.
+    static RunCard Unlisted(const std::string& name, const CardReply& enumeration) {
         RunCard card;
         card.entry.card = name;
         card.entry.facts = nlohmann::json::object();
-        card.present = false;
+        card.entry.kind = enumeration.kind;
+        card.present = enumeration.kind == CardReply::Kind::stopped;
         return card;
     }
 
@@ -198,12 +201,12 @@ private:
                 std::any_of(list.cards.begin(), list.cards.end(),
                             [&name](const auto& entry) { return entry.card == name; });
             if (!known && IsAsked(name, "")) {
-                cards.push_back(Missing(name));
+                cards.push_back(Unlisted(name, list.enumeration));
             }
         }
         for (const std::string& name : settings_.cards) {
             if (!Holds(cards, name)) {
-                cards.push_back(Missing(name));
+                cards.push_back(Unlisted(name, list.enumeration));
             }
         }
         for (const WedgedNote& note : wedged_.Living()) {
