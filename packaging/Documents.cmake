@@ -22,6 +22,8 @@ function(component_of program result)
 endfunction()
 
 file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[1-8])
+# The companion is not installed, nor is its page.
+list(FILTER pages EXCLUDE REGEX "/zelhealth\\.8$")
 foreach(page IN LISTS pages)
   cmake_path(GET page FILENAME name)
   cmake_path(GET page STEM program)
