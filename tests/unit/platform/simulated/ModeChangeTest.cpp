@@ -10,6 +10,9 @@
 #include <stdexcept>
 #include <thread>
 
+#include "HostClock.h"
+#include "HostState.h"
+
 namespace simulated {
 namespace {
 
@@ -54,6 +57,43 @@ TEST_F(ModeChange, WaitsUntilTheHostHasFollowed) {
     followed = true;
     told.Close();
     teller.join();
+}
+
+// The mode that a card has, and whether the host was told on the way.
+struct Found {
+    ZEL_CARD_USAGE_MODE mode;
+    bool told;
+};
+
+Found Find(const UsageMode::Value& value) {
+    const Descriptor listener = ListenForModeChanges();
+    CardState card{};
+    card.usageMode.Store(value);
+    Found found{ZEL_USAGE_MODE_NOP, false};
+    std::atomic<bool> ended = false;
+    std::thread finder([&] {
+        found.mode = HostState::UsageModeOf(card);
+        ended = true;
+    });
+    // Who tells waits until it is heard.
+    for (bool last = false; !last && !found.told;) {
+        last = ended;
+        found.told = Descriptor(accept(listener.Get(), nullptr, nullptr)).IsOpen();
+    }
+    finder.join();
+    return found;
+}
+
+TEST_F(ModeChange, IsToldByWhoeverFindsTheCardArrivedFirst) {
+    const Found arrived = Find({.mode = ZEL_USAGE_MODE_NORMAL, .arrives = 1});
+    EXPECT_EQ(arrived.mode, ZEL_USAGE_MODE_NORMAL);
+    EXPECT_TRUE(arrived.told);
+    const Found settled = Find({.mode = ZEL_USAGE_MODE_NORMAL});
+    EXPECT_EQ(settled.mode, ZEL_USAGE_MODE_NORMAL);
+    EXPECT_FALSE(settled.told);
+    const Found underWay = Find({.mode = ZEL_USAGE_MODE_NORMAL, .arrives = HostClock() * 2});
+    EXPECT_EQ(underWay.mode, ZEL_USAGE_MODE_IN_TRANSITION);
+    EXPECT_FALSE(underWay.told);
 }
 
 TEST_F(ModeChange, HasOneListener) {
