@@ -41,7 +41,7 @@ std::string MakeDurableFolder(const fs::path& folder) {
     std::error_code error;
     if (fs::is_directory(folder, error))
         return "";
-    const std::string above = MakeDurableFolder(folder.parent_path());
+    std::string above = MakeDurableFolder(folder.parent_path());
     if (!above.empty())
         return above;
     if (std::string fault = MakeFolder(folder); !fault.empty())

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "Scratch.h"
+#include "catalogue/Catalogue.h"
 #include "host/SettingsFile.h"
 
 namespace zelhealth {
@@ -79,6 +80,13 @@ TEST_F(PreflightTest, KnowsItsWords) {
     EXPECT_FALSE(Preflight::IsNeed("ssh:x"));
     EXPECT_FALSE(Preflight::IsNeed("shh"));
     EXPECT_FALSE(Preflight::IsNeed(""));
+}
+
+TEST(PreflightWords, AreThoseOfTheCatalogue) {
+    for (const TestRow& row : Catalogue::BuiltIn().Tests()) {
+        for (const std::string& need : row.needs)
+            EXPECT_TRUE(Preflight::IsNeed(need)) << row.Id() << " needs " << need;
+    }
 }
 
 TEST_F(PreflightTest, AToolThatDoesNotStart) {
