@@ -170,6 +170,11 @@ bool CardRun::Prepare() {
     } else if (kind == Kind::answered && Mode() != "normal") {
         AddReason("mode", fmt::format("it is in mode {}, in which no job can use it", Mode()), 2);
     }
+    // The tool passes any number of cores.
+    if (const auto cores = card_.entry.facts.find("cores");
+        cores != card_.entry.facts.end() && *cores == 0) {
+        AddReason("cores", "no core of it is enabled", 2);
+    }
     AskWhetherBusy();
     return TakeLock();
 }
