@@ -315,6 +315,7 @@ TEST_F(Twisted, AVerdictInFreeTextIsNoPass) {
     EXPECT_EQ(With("free text", "Test 2: PASSED"), Verdict::crashed);
     EXPECT_EQ(With("free text", "Test 2: PASSED\n\nPCIE Diagnostics : ENDS"), Verdict::crashed);
     EXPECT_EQ(With("free text", "Test 2: FAILED"), Verdict::failed);
+    EXPECT_EQ(Of("Test 2: PASSED\n" + Healthy()).verdict, Verdict::crashed);
 }
 
 TEST_F(Twisted, AnotherCardOrTestIsNoPass) {
