@@ -170,10 +170,16 @@ bool CardRun::Prepare() {
     } else if (kind == Kind::answered && Mode() != "normal") {
         AddReason("mode", fmt::format("it is in mode {}, in which no job can use it", Mode()), 2);
     }
-    // The tool passes any number of cores.
-    if (const auto cores = card_.entry.facts.find("cores");
-        cores != card_.entry.facts.end() && *cores == 0) {
+    // The tool passes any number of cores, and without a memory test any size of memory.
+    const auto isNone = [this](const char* fact) {
+        const auto found = card_.entry.facts.find(fact);
+        return found != card_.entry.facts.end() && *found == 0;
+    };
+    if (isNone("cores")) {
         AddReason("cores", "no core of it is enabled", 2);
+    }
+    if (isNone("memory_size")) {
+        AddReason("memory", "it has no memory", 2);
     }
     AskWhetherBusy();
     return TakeLock();
