@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -95,30 +96,33 @@ inline Options ParseArguments(int argc, char** argv, const Program& program) {
     return options;
 }
 
-// What one thread found wrong: every fault is counted, the first few are told.
+// What one thread found wrong: every fault is counted, the first few are told. It takes no memory that
+// may run out.
 class Findings {
 public:
     __attribute__((format(printf, 2, 3))) void Add(const char* format, ...) {
+        if (count_ < kTold) {
+            va_list arguments;
+            va_start(arguments, format);
+            std::vsnprintf(lines_[count_].data(), kLineBytes, format, arguments);
+            va_end(arguments);
+        }
         ++count_;
-        if (lines_.size() == kTold)
-            return;
-        std::array<char, kLineBytes> line{};
-        va_list arguments;
-        va_start(arguments, format);
-        std::vsnprintf(line.data(), line.size(), format, arguments);
-        va_end(arguments);
-        lines_.emplace_back(line.data());
     }
 
     std::uint64_t Count() const { return count_; }
-    const std::vector<std::string>& Lines() const { return lines_; }
+
+    void Print() const {
+        for (std::size_t line = 0; line < std::min<std::uint64_t>(count_, kTold); ++line)
+            std::printf("MISMATCH: %s\n", lines_[line].data());
+    }
 
 private:
     static constexpr std::size_t kTold = 4;
     static constexpr std::size_t kLineBytes = 256;
 
     std::uint64_t count_ = 0;
-    std::vector<std::string> lines_;
+    std::array<std::array<char, kLineBytes>, kTold> lines_{};
 };
 
 // A thread of the workload.
@@ -152,8 +156,13 @@ inline void BindToProcessor(Worker& worker) {
                             worker.processor);
 }
 
+inline const char* Reason(const std::exception& failure) {
+    return dynamic_cast<const std::bad_alloc*>(&failure) != nullptr ? "no memory" : failure.what();
+}
+
 // Runs body(worker, cancelled) on a thread for each processor, on at least `minimum` threads, and
-// returns when all have ended. `cancelled` tells a body that another thread will not come.
+// returns when all have ended. `cancelled` tells a body that another thread will not come, because it could
+// not be started or has run out of memory.
 template <typename Body>
 std::vector<Worker> RunOnEveryProcessor(std::size_t minimum, const Body& body) {
     const std::vector<int> processors = UsableProcessors();
@@ -164,14 +173,20 @@ std::vector<Worker> RunOnEveryProcessor(std::size_t minimum, const Body& body) {
         workers[i].index = i;
         workers[i].processor = processors[i % processors.size()];
     }
+    threads.reserve(workers.size());
     for (Worker& worker : workers) {
         try {
             threads.emplace_back([&body, &worker, &cancelled] {
                 BindToProcessor(worker);
-                body(worker, cancelled);
+                try {
+                    body(worker, cancelled);
+                } catch (const std::exception& failure) {
+                    worker.findings.Add("thread %zu: %s", worker.index, Reason(failure));
+                    cancelled = true;
+                }
             });
-        } catch (const std::system_error& failure) {
-            worker.findings.Add("thread %zu: cannot be started: %s", worker.index, failure.what());
+        } catch (const std::exception& failure) {
+            worker.findings.Add("thread %zu: cannot be started: %s", worker.index, Reason(failure));
             cancelled = true;
             break;
         }
@@ -192,8 +207,7 @@ inline int Conclude(const std::vector<Worker>& workers) {
     std::uint64_t faults = 0;
     for (const Worker& worker : workers) {
         faults += worker.findings.Count();
-        for (const std::string& line : worker.findings.Lines())
-            std::printf("MISMATCH: %s\n", line.c_str());
+        worker.findings.Print();
     }
     if (faults == 0)
         std::printf("TEST PASSED\n");
@@ -214,7 +228,7 @@ int Main(int argc, char** argv, const Program& program, const Run& run) {
         std::printf("%s\n%s", error.what(), program.usage);
         return kMisused;
     } catch (const std::exception& error) {
-        std::printf("TEST FAILED: %s\n", error.what());
+        std::printf("TEST FAILED: %s\n", Reason(error));
         return kFailed;
     }
 }

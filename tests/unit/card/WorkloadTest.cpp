@@ -217,19 +217,31 @@ TEST(VpuWorkload, UsesEveryProcessor) {
                                          "lanes\n"));
 }
 
-TEST(Workloads, UseNoProcessorThatTheyMayNot) {
-    cpu_set_t all;
-    cpu_set_t first;
-    ASSERT_EQ(sched_getaffinity(0, sizeof(all), &all), 0);
-    CPU_ZERO(&first);
-    for (int processor = 0; CPU_COUNT(&first) == 0; ++processor) {
-        if (CPU_ISSET(processor, &all))
-            CPU_SET(processor, &first);
+// Leaves one processor to the workloads while it lives.
+class OneProcessor {
+public:
+    OneProcessor() {
+        EXPECT_EQ(sched_getaffinity(0, sizeof(all_), &all_), 0);
+        cpu_set_t first;
+        CPU_ZERO(&first);
+        for (int processor = 0; CPU_COUNT(&first) == 0; ++processor) {
+            if (CPU_ISSET(processor, &all_))
+                CPU_SET(processor, &first);
+        }
+        EXPECT_EQ(sched_setaffinity(0, sizeof(first), &first), 0);
     }
-    ASSERT_EQ(sched_setaffinity(0, sizeof(first), &first), 0);
+    ~OneProcessor() { EXPECT_EQ(sched_setaffinity(0, sizeof(all_), &all_), 0); }
+    OneProcessor(const OneProcessor&) = delete;
+    OneProcessor& operator=(const OneProcessor&) = delete;
+
+private:
+    cpu_set_t all_{};
+};
+
+TEST(Workloads, UseNoProcessorThatTheyMayNot) {
+    const OneProcessor one;
     const Result vpu = Execute("vpu_workload_er1x --rounds=1");
     const Result cache = Execute("cache_workload_er1x --rounds=2");
-    ASSERT_EQ(sched_setaffinity(0, sizeof(all), &all), 0);
     ExpectPassed(vpu);
     ExpectPassed(cache);
     EXPECT_THAT(vpu.output, HasSubstr(": 1 threads, "));
@@ -303,6 +315,38 @@ TEST(CacheWorkload, DoesNotWaitForeverForALineThatIsLost) {
     ExpectFailed(result);
     EXPECT_THAT(result.output, HasSubstr("pingpong, line 5, address 0x"));
     EXPECT_THAT(result.output, HasSubstr("expected turn 1, found turn 0 after 2 seconds\n"));
+}
+
+// Whatever the memory suffices for: the start of the program, of a thread, the buffers of one thread or of
+// both. A thread that ends waits for no other, which here would take longer than the test may.
+TEST(CacheWorkload, SaysThatMemoryHasRunOutAndEnds) {
+    const OneProcessor one;  // two threads
+    bool inAThread = false;
+    bool atItsStart = false;
+    bool enough = false;
+    for (int kilobytes = 4000; !enough && kilobytes < 40000; kilobytes += 200) {
+        const std::string limits =
+            "ulimit -s 8192; ulimit -v " + std::to_string(kilobytes) + "; exec < /dev/null; ";
+        const Result result = ExecuteAs(limits, "cache_workload_er1x --rounds=1 --wait=600");
+        SCOPED_TRACE(std::to_string(kilobytes) + " kB");
+        enough = result.status == 0;
+        if (enough) {
+            ExpectPassed(result);
+            continue;
+        }
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.output, testing::ContainsRegex("TEST FAILED: [1-9no]"));
+        EXPECT_THAT(result.output, Not(HasSubstr("TEST PASSED")));
+        const bool noMemory = result.output.find(": no memory\n") != std::string::npos;
+        const bool notStarted = result.output.find("cannot be started") != std::string::npos;
+        EXPECT_TRUE(noMemory || notStarted) << result.output;
+        atItsStart = atItsStart || notStarted;
+        for (const std::string& line : result.Mismatches())
+            inAThread = inAThread || line.ends_with(": no memory");
+    }
+    EXPECT_TRUE(inAThread) << "no limit let a thread start and not have its buffers";
+    EXPECT_TRUE(atItsStart) << "no limit kept a thread from starting";
+    EXPECT_TRUE(enough);
 }
 
 TEST(CacheWorkload, UsesEveryProcessorAndAtLeastTwoThreads) {
