@@ -45,7 +45,8 @@ struct Corruption {
 
 struct Options {
     std::uint64_t rounds = 0;
-    std::uint64_t waitSeconds = 30;  // for another thread, before it counts as lost
+    std::uint64_t waitSeconds = 30;    // for another thread, before it counts as lost
+    std::optional<std::string> level;  // of the processor's instructions, instead of all of them
     std::optional<Corruption> corruption;
 };
 
@@ -70,13 +71,16 @@ struct Program {
     const char* usage;
     const char* corruptVariable;  // of the environment: stands for --corrupt
     std::uint64_t defaultRounds;
+    bool hasLevels;  // takes --level
 };
 
 inline Options ParseArguments(int argc, char** argv, const Program& program) {
     constexpr std::string_view kRounds = "--rounds=";
     constexpr std::string_view kWait = "--wait=";
     constexpr std::string_view kCorrupt = "--corrupt=";
-    Options options{.rounds = program.defaultRounds, .corruption = std::nullopt};
+    constexpr std::string_view kLevel = "--level=";
+    Options options{
+        .rounds = program.defaultRounds, .level = std::nullopt, .corruption = std::nullopt};
     // On a card a program is given no arguments.
     if (const char* const corruption = std::getenv(program.corruptVariable))
         options.corruption = ParseCorruption(corruption);
@@ -88,6 +92,8 @@ inline Options ParseArguments(int argc, char** argv, const Program& program) {
             options.waitSeconds = ParseNumber(word.substr(kWait.size()));
         else if (word.starts_with(kCorrupt))
             options.corruption = ParseCorruption(word.substr(kCorrupt.size()));
+        else if (program.hasLevels && word.starts_with(kLevel))
+            options.level = word.substr(kLevel.size());
         else
             throw UsageError("\"" + std::string(word) + "\" is no argument of this program");
     }

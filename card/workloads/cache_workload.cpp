@@ -19,7 +19,10 @@ constexpr char kUsage[] =
     "  OPERATION is walk, link, write, pingpong or lost\n"
     "  the environment variable CACHE_WORKLOAD_CORRUPT stands for --corrupt\n";
 
-constexpr workload::Program kProgram = {kUsage, "CACHE_WORKLOAD_CORRUPT", 300};
+constexpr workload::Program kProgram = {.usage = kUsage,
+                                        .corruptVariable = "CACHE_WORKLOAD_CORRUPT",
+                                        .defaultRounds = 300,
+                                        .hasLevels = false};
 
 using workload::Worker;
 

@@ -1,77 +1,58 @@
-// The vector-unit workload: vector arithmetic on every processor of the card, each lane of each result
-// compared, bit by bit, with what scalar arithmetic makes of the same numbers.
+// The vector-unit workload: vector arithmetic on every processor of the card, in vectors of every width that
+// it has instructions for, each lane of each result compared, bit by bit, with what scalar arithmetic makes
+// of the same numbers.
 //
-// A lane that differs is told with operation, lane, expected and found value, and the program fails.
+// A lane that differs is told with level, operation, lane, expected and found value, and the program fails.
+#include <algorithm>
 #include <array>
 #include <bit>
-#include <cstring>
-#include <type_traits>
 
+#include "VectorCode.h"
 #include "Workload.h"
-
-// Where the processor may have wider vector units than the compiler assumes, a second version of the
-// vector code uses them, fused multiply-add among them.
-#if defined(__x86_64__)
-#define WIDEST_VECTORS __attribute__((target_clones("default", "arch=haswell")))
-#else
-#define WIDEST_VECTORS
-#endif
 
 namespace {
 
+using vectors::Kind;
+using vectors::kLanes;
+using vectors::kOperationCount;
+using vectors::Operands;
+using vectors::Results;
+
 constexpr char kUsage[] =
-    "usage: vpu_workload [--rounds=N] [--corrupt=[KIND-]OPERATION:LANE]\n"
+    "usage: vpu_workload [--rounds=N] [--level=LEVEL] [--corrupt=[KIND-]OPERATION:LANE]\n"
+    "  LEVEL is baseline, x86-64-v3 or x86-64-v4; all that the processor has without it\n"
     "  KIND is single, double or integer; all of them without it\n"
-    "  OPERATION is add, multiply, fma, shuffle or reduce\n"
+    "  OPERATION is add, subtract, multiply, fma, shuffle, compare or reduce\n"
     "  the environment variable VPU_WORKLOAD_CORRUPT stands for --corrupt\n";
 
-constexpr workload::Program kProgram = {kUsage, "VPU_WORKLOAD_CORRUPT", 400000};
+constexpr workload::Program kProgram = {.usage = kUsage,
+                                        .corruptVariable = "VPU_WORKLOAD_CORRUPT",
+                                        .defaultRounds = 400000,
+                                        .hasLevels = true};
 
-constexpr std::size_t kVectorBytes = 64;
+constexpr std::array<const char*, kOperationCount> kOperationNames = {
+    "add", "subtract", "multiply", "fma", "shuffle", "compare", "reduce"};
 
-enum Operation : std::size_t { kAdd, kMultiply, kFma, kShuffle, kReduce, kOperationCount };
-constexpr std::array<const char*, kOperationCount> kOperationNames = {"add", "multiply", "fma",
-                                                                      "shuffle", "reduce"};
-
-// The kinds of lanes, each with the integers of its width.
-template <typename T>
-struct Kind;
-template <>
-struct Kind<float> {
-    static constexpr char kName[] = "single";
-    using Index = std::int32_t;
-    using Bits = std::uint32_t;
-};
-template <>
-struct Kind<double> {
-    static constexpr char kName[] = "double";
-    using Index = std::int64_t;
-    using Bits = std::uint64_t;
-};
-template <>
-struct Kind<std::uint32_t> {
-    static constexpr char kName[] = "integer";
-    using Index = std::int32_t;
-    using Bits = std::uint32_t;
+// The versions of the vector code. All that the processor can run are run: each uses instructions that the
+// others do not.
+struct Level {
+    const char* name;
+    const vectors::VectorCode* code;
+    bool here;
 };
 
-template <typename T>
-constexpr std::size_t kLanes = kVectorBytes / sizeof(T);
+std::vector<Level> Levels() {
+#if defined(__x86_64__)
+    __builtin_cpu_init();
+    return {{"baseline", &vectors::baseline::kCode, true},
+            {"x86-64-v3", &vectors::v3::kCode, __builtin_cpu_supports("x86-64-v3") != 0},
+            {"x86-64-v4", &vectors::v4::kCode, __builtin_cpu_supports("x86-64-v4") != 0}};
+#else
+    return {{"baseline", &vectors::baseline::kCode, true}};
+#endif
+}
 
-template <typename T>
-using Lanes = std::array<T, kLanes<T>>;
-
-template <typename T>
-struct Operands {
-    alignas(kVectorBytes) Lanes<T> a, b, c;
-    // A lane of the shuffled result is this lane of a, or, counted on, of b.
-    alignas(kVectorBytes) Lanes<typename Kind<T>::Index> order;
-};
-
-template <typename T>
-using Results = std::array<Lanes<T>, kOperationCount>;
-
-// Which result is made wrong in the first round of the first thread.
+// Which result of the first level is made wrong in the first round of the first thread.
 struct Damage {
     bool wanted = false;
     std::string kind;  // or empty: every kind that has the lane
@@ -82,7 +63,7 @@ struct Damage {
     void Apply(Results<T>& results) const {
         if (!wanted || (!kind.empty() && kind != Kind<T>::kName) || lane >= kLanes<T>)
             return;
-        T& value = results[operation][lane];
+        T& value = results.lanes[operation][lane];
         value = std::bit_cast<T>(std::bit_cast<typename Kind<T>::Bits>(value) ^ 1);
     }
 };
@@ -108,84 +89,17 @@ Damage PlanDamage(const workload::Corruption& corruption) {
     return damage;
 }
 
-// The vector side -------------------------------------------------------------------------------
-
-template <typename T>
-struct VectorTypes {
-    using Vector [[gnu::vector_size(kVectorBytes)]] = T;
-    using Order [[gnu::vector_size(kVectorBytes)]] = typename Kind<T>::Index;
-};
-
-template <typename V, typename Array>
-[[gnu::always_inline]] inline void Load(V& vector, const Array& lanes) {
-    static_assert(sizeof(vector) == sizeof(lanes));
-    std::memcpy(&vector, lanes.data(), sizeof(vector));
-}
-
-template <typename V, typename Array>
-[[gnu::always_inline]] inline void Store(Array& lanes, const V& vector) {
-    static_assert(sizeof(vector) == sizeof(lanes));
-    std::memcpy(lanes.data(), &vector, sizeof(vector));
-}
-
-// Adds all lanes: each step folds the vector on itself, and every lane ends as the sum.
-template <typename T>
-[[gnu::always_inline]] inline void Reduce(typename VectorTypes<T>::Vector& vector) {
-    for (std::size_t fold = kLanes<T> / 2; fold > 0; fold /= 2) {
-        typename VectorTypes<T>::Order partner;
-        for (std::size_t lane = 0; lane < kLanes<T>; ++lane)
-            partner[lane] = static_cast<typename Kind<T>::Index>(lane ^ fold);
-        vector = vector + __builtin_shuffle(vector, partner);
-    }
-}
-
-// One rounding only, where an addition behind a multiplication would have two. The loop becomes a
-// vector instruction where the processor has one; integers are never rounded.
-template <typename T>
-[[gnu::always_inline]] inline void FusedMultiplyAdd(const T* __restrict a, const T* __restrict b,
-                                                    const T* __restrict c, T* __restrict out) {
-    for (std::size_t lane = 0; lane < kLanes<T>; ++lane) {
-        if constexpr (std::is_same_v<T, float>)
-            out[lane] = __builtin_fmaf(a[lane], b[lane], c[lane]);
-        else if constexpr (std::is_same_v<T, double>)
-            out[lane] = __builtin_fma(a[lane], b[lane], c[lane]);
-        else
-            out[lane] = a[lane] * b[lane] + c[lane];
-    }
-}
-
-template <typename T>
-[[gnu::always_inline]] inline void Compute(const Operands<T>& in, Results<T>& out) {
-    typename VectorTypes<T>::Vector a, b;
-    typename VectorTypes<T>::Order order;
-    Load(a, in.a);
-    Load(b, in.b);
-    Load(order, in.order);
-    Store(out[kAdd], a + b);
-    Store(out[kMultiply], a * b);
-    FusedMultiplyAdd(in.a.data(), in.b.data(), in.c.data(), out[kFma].data());
-    Store(out[kShuffle], __builtin_shuffle(a, b, order));
-    Reduce<T>(a);
-    Store(out[kReduce], a);
-}
-
-WIDEST_VECTORS void ComputeOnVectors(const Operands<float>& in, Results<float>& out) {
-    Compute(in, out);
-}
-WIDEST_VECTORS void ComputeOnVectors(const Operands<double>& in, Results<double>& out) {
-    Compute(in, out);
-}
-WIDEST_VECTORS void ComputeOnVectors(const Operands<std::uint32_t>& in,
-                                     Results<std::uint32_t>& out) {
-    Compute(in, out);
-}
-
 // The scalar side -------------------------------------------------------------------------------
-// Closed to the compiler: one lane a call, so that nothing here can become part of the vector code.
+// Closed to the compiler: one lane a call, so that nothing here becomes vector code itself.
 
 template <typename T>
 [[gnu::noipa]] T Add(T a, T b) {
     return a + b;
+}
+
+template <typename T>
+[[gnu::noipa]] T Subtract(T a, T b) {
+    return a - b;
 }
 
 template <typename T>
@@ -204,23 +118,33 @@ template <typename T>
 }
 
 template <typename T>
-Results<T> ComputeLaneByLane(const Operands<T>& in) {
+[[gnu::noipa]] T Less(T a, T b) {
+    using Bits = typename Kind<T>::Bits;
+    return std::bit_cast<T>(a < b ? ~Bits{0} : Bits{0});
+}
+
+template <typename T>
+[[gnu::noinline]] Results<T> ComputeLaneByLane(const Operands<T>& in) {
+    using namespace vectors;
+    constexpr std::size_t kOwn = kLanes<T>;
     Results<T> out;
-    for (std::size_t lane = 0; lane < kLanes<T>; ++lane) {
-        out[kAdd][lane] = Add(in.a[lane], in.b[lane]);
-        out[kMultiply][lane] = Multiply(in.a[lane], in.b[lane]);
-        out[kFma][lane] = MultiplyAdd(in.a[lane], in.b[lane], in.c[lane]);
-        const auto from = static_cast<std::size_t>(in.order[lane]);
-        out[kShuffle][lane] = from < in.a.size() ? in.a[from] : in.b[from - in.a.size()];
+    for (std::size_t lane = 0; lane < kOwn; ++lane) {
+        out.lanes[kAdd][lane] = Add(in.a[lane], in.b[lane]);
+        out.lanes[kSubtract][lane] = Subtract(in.a[lane], in.b[lane]);
+        out.lanes[kMultiply][lane] = Multiply(in.a[lane], in.b[lane]);
+        out.lanes[kFma][lane] = MultiplyAdd(in.a[lane], in.b[lane], in.c[lane]);
+        const std::size_t from = in.order[lane];
+        out.lanes[kShuffle][lane] = from < kOwn ? in.a[from] : in.b[from - kOwn];
+        out.lanes[kCompare][lane] = Less(in.a[lane], in.b[lane]);
     }
     // In the order of the vector's folds: sums of floating-point numbers depend on it.
-    Lanes<T> sums = in.a;
+    T(&sums)[kLanes<T>] = out.lanes[kReduce];
+    std::copy(std::begin(in.a), std::end(in.a), sums);
     for (std::size_t fold = kLanes<T> / 2; fold > 0; fold /= 2) {
-        const Lanes<T> before = sums;
-        for (std::size_t lane = 0; lane < kLanes<T>; ++lane)
-            sums[lane] = Add(before[lane], before[lane ^ fold]);
+        for (std::size_t lane = 0; lane < fold; ++lane)
+            sums[lane] = Add(sums[lane], sums[lane + fold]);
     }
-    out[kReduce] = sums;
+    std::fill(std::begin(sums), std::end(sums), sums[0]);
     return out;
 }
 
@@ -236,66 +160,112 @@ T DrawLane(workload::Numbers& numbers) {
 }
 
 template <typename T>
-void Draw(workload::Numbers& numbers, Operands<T>& operands) {
+[[gnu::noinline]] void Draw(workload::Numbers& numbers, Operands<T>& operands) {
     for (std::size_t lane = 0; lane < kLanes<T>; ++lane) {
         operands.a[lane] = DrawLane<T>(numbers);
         operands.b[lane] = DrawLane<T>(numbers);
         operands.c[lane] = DrawLane<T>(numbers);
-        operands.order[lane] =
-            static_cast<typename Kind<T>::Index>(numbers.Next() % (2 * kLanes<T>));
+        const std::uint64_t number = numbers.Next();
+        operands.order[lane] = static_cast<typename Kind<T>::Bits>(number % (2 * kLanes<T>));
+        // Less and not greater are told apart by what is equal.
+        if (number >> 62 == 0)
+            operands.b[lane] = operands.a[lane];
     }
 }
 
 template <typename T>
-void Compare(workload::Worker& worker, const Results<T>& expected, const Results<T>& found) {
+void Compare(workload::Worker& worker, const char* level, const Results<T>& expected,
+             const Results<T>& found) {
     using Bits = typename Kind<T>::Bits;
     for (std::size_t operation = 0; operation < kOperationCount; ++operation) {
         for (std::size_t lane = 0; lane < kLanes<T>; ++lane) {
-            const auto want = std::bit_cast<Bits>(expected[operation][lane]);
-            const auto have = std::bit_cast<Bits>(found[operation][lane]);
+            const auto want = std::bit_cast<Bits>(expected.lanes[operation][lane]);
+            const auto have = std::bit_cast<Bits>(found.lanes[operation][lane]);
             if (want != have)
                 worker.findings.Add(
-                    "thread %zu on processor %d, %s %s, lane %zu: expected 0x%0*llx, found "
+                    "thread %zu on processor %d, %s, %s %s, lane %zu: expected 0x%0*llx, found "
                     "0x%0*llx",
-                    worker.index, worker.processor, Kind<T>::kName, kOperationNames[operation],
-                    lane, static_cast<int>(2 * sizeof(Bits)), static_cast<unsigned long long>(want),
-                    static_cast<int>(2 * sizeof(Bits)), static_cast<unsigned long long>(have));
+                    worker.index, worker.processor, level, Kind<T>::kName,
+                    kOperationNames[operation], lane, static_cast<int>(2 * sizeof(Bits)),
+                    static_cast<unsigned long long>(want), static_cast<int>(2 * sizeof(Bits)),
+                    static_cast<unsigned long long>(have));
         }
     }
     worker.compared += kOperationCount * kLanes<T>;
 }
 
 template <typename T>
-void TestKind(workload::Worker& worker, workload::Numbers& numbers, const Damage* damage) {
+void TestKind(workload::Worker& worker, workload::Numbers& numbers,
+              const std::vector<Level>& levels, vectors::Compute<T> vectors::VectorCode::*compute,
+              const Damage* damage) {
+    // What stands here when a lane is not written is no result of the level before.
+    constexpr unsigned char kNotWritten = 0x5A;
     Operands<T> operands;
-    alignas(kVectorBytes) Results<T> found;
+    Results<T> found;
     Draw(numbers, operands);
-    ComputeOnVectors(operands, found);
-    if (damage != nullptr)
-        damage->Apply<T>(found);
-    Compare(worker, ComputeLaneByLane(operands), found);
+    const Results<T> expected = ComputeLaneByLane(operands);
+    for (const Level& level : levels) {
+        std::fill_n(reinterpret_cast<unsigned char*>(&found), sizeof(found), kNotWritten);
+        (level.code->*compute)(operands, found);
+        if (damage != nullptr && &level == &levels.front())
+            damage->Apply<T>(found);
+        Compare(worker, level.name, expected, found);
+    }
+}
+
+// Those to be run: all that are here, or the one that is asked for.
+std::vector<Level> ChooseLevels(const std::vector<Level>& levels,
+                                const std::optional<std::string>& name) {
+    std::vector<Level> chosen;
+    for (const Level& level : levels) {
+        if (name && *name != level.name)
+            continue;
+        if (name && !level.here)
+            throw workload::UsageError("this processor has no " + *name);
+        if (level.here)
+            chosen.push_back(level);
+    }
+    if (chosen.empty())
+        throw workload::UsageError("\"" + *name + "\" is no level");
+    return chosen;
+}
+
+std::string WidthsOf(const std::vector<Level>& levels) {
+    std::string text;
+    for (const Level& level : levels)
+        text += (text.empty() ? "" : ", ") + std::to_string(level.code->vectorBits) + " bits (" +
+                level.name + ")";
+    return text;
 }
 
 int Run(const workload::Options& options) {
     const Damage damage = options.corruption ? PlanDamage(*options.corruption) : Damage{};
+    const std::vector<Level> levels = Levels();
+    const std::vector<Level> chosen = ChooseLevels(levels, options.level);
     const auto workers = workload::RunOnEveryProcessor(
         1, [&](workload::Worker& worker, const std::atomic<bool>& cancelled) {
+            using vectors::VectorCode;
             workload::Numbers numbers(worker.index);
             for (std::uint64_t round = 0; round < options.rounds && !cancelled; ++round) {
                 const Damage* now = worker.index == 0 && round == 0 ? &damage : nullptr;
-                TestKind<float>(worker, numbers, now);
-                TestKind<double>(worker, numbers, now);
-                TestKind<std::uint32_t>(worker, numbers, now);
+                TestKind<float>(worker, numbers, chosen, &VectorCode::single, now);
+                TestKind<double>(worker, numbers, chosen, &VectorCode::twofold, now);
+                TestKind<std::uint32_t>(worker, numbers, chosen, &VectorCode::integer, now);
             }
         });
     std::printf(
-        "vpu_workload (%s): %zu threads, %zu-bit vectors of %zu single, %zu double and %zu "
-        "integer lanes\n",
-        ZEL_GENERATION, workers.size(), kVectorBytes * 8, kLanes<float>, kLanes<double>,
-        kLanes<std::uint32_t>);
-    std::printf("add, multiply, fma, shuffle, reduce: %llu rounds a thread, %llu lanes compared\n",
-                static_cast<unsigned long long>(options.rounds),
-                static_cast<unsigned long long>(workload::Compared(workers)));
+        "vpu_workload (%s): %zu threads, blocks of %zu single, %zu double and %zu integer lanes\n",
+        ZEL_GENERATION, workers.size(), kLanes<float>, kLanes<double>, kLanes<std::uint32_t>);
+    std::printf("vectors of %s\n", WidthsOf(chosen).c_str());
+    std::vector<Level> missing = levels;
+    std::erase_if(missing, [](const Level& level) { return level.here; });
+    if (!missing.empty())
+        std::printf("not on this processor: vectors of %s\n", WidthsOf(missing).c_str());
+    std::printf(
+        "add, subtract, multiply, fma, shuffle, compare, reduce: %llu rounds a thread, %llu lanes "
+        "compared\n",
+        static_cast<unsigned long long>(options.rounds),
+        static_cast<unsigned long long>(workload::Compared(workers)));
     return workload::Conclude(workers);
 }
 

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string_view>
 
 #include "CallNames.h"
@@ -280,20 +281,21 @@ DmaFault ReadDmaFault(const Reader& reader, const toml::table& source) {
 
 // What of the cores can go wrong, as the workload that tests it calls it, and where.
 struct CoreUnit {
-    std::array<std::string_view, 5> operations;
+    std::span<const std::string_view> operations;
     const char* expected;
     const char* place;
     U64 last;
 };
-constexpr CoreUnit kVpu = {{"add", "multiply", "fma", "shuffle", "reduce"},
-                           "\"add\", \"multiply\", \"fma\", \"shuffle\" or \"reduce\"",
-                           "lane",
-                           15};
+constexpr std::string_view kVpuOperations[] = {"add",     "subtract", "multiply", "fma",
+                                               "shuffle", "compare",  "reduce"};
+constexpr CoreUnit kVpu = {kVpuOperations,
+                           "\"add\", \"subtract\", \"multiply\", \"fma\", \"shuffle\", "
+                           "\"compare\" or \"reduce\"",
+                           "lane", 15};
 // The last line is one that the smallest cache has too.
-constexpr CoreUnit kCache = {{"walk", "link", "write", "pingpong", "lost"},
-                             "\"walk\", \"link\", \"write\", \"pingpong\" or \"lost\"",
-                             "line",
-                             255};
+constexpr std::string_view kCacheOperations[] = {"walk", "link", "write", "pingpong", "lost"};
+constexpr CoreUnit kCache = {
+    kCacheOperations, "\"walk\", \"link\", \"write\", \"pingpong\" or \"lost\"", "line", 255};
 
 CoreFault ReadCoreFault(const Reader& reader, const toml::table& source, const CoreUnit& unit) {
     Table table(reader, source, "");

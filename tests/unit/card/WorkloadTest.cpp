@@ -6,9 +6,13 @@
 #include <sched.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -173,23 +177,64 @@ constexpr LaneKind kKinds[] = {{"single", 16, "0x[0-9a-f]{8}"},
                                {"double", 8, "0x[0-9a-f]{16}"},
                                {"integer", 16, "0x[0-9a-f]{8}"}};
 
+struct Level {
+    const char* name;
+    const char* width;
+    bool here;
+};
+
+// As the operating system tells it.
+bool HasAll(const std::vector<std::string>& wanted) {
+    std::ifstream file("/proc/cpuinfo");
+    std::string line;
+    while (std::getline(file, line) && !line.starts_with("flags")) {
+    }
+    std::istringstream words(line);
+    const std::set<std::string> flags{std::istream_iterator<std::string>(words), {}};
+    return std::all_of(wanted.begin(), wanted.end(),
+                       [&](const std::string& flag) { return flags.contains(flag); });
+}
+
+std::vector<Level> Levels() {
+#if defined(__x86_64__)
+    const bool v3 = HasAll({"avx", "avx2", "bmi1", "bmi2", "f16c", "fma", "abm", "movbe", "xsave"});
+    const bool v4 = v3 && HasAll({"avx512f", "avx512bw", "avx512cd", "avx512dq", "avx512vl"});
+    return {{"baseline", "128 bits (baseline)", true},
+            {"x86-64-v3", "256 bits (x86-64-v3)", v3},
+            {"x86-64-v4", "512 bits (x86-64-v4)", v4}};
+#else
+    return {{"baseline", "128 bits (baseline)", true}};
+#endif
+}
+
+std::size_t LevelsHere() {
+    std::size_t count = 0;
+    for (const Level& level : Levels())
+        count += level.here ? 1 : 0;
+    return count;
+}
+
 class VpuOperation : public ::testing::TestWithParam<std::string> {};
 
-TEST_P(VpuOperation, NoticesEveryWrongLane) {
+TEST_P(VpuOperation, NoticesEveryWrongLaneOfEveryLevel) {
     const std::string& operation = GetParam();
-    for (const LaneKind& kind : kKinds) {
-        for (int lane = 0; lane < kind.lanes; ++lane) {
-            const std::string place =
-                std::string(kind.name) + "-" + operation + ":" + std::to_string(lane);
-            SCOPED_TRACE(place);
-            const Result result = Execute("vpu_workload_er1x --rounds=2 --corrupt=" + place);
-            ExpectFailed(result);
-            EXPECT_THAT(result.output, HasSubstr("TEST FAILED: 1 faults\n"));
-            EXPECT_THAT(result.Mismatches(),
-                        testing::ElementsAre(testing::ContainsRegex(
-                            std::string("^MISMATCH: thread 0 on processor [0-9]+, ") + kind.name +
-                            " " + operation + ", lane " + std::to_string(lane) + ": expected " +
-                            kind.digits + ", found " + kind.digits + "$")));
+    for (const Level& level : Levels()) {
+        for (const LaneKind& kind : kKinds) {
+            for (int lane = 0; lane < kind.lanes && level.here; ++lane) {
+                const std::string arguments = std::string("--level=") + level.name +
+                                              " --corrupt=" + kind.name + "-" + operation + ":" +
+                                              std::to_string(lane);
+                SCOPED_TRACE(arguments);
+                const Result result = Execute("vpu_workload_er1x --rounds=2 " + arguments);
+                ExpectFailed(result);
+                EXPECT_THAT(result.output, HasSubstr("TEST FAILED: 1 faults\n"));
+                EXPECT_THAT(
+                    result.Mismatches(),
+                    testing::ElementsAre(testing::ContainsRegex(
+                        std::string("^MISMATCH: thread 0 on processor [0-9]+, ") + level.name +
+                        ", " + kind.name + " " + operation + ", lane " + std::to_string(lane) +
+                        ": expected " + kind.digits + ", found " + kind.digits + "$")));
+            }
         }
     }
 }
@@ -205,16 +250,48 @@ TEST_P(VpuOperation, NoticesWrongLanesOfEveryKindAtOnce) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Card, VpuOperation,
-                         ::testing::Values("add", "multiply", "fma", "shuffle", "reduce"),
+                         ::testing::Values("add", "subtract", "multiply", "fma", "shuffle",
+                                           "compare", "reduce"),
                          [](const auto& name) { return name.param; });
 
 TEST(VpuWorkload, UsesEveryProcessor) {
     const Result result = Execute("vpu_workload_er1x --rounds=1");
     ExpectPassed(result);
-    EXPECT_THAT(result.output, HasSubstr(": " + Processors() +
-                                         " threads, 512-bit vectors of 16 "
-                                         "single, 8 double and 16 integer "
-                                         "lanes\n"));
+    EXPECT_THAT(result.output,
+                HasSubstr(": " + Processors() +
+                          " threads, blocks of 16 single, 8 double and 16 integer lanes\n"));
+}
+
+TEST(VpuWorkload, RunsAndNamesEveryWidthThatTheProcessorHas) {
+    std::string here;
+    std::string missing;
+    for (const Level& level : Levels()) {
+        std::string& names = level.here ? here : missing;
+        names += (names.empty() ? "" : ", ") + std::string(level.width);
+    }
+    const Result result = Execute("vpu_workload_er1x --rounds=1");
+    ExpectPassed(result);
+    EXPECT_THAT(result.output, HasSubstr("\nvectors of " + here + "\n"));
+    const std::string left = "\nnot on this processor: vectors of " + missing + "\n";
+    EXPECT_EQ(result.output.find("not on this processor") != std::string::npos, !missing.empty());
+    EXPECT_TRUE(missing.empty() || result.output.find(left) != std::string::npos) << result.output;
+}
+
+TEST(VpuWorkload, RunsOneLevelWhenItIsAskedTo) {
+    for (const Level& level : Levels()) {
+        const std::string command =
+            std::string("vpu_workload_er1x --rounds=1 --level=") + level.name;
+        if (!level.here) {
+            ExpectMisused(command);
+            continue;
+        }
+        const Result result = Execute(command);
+        ExpectPassed(result);
+        EXPECT_THAT(result.output, HasSubstr(std::string("\nvectors of ") + level.width + "\n"));
+    }
+    for (const char* level : {"", "x86-64", "x86-64-v2", "V3"})
+        ExpectMisused(std::string("vpu_workload_er1x --level=") + level);
+    ExpectMisused("cache_workload_er1x --level=baseline");
 }
 
 // Leaves one processor to the workloads while it lives.
@@ -249,9 +326,10 @@ TEST(Workloads, UseNoProcessorThatTheyMayNot) {
 }
 
 TEST(VpuWorkload, ComparesEveryLaneOfEveryRound) {
-    const std::string once = std::to_string(std::stoul(Processors()) * 3 * 5 * (16 + 8 + 16));
+    const std::string all =
+        std::to_string(std::stoul(Processors()) * 3 * LevelsHere() * 7 * (16 + 8 + 16));
     EXPECT_THAT(Execute("vpu_workload_er1x --rounds=3").output,
-                HasSubstr("3 rounds a thread, " + once + " lanes compared\n"));
+                HasSubstr("3 rounds a thread, " + all + " lanes compared\n"));
 }
 
 TEST(VpuWorkload, HasNoSuchKindOrLane) {

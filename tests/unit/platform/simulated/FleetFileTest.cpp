@@ -209,7 +209,8 @@ line = 255
 TEST(FleetFile, EveryOperationOfTheCoresCanGoWrong) {
     EXPECT_EQ(OnlyCard("[[card]]").vpuFault, CoreFault());
     EXPECT_EQ(OnlyCard("[[card]]").cacheFault, CoreFault());
-    for (const std::string operation : {"add", "multiply", "fma", "shuffle", "reduce"}) {
+    for (const std::string operation :
+         {"add", "subtract", "multiply", "fma", "shuffle", "compare", "reduce"}) {
         const Card card = OnlyCard("[[card]]\n[card.vpu_fault]\noperation = \"" + operation + "\"");
         EXPECT_EQ(card.vpuFault, (CoreFault{operation, 0}));
         EXPECT_EQ(card.cacheFault, CoreFault());
@@ -431,7 +432,8 @@ constexpr Refusal kRefusals[] = {
     {"[[card]]\n[card.cache_fault]\nline = 1",
      "my.toml:2: a core fault names what goes wrong: operation = \"walk\""},
     {"[[card]]\n[card.vpu_fault]\noperation = \"walk\"",
-     "my.toml:3: operation takes \"add\", \"multiply\", \"fma\", \"shuffle\" or \"reduce\""},
+     "my.toml:3: operation takes \"add\", \"subtract\", \"multiply\", \"fma\", \"shuffle\", "
+     "\"compare\" or \"reduce\""},
     {"[[card]]\n[card.cache_fault]\noperation = \"add\"",
      "my.toml:3: operation takes \"walk\", \"link\", \"write\", \"pingpong\" or \"lost\""},
     {"[[card]]\n[card.vpu_fault]\noperation = \"add\"\nlane = 16",
