@@ -1,13 +1,16 @@
 // One step of a group's tests: start, call, loop, verdict, next.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
+#include <iterator>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "Fixture.h"
+#include "SI/si_main.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_frontend.h"
@@ -56,7 +59,8 @@ constexpr TaskArg kOneArg[] = {{ARGTYPE_U64, "0"}, {ARGTYPE_END, nullptr}};
 
 class Engine : public testing::Test {
 protected:
-    Engine() : saved_(ifstTstGrps[0]) {
+    Engine() {
+        std::copy(std::begin(ifstTstGrps), std::end(ifstTstGrps), saved_);
         ifstSetupParams = {};
         ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
         script = {};
@@ -64,7 +68,6 @@ protected:
         curTstGroup = 0;
         for (int i = 0; i < 3; ++i)
             tests_[i] = ifstTestRow(kDescriptions[i], "-longName", "-short", ScriptedTest, kArgs);
-        group() = saved_;
         group().tstList = tests_;
         group().numTests = 3;
         group().tstCb = 4711;
@@ -72,11 +75,29 @@ protected:
         group().curTest = 0;
     }
     ~Engine() override {
-        ifstTstGrps[0] = saved_;
+        std::copy(std::begin(saved_), std::end(saved_), ifstTstGrps);
+        curTstGroup = 0;
         EXPECT_TRUE(script.calls.empty()) << "an expected call never came";
     }
 
-    static ifstTstGroup& group() { return ifstTstGrps[0]; }
+    ifstTstGroup& group() const { return ifstTstGrps[row_]; }
+
+    // The group stands in another row of the table, and is the current one.
+    void MoveTo(U32 row) {
+        ifstTstGrps[row] = group();
+        row_ = row;
+        curTstGroup = row;
+    }
+
+    void ArmTest(int index, I32 loop, U32 value) {
+        tests_[index].state = IFST_TEST_SELECTED;
+        tests_[index].lpCb.testLpEna = loop;
+        if (loop == IFST_LOOP_TIMED)
+            tests_[index].lpCb.lp.timeCtl.timerVal = value;
+        else
+            tests_[index].lpCb.lp.repCtl.repeatVal = value;
+        ifstResetLpCtlParam(&tests_[index].lpCb);
+    }
 
     // Steps until the group's tests have finished; returns what was printed.
     std::string RunGroup(int maxSteps = 100) {
@@ -91,7 +112,8 @@ protected:
     int steps_ = 0;
 
 private:
-    ifstTstGroup saved_;
+    ifstTstGroup saved_[IFST_NUM_TESTGROUPS];
+    U32 row_ = 0;
 };
 
 TEST_F(Engine, PrintsNothingForAGroupWithoutSelectedTests) {
@@ -186,6 +208,18 @@ TEST_F(Engine, EndsTheGroupAfterAFailureUnderExitOnFail) {
     EXPECT_EQ(ifstSetupParams.errLog.testNo, 0U);
 }
 
+TEST_F(Engine, NotesWhereTheLastFailureWas) {
+    MoveTo(3);
+    ifstSetupParams.failCtlState = IFST_NO_EXIT_ON_FAIL;
+    tests_[0].state = tests_[1].state = tests_[2].state = IFST_TEST_SELECTED;
+    script.calls = {Fail, Fail, Pass};
+    RunGroup();
+    EXPECT_EQ(ifstSetupParams.errLog.result, 1U);
+    EXPECT_EQ(ifstSetupParams.errLog.tgNo, 3U);
+    EXPECT_EQ(ifstSetupParams.errLog.testNo, 1U);
+    EXPECT_EQ(ifstSetupParams.errLog.lastPassTestNo, 2U);
+}
+
 TEST_F(Engine, GoesOnAfterAFailureOtherwise) {
     for (const U32 failCtl : {U32{IFST_SKIP_ON_FAIL}, U32{IFST_NO_EXIT_ON_FAIL}}) {
         ifstSetupParams.failCtlState = failCtl;
@@ -234,31 +268,41 @@ TEST_F(Engine, ClearsCountsWhenATestStarts) {
 }
 
 TEST_F(Engine, RepeatsATest) {
-    tests_[0].state = IFST_TEST_SELECTED;
-    tests_[0].lpCb.testLpEna = IFST_LOOP_REPEAT;
-    tests_[0].lpCb.lp.repCtl.repeatVal = 3;
-    ifstResetLpCtlParam(&tests_[0].lpCb);
+    ArmTest(0, IFST_LOOP_REPEAT, 3);
     script.calls = {Pass, Pass, Pass};
     EXPECT_EQ(RunGroup(), "Test 1: First\nTest repeated for 3 times.\nTest 1: PASSED\n\n");
     EXPECT_EQ(tests_[0].passCnt, 3);
 }
 
-TEST_F(Engine, StopsARepeatAtAFailureUnderSkipOnFail) {
+TEST_F(Engine, StopsALoopAtAFailureUnderSkipOnFail) {
     ifstSetupParams.failCtlState = IFST_SKIP_ON_FAIL;
-    tests_[0].state = tests_[1].state = IFST_TEST_SELECTED;
-    tests_[0].lpCb.testLpEna = IFST_LOOP_REPEAT;
-    tests_[0].lpCb.lp.repCtl.repeatVal = 5;
-    ifstResetLpCtlParam(&tests_[0].lpCb);
-    script.calls = {Pass, Fail, Pass};
-    EXPECT_EQ(RunGroup(), "Test 1: First\nTest 1: FAILED\n\nTest 2: Second\nTest 2: PASSED\n\n");
+    for (const I32 loop : {IFST_LOOP_REPEAT, IFST_LOOP_TIMED}) {
+        group().curTest = 0;
+        group().state = IFST_GROUP_RUNNING;
+        ArmTest(0, loop, 1000);
+        tests_[1].state = IFST_TEST_SELECTED;
+        script.calls = {Pass, Fail, Pass};
+        EXPECT_EQ(RunGroup(), "Test 1: First\nTest 1: FAILED\n\nTest 2: Second\nTest 2: PASSED\n\n")
+            << loop;
+    }
+}
+
+TEST_F(Engine, StopsALoopAtAFailureUnderExitOnFail) {
+    for (const I32 loop : {IFST_LOOP_REPEAT, IFST_LOOP_TIMED}) {
+        group().curTest = 0;
+        group().state = IFST_GROUP_RUNNING;
+        ArmTest(0, loop, 1000);
+        tests_[1].state = IFST_TEST_SELECTED;
+        script.calls = {Pass, Fail};
+        EXPECT_EQ(RunGroup(), "Test 1: First\nTest 1: FAILED\n\n") << loop;
+        EXPECT_EQ(group().state, IFST_GROUP_TESTED) << loop;
+        EXPECT_EQ(group().curTest, 1) << loop;
+    }
 }
 
 TEST_F(Engine, GoesOnRepeatingAFailingTestWithoutExitOnFail) {
     ifstSetupParams.failCtlState = IFST_NO_EXIT_ON_FAIL;
-    tests_[0].state = IFST_TEST_SELECTED;
-    tests_[0].lpCb.testLpEna = IFST_LOOP_REPEAT;
-    tests_[0].lpCb.lp.repCtl.repeatVal = 3;
-    ifstResetLpCtlParam(&tests_[0].lpCb);
+    ArmTest(0, IFST_LOOP_REPEAT, 3);
     script.calls = {Fail, Fail, Fail};
     EXPECT_EQ(RunGroup(), "Test 1: First\nTest repeated for 3 times.\nTest 1: FAILED\n\n");
     EXPECT_EQ(tests_[0].failCnt, 3);
@@ -373,8 +417,10 @@ TEST_F(Engine, WritesSummaryLogRowsByLoopKind) {
 }
 
 TEST_F(Engine, TalliesATestUnderItsKey) {
-    tstGrpLogInfo first{};
-    first.testIdx = 99;
+    tstGrpLogInfo last{};
+    last.testIdx = 99;
+    tstGrpLogInfo first = last;
+    first.nextPtr = &last;
     concDatalogParams.testGrpLog = &first;
     ifstSetupParams.failCtlState = IFST_NO_EXIT_ON_FAIL;
     for (int pass = 0; pass < 2; ++pass) {
@@ -385,12 +431,42 @@ TEST_F(Engine, TalliesATestUnderItsKey) {
         RunGroup();
     }
     concDatalogParams.testGrpLog = nullptr;
-    ASSERT_NE(first.nextPtr, nullptr);
-    EXPECT_STREQ(first.nextPtr->testName, "longName");
-    EXPECT_EQ(first.nextPtr->passCnt, 1);
-    EXPECT_EQ(first.nextPtr->failCnt, 1);
-    EXPECT_EQ(first.nextPtr->nextPtr, nullptr);
-    std::free(first.nextPtr);
+    tstGrpLogInfo* const added = first.nextPtr;
+    ASSERT_NE(added, &last) << "the new node comes behind the first";
+    EXPECT_STREQ(added->testName, "longName");
+    EXPECT_EQ(added->passCnt, 1);
+    EXPECT_EQ(added->failCnt, 1);
+    EXPECT_EQ(added->nextPtr, &last);
+    EXPECT_EQ(last.nextPtr, nullptr);
+    ssFreeMem(added);
+}
+
+// A node is a test's only when all four of its key agree.
+TEST_F(Engine, TalliesATestUnderNoOthersKey) {
+    MoveTo(2);
+    testIdG = 5;
+    tests_[1].state = IFST_TEST_SELECTED;
+    tstGrpLogInfo own{};
+    own.testIdx = 1;
+    own.testId = 5;
+    own.tgNo = 2;
+    std::strcpy(own.testName, "longName");
+    tstGrpLogInfo others[] = {own, own, own, own};
+    others[0].testIdx = 0;
+    others[1].testId = 4;
+    others[2].tgNo = 0;
+    std::strcpy(others[3].testName, "longNam");
+    for (int i = 0; i < 3; ++i)
+        others[i].nextPtr = &others[i + 1];
+    others[3].nextPtr = &own;
+    concDatalogParams.testGrpLog = others;
+    script.calls = {Pass};
+    RunGroup();
+    concDatalogParams.testGrpLog = nullptr;
+    EXPECT_EQ(own.passCnt, 1);
+    for (const tstGrpLogInfo& other : others)
+        EXPECT_EQ(other.passCnt, 0) << &other - others;
+    EXPECT_EQ(others[0].nextPtr, &others[1]) << "no node is added";
 }
 
 TEST(LoopControl, EndsOnlyLoopsThatItKnows) {
