@@ -1,8 +1,10 @@
 // The run driver over several cards, and the life of groups on each.
 #include "TestEngine/te_main.h"
 
+#include <malloc.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <new>
@@ -310,7 +312,22 @@ TEST_F(Run, RefusesMoreCardsThanItSupports) {
 TEST_F(Run, HandsTheArgumentsOver) {
     Cards(1);
     ifstSetupParams.conc = {7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7};
+    ifstSetupParams.bQuietMode = 1;
+    ifstSetupParams.errLog.result = 1;
+    ifstSetupParams.failCtlState = IFST_NO_EXIT_ON_FAIL;
+    std::strcpy(ifstSetupParams.cmdFileName, "old");
+    ifstSetupParams.logCtl.logEna = 1;
+    ifstSetupParams.logCtl.dataLogHndl = ifstSetupParams.logCtl.sumLogHndl = stderr;
+    concDatalogParams.errLogHndl = stderr;
     Tool("-summary -core -gec");
+    EXPECT_EQ(Count("Test 1: PASSED"), 1U) << "not quiet";
+    EXPECT_EQ(err_, "") << "no log is written";
+    EXPECT_EQ(ifstSetupParams.bQuietMode, 0);
+    EXPECT_EQ(ifstSetupParams.errLog.result, 0U);
+    EXPECT_STREQ(ifstSetupParams.cmdFileName, "");
+    EXPECT_EQ(ifstSetupParams.logCtl.dataLogHndl, nullptr);
+    EXPECT_EQ(ifstSetupParams.logCtl.sumLogHndl, nullptr);
+    EXPECT_EQ(concDatalogParams.errLogHndl, nullptr);
     EXPECT_EQ(ifstSetupParams.inpArg.inpArgCnt, 3);
     EXPECT_STREQ(ifstSetupParams.inpArg.inpArgVal[0], "-summary");
     EXPECT_NE(ifstSetupParams.oMain, nullptr);
@@ -326,6 +343,49 @@ TEST_F(Run, HandsTheArgumentsOver) {
     EXPECT_EQ(ifstSetupParams.timeLog.startTime, 1704164645U);
     EXPECT_STREQ(ifstSetupParams.timeLog.stTmSVal.sYear, "2024");
     EXPECT_EQ(fakes::Trace().Callback() != nullptr, true);
+}
+
+TEST_F(Run, ForgetsTheLogsOfTheRunBeforeWithoutATest) {
+    ifstSetupParams.logCtl.dataLogHndl = stderr;
+    EXPECT_EQ(Tool("-core -help"), 0);
+    EXPECT_EQ(ifstSetupParams.logCtl.dataLogHndl, nullptr);
+}
+
+TEST_F(Run, MakesAGroupsLogTheDataLogWhenItBegins) {
+    Cards(1);
+    ifstTstGrps[2].logHndl = stderr;
+    EXPECT_EQ(Tool("-core -gec"), 0);
+    EXPECT_EQ(ifstSetupParams.logCtl.dataLogHndl, stderr);
+    EXPECT_EQ(Tool("-core -gec -smc -fwv"), 0);
+    EXPECT_EQ(ifstSetupParams.logCtl.dataLogHndl, nullptr) << "the group that began last has none";
+    ifstTstGrps[2].logHndl = nullptr;
+}
+
+TEST_F(Run, ForgetsTestIdAndLoopsAfterACard) {
+    Cards(2);
+    testIdG = 9;
+    ifstTstCb& notSelected = ifstTstGrps[2].frontEnd->tests[4];
+    notSelected.lpCb.testLpEna = IFST_LOOP_REPEAT;
+    EXPECT_EQ(Tool("-core -gec"), 0);
+    EXPECT_EQ(Count("Test Id.: 9\nTest 1: "), 1U) << "the first card's alone";
+    EXPECT_EQ(Count("Test 1: PASSED"), 2U);
+    EXPECT_EQ(testIdG, 0U);
+    EXPECT_EQ(notSelected.lpCb.testLpEna, IFST_LOOP_NONE);
+}
+
+// The sanitizers look for it too; they need no count.
+TEST_F(Run, LeavesNoMemoryBehind) {
+    char program[] = "ZelDiag";
+    char quiet[] = "-quietMode";
+    char* words[] = {program, quiet, nullptr};
+    constexpr size_t kRuns = 1000;
+    ASSERT_EQ(InitUTask(2, words, nullptr), 0);
+    const size_t before = mallinfo2().uordblks;
+    for (size_t i = 0; i < kRuns; ++i) {
+        InitUTask(2, words, nullptr);
+        fakes::TheJournal().Clear();
+    }
+    EXPECT_LT(mallinfo2().uordblks, before + kRuns);
 }
 
 TEST_F(Run, BeginsEachGroupWithItsFirstTest) {

@@ -1,6 +1,12 @@
 // The command line.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 #include <sstream>
 
+#include "CommonTool/ShellExecuter.h"
+#include "FakeLinks.h"
 #include "Fixture.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
@@ -249,6 +255,23 @@ TEST_F(CommandLine, SaysThatTheHelpTextIsMissing) {
     EXPECT_EQ(Parse("-help"), 0);
     EXPECT_EQ(err_, "Error! unable to find te_doc.t Please check your installation\n");
     EXPECT_EQ(ifstSetupParams.conc.state, 12U);
+}
+
+TEST_F(CommandLine, CopiesTheHelpTextAndRestoresTheDisplayState) {
+    const auto folder =
+        std::filesystem::temp_directory_path() / ("zeldiag-help-" + std::to_string(getpid()));
+    ASSERT_TRUE(std::filesystem::create_directory(folder));
+    std::ofstream(folder / "te_doc.t") << "# a comment\nthe text # and more\n of help\n";
+    fakes::SetLink("/proc/self/exe", folder / "program");
+    ShellExecuter::SetAppDirAccessPath();
+    ifstSetupParams.conc.state = 3;
+    EXPECT_EQ(Parse("-help"), 0);
+    fakes::ClearLinks();
+    ShellExecuter::SetAppDirAccessPath();
+    std::filesystem::remove_all(folder);
+    EXPECT_TRUE(out_.ends_with("\nthe text  of help\n\n")) << out_;
+    EXPECT_EQ(err_, "");
+    EXPECT_EQ(ifstSetupParams.conc.state, 3U);
 }
 
 TEST_F(CommandLine, PrintsAGroupsHelpAndSelectsNothing) {

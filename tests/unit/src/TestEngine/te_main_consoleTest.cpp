@@ -71,6 +71,60 @@ TEST_F(Console, RestoresTheDisplayState) {
     EXPECT_EQ(ifstSetupParams.conc.state, 5U);
 }
 
+// Stands in for standard output, and notes the display state while it is written to.
+class StateWatch {
+public:
+    StateWatch() : before_(stdout) {
+        stdout = fopencookie(this, "w",
+                             {.read = nullptr, .write = Write, .seek = nullptr, .close = nullptr});
+        std::setvbuf(stdout, nullptr, _IONBF, 0);
+    }
+    StateWatch(const StateWatch&) = delete;
+    StateWatch& operator=(const StateWatch&) = delete;
+    ~StateWatch() {
+        std::fclose(stdout);
+        stdout = before_;
+    }
+    U32 State() const { return state_; }
+
+private:
+    static ssize_t Write(void* cookie, const char*, size_t size) {
+        static_cast<StateWatch*>(cookie)->state_ = ifstSetupParams.conc.state;
+        return static_cast<ssize_t>(size);
+    }
+
+    FILE* before_;
+    U32 state_ = 0;
+};
+
+TEST_F(Console, HoldsTheDisplayStateWhileItDisplays) {
+    ifstSetupParams.conc.state = 5;
+    const StateWatch watch;
+    IFSTDISP("shown\n");
+    EXPECT_EQ(watch.State(), 12U);
+    EXPECT_EQ(ifstSetupParams.conc.state, 5U);
+}
+
+TEST_F(Console, SaysThatThereIsNoMemoryToPrintIn) {
+    ifstSetupParams.conc.state = 5;
+    fakes::CaptureOutput capture;
+    fakes::Memory().FailPlain();
+    IFSTDISP("lost\n");
+    EXPECT_EQ(capture.Out(), "!!ERROR!! can not allocate memory \n");
+    EXPECT_EQ(ifstSetupParams.conc.state, 5U);
+    fakes::Memory().FailPlain();
+    EXPECT_EQ(Logged([] { DPF_PRINT("lost\n"); }), "");
+    EXPECT_EQ(capture.Out(),
+              "!!ERROR!! can not allocate memory \n\n Can not allocate buffer for printf\n");
+}
+
+TEST_F(Console, LeavesOutLinesThatThereIsNoMemoryFor) {
+    fakes::CaptureOutput capture;
+    fakes::Memory().FailPlain(1);
+    IFSTDISP("lost\n");
+    EXPECT_EQ(capture.Out(), "");
+}
+
 TEST_F(Console, TakesTheFirstLine) {
     char text[] = "one\ntwo";
     char line[8] = "-------";
