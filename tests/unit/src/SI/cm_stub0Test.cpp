@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "Fixture.h"
+
 namespace {
 
 TEST(cmStringCmp, IgnoresCase) {
@@ -27,6 +29,17 @@ TEST(cmFindFirstString, HasNoPlaceForWhatIsNotThere) {
     EXPECT_EQ(cmFindFirstString("-hel", "-help"), nullptr);
     EXPECT_EQ(cmFindFirstString(nullptr, "a"), nullptr);
     EXPECT_EQ(cmFindFirstString("a", nullptr), nullptr);
+}
+
+class FindWithoutMemory : public fakes::Fixture {};
+
+TEST_F(FindWithoutMemory, HasNoPlace) {
+    // The copies of both texts.
+    for (const unsigned skip : {0U, 1U}) {
+        fakes::Memory().FailPlain(skip);
+        EXPECT_EQ(cmFindFirstString("-help", "-help"), nullptr) << skip;
+    }
+    EXPECT_NE(cmFindFirstString("-help", "-help"), nullptr);
 }
 
 TEST(cmConvertStrToLower, LeavesOtherBytesAlone) {

@@ -101,14 +101,16 @@ TEST_F(FrontEnd, PreparesAndClosesAGroup) {
     }
 }
 
-// A group whose one test declares arguments of its own.
+// A group whose tests declare arguments of their own; the second was named last.
 class OwnArguments : public FrontEnd {
 protected:
     OwnArguments() : frontEnd_(*ifstTstGrps[2].frontEnd) {
-        test_.Args = args_;
-        frontEnd_.tests = &test_;
-        frontEnd_.numTests = 1;
-        group_.curTest = 0;
+        for (ifstTstCb& test : tests_)
+            test = ifstTestRow("Some", "-some", "-s", nullptr, args_);
+        tests_[2].longNm = "-third";
+        frontEnd_.tests = tests_;
+        frontEnd_.numTests = 3;
+        group_.curTest = 1;
         ifstSetupParams.inpArg = {5, words_};
     }
 
@@ -118,7 +120,8 @@ protected:
                               {ARGTYPE_INT, "2"},
                               {ARGTYPE_END, nullptr}};
     const char* words_[5] = {"program", "-group", "-test", "7", "8"};
-    ifstTstCb test_{};
+    ifstTstCb tests_[3]{};
+    ifstTstCb& test_ = tests_[1];
     ifstTstGroup group_{};
     ifstGroupFrontEnd frontEnd_{};
 };
@@ -130,6 +133,40 @@ TEST_F(OwnArguments, TakesAsManyWordsAsAreDeclared) {
     EXPECT_EQ(test_.tstArgsEndIdx, 5U);
     EXPECT_NE(ifstParseTestParam(frontEnd_, &group_, "anything"), 0)
         << "once verified, all is taken";
+}
+
+TEST_F(OwnArguments, BelongToTheTestThatWasCurrent) {
+    EXPECT_NE(ifstParseTestParam(frontEnd_, &group_, "8"), 0);
+    EXPECT_EQ(group_.curTest, 0) << "the group begins with its first";
+    EXPECT_EQ(tests_[1].tstArgsStartIdx, 4U);
+    EXPECT_EQ(tests_[1].tstArgsEndIdx, 5U);
+    for (const int other : {0, 2}) {
+        EXPECT_EQ(tests_[other].tstArgsStartIdx, 0U) << other;
+        EXPECT_EQ(tests_[other].tstArgsEndIdx, 0U) << other;
+    }
+}
+
+// The program's name is a word like any other, and the first place counts.
+TEST_F(OwnArguments, AreLookedForFromTheProgramsNameOn) {
+    const char* pair[] = {"7", "8"};
+    ifstSetupParams.inpArg = {2, pair};
+    EXPECT_NE(ifstParseTestParam(frontEnd_, &group_, "7"), 0);
+    EXPECT_EQ(test_.tstArgsStartIdx, 0U);
+    EXPECT_EQ(test_.tstArgsEndIdx, 2U);
+    const char* twice[] = {"7", "-group", "7"};
+    ifstSetupParams.inpArg = {3, twice};
+    group_.argVerified = false;
+    EXPECT_EQ(ifstParseTestParam(frontEnd_, &group_, "7"), 0) << "three words, two arguments";
+}
+
+TEST_F(OwnArguments, AreLookedForAnewWhenATestIsNamed) {
+    group_.argVerified = true;
+    tests_[2].lpCb.testLpEna = IFST_LOOP_REPEAT;
+    EXPECT_EQ(ifstParseGroupWord(frontEnd_, &group_, "-third"), IFST_PARSE_ACCEPTED);
+    EXPECT_FALSE(group_.argVerified);
+    EXPECT_EQ(group_.curTest, 2);
+    EXPECT_EQ(tests_[2].state, IFST_TEST_SELECTED);
+    EXPECT_EQ(tests_[2].lpCb.testLpEna, IFST_LOOP_NONE);
 }
 
 TEST_F(OwnArguments, RefusesMoreWordsThanAreDeclared) {
