@@ -54,10 +54,12 @@ public:
     bool isDeviceinNormalMode();
     bool checknSetNormalMode() { return isDeviceinNormalMode(); }
 
-    // Sets the mode that each operation's body names, without waiting for the card to arrive there.
+    // Sets the offline mode, without waiting for the card to arrive there.
     bool settoNormalMode();
-    bool setNormalModewithSize();
 
+    // Declared only: nothing in a run calls them. The first sets a mode as settoNormalMode does; the
+    // others have no body.
+    bool setNormalModewithSize();
     bool setCurDevicetoNormalMode();
     int FindDeviceIdinList(DWORD deviceId);
     DWORD getZelDevId();
@@ -66,8 +68,8 @@ public:
     const U8* getZelDevName();
 
     HANDLE m_accessHandle;
-    bool m_pciScanned;
-    DWORD deviceidList[k_MaxDevices];
+    bool m_pciScanned;                 // declared only
+    DWORD deviceidList[k_MaxDevices];  // declared only
     ZelDeviceOnSystem m_devices[k_MaxDevices];
     unsigned int m_totalDevices;
     int m_currentDevice;

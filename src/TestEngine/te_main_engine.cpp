@@ -13,15 +13,13 @@
 #include "TestEngine/te_main_console.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
+#include "TestEngine/te_main_tests.h"
 
 U32 curTstGroup = 0;
 U32 testIdG = 0;
 concDatalogParameters_t concDatalogParams;
 
 namespace {
-
-// The two arguments that every test declares first and the engine fills itself.
-constexpr std::size_t kEngineArgs = 2;
 
 // The list of arguments of one call, with the texts that it points at.
 class ActualArgList {
@@ -46,7 +44,7 @@ private:
         U32 word = test.tstArgsStartIdx;
         std::size_t declared = 0;
         for (const TaskArg* arg = test.Args; arg->Type != ARGTYPE_END; ++arg, ++declared) {
-            if (declared < kEngineArgs)
+            if (declared < k_EngineArgs)
                 continue;
             const char* value = word < test.tstArgsEndIdx ? ifstSetupParams.inpArg.inpArgVal[word++]
                                                           : arg->DefaultValue;

@@ -12,6 +12,7 @@
 #include "TestEngine/te_main_cmdline.h"
 #include "TestEngine/te_main_console.h"
 #include "TestEngine/te_main_params.h"
+#include "TestEngine/te_main_tests.h"
 #include "TestEngine/te_summary.h"
 #include "ZelAccess.h"
 
@@ -20,15 +21,8 @@ namespace {
 // 251 as the shell sees it.
 constexpr int kNotRootStatus = -5;
 
-// The two arguments that the engine fills itself.
-constexpr U32 kEngineArgs = 2;
-
 bool Equals(const char* word, const char* name) {
     return cmStringCmp(word, name) == 0;
-}
-
-std::span<ifstTstCb> Tests(const ifstGroupFrontEnd& frontEnd) {
-    return {frontEnd.tests, frontEnd.numTests};
 }
 
 void PrintHelp(const ifstGroupFrontEnd& frontEnd, const ifstTstGroup& group) {
@@ -78,7 +72,7 @@ bool SelectNamedTests(const ifstGroupFrontEnd& frontEnd, ifstTstGroup& group, co
 }
 
 void SelectAllTests(const ifstGroupFrontEnd& frontEnd) {
-    for (ifstTstCb& test : Tests(frontEnd))
+    for (ifstTstCb& test : frontEnd.Tests())
         SelectTest(test);
     if (frontEnd.takeAll != nullptr)
         frontEnd.takeAll();
@@ -156,7 +150,7 @@ int ifstParseTestParam(const ifstGroupFrontEnd& frontEnd, ifstTstGroup* group, c
     ifstTstCb& test = frontEnd.tests[group->curTest];
     const U32 declared = CountDeclaredArgs(test);
     const auto words = static_cast<U32>(ifstSetupParams.inpArg.inpArgCnt - place);
-    if (declared == 0 || words + kEngineArgs > declared)
+    if (declared == 0 || words + k_EngineArgs > declared)
         return 0;
     group->argVerified = true;
     group->curTest = 0;
@@ -207,7 +201,7 @@ I16 ifstCleanGroup(ifstTstGroup* group) {
 }
 
 void ifstPrintTestList(const ifstGroupFrontEnd& frontEnd) {
-    for (const ifstTstCb& test : Tests(frontEnd))
+    for (const ifstTstCb& test : frontEnd.Tests())
         IFSTDISP("        %s or %s : %s\n", test.shortNm, test.longNm, test.tstDescr1);
 }
 
@@ -233,7 +227,7 @@ void ifstResetParsedOptions() {
         frontEnd.parseState->tstDefined = false;
         frontEnd.gen->onFailCb.onFailMask = 0;
         frontEnd.fileName[0] = '\0';
-        for (ifstTstCb& test : Tests(frontEnd)) {
+        for (ifstTstCb& test : frontEnd.Tests()) {
             test.state = IFST_TEST_IDLE;
             test.tstArgsStartIdx = 0;
             test.tstArgsEndIdx = 0;

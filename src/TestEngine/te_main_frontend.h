@@ -39,6 +39,8 @@ struct ifstGroupFrontEnd {
     const char* cfgName = nullptr;
 
     void (*usage)();
+
+    std::span<ifstTstCb> Tests() const { return {tests, numTests}; }
 };
 
 // A word that every group takes, in one or two spellings; the second may be null.

@@ -111,28 +111,9 @@ struct ifstTstCb {
     ifstLoopCb lpCb;
     U32 tstArgsStartIdx;  // command-line words with values for arguments of its own
     U32 tstArgsEndIdx;
+    const char* about;  // for the lists that documents and shells have of the tests
+    const char* time;
 };
-
-// A row of a group's table.
-constexpr ifstTstCb ifstTestRow(const char* description, const char* longNm, const char* shortNm,
-                                ifstTest entry, const TaskArg* args, const char* help = nullptr) {
-    return {.tstDescr1 = description,
-            .tstDescr2 = "",
-            .longNm = longNm,
-            .shortNm = shortNm,
-            .tst = entry,
-            .Args = args,
-            .state = IFST_TEST_IDLE,
-            .help = help,
-            .testId = 0,
-            .tstSpecCb = 0,
-            .result = 0,
-            .passCnt = 0,
-            .failCnt = 0,
-            .lpCb = {},
-            .tstArgsStartIdx = 0,
-            .tstArgsEndIdx = 0};
-}
 
 struct ifstGroupFrontEnd;
 

@@ -1,4 +1,5 @@
-// Copies a program that ships beside the tool to a card and runs it there, in one call.
+// Copies a program that ships beside the tool to a card and runs it there, in one call. Declared only:
+// the tests upload and run by themselves.
 #pragma once
 
 #include <string>

@@ -1,16 +1,23 @@
 // The PCIe test group's front end.
 #include "TestEngine/PCIExpress/PCIExpress.h"
 
+#include <iterator>
+
 PCIExpressCb m_PCIExpressCb;
 
 namespace {
 ifstGroupParseState parseState;
 }
 
+#define IFST_TEST IFST_PLACE_TEST
+ifstTstCb PCIExpressTests[] = {
+#include "TestEngine/PCIExpress/PCIExpressTests.def"
+};
+
 const ifstGroupFrontEnd k_PCIExpressFrontEnd = {
     .summaryName = "PcieDiag",
     .tests = PCIExpressTests,
-    .numTests = k_PCIExpressTestCount,
+    .numTests = std::size(PCIExpressTests),
     .gen = &m_PCIExpressCb.gen,
     .debugLevel = &m_PCIExpressCb.PCIExpressDbgLvl,
     .fileName = m_PCIExpressCb.fileName,

@@ -74,3 +74,11 @@ unsigned int CheckSboxDefaultValues(HANDLE handle) {
 I16 PCIExpress_PCIExpressSBOXDefaultValues(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"SBOX", kFile, 100, CheckSbox});
 }
+
+constinit const ifstTestRow k_Row_PCIExpress_PCIExpressSBOXDefaultValues = {
+    .description = "Verify SBOX registers after reset",
+    .longNm = "-verifySBoxRegDefaultValues",
+    .shortNm = "-vsrdv",
+    .about = "half of the SBOX registers hold their power-on defaults",
+    .time = "at once",
+};

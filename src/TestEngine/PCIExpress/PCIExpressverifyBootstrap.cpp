@@ -42,3 +42,11 @@ void VerifyBootstrap(HANDLE handle) {
 I16 PCIExpress_PCIExpressverifyBootstrap(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"Bootstrap", kFile, 33, VerifyBootstrap});
 }
+
+constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyBootstrap = {
+    .description = "Verify Coprocessor Bootstrap status",
+    .longNm = "-verifyBootStrap",
+    .shortNm = "-vbs",
+    .about = "POST code is 11, 12 or FF",
+    .time = "at once",
+};

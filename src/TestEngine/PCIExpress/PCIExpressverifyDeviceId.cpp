@@ -34,3 +34,11 @@ void VerifyDeviceId(HANDLE) {
 I16 PCIExpress_PCIExpressverifyDeviceId(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"DeviceID", kFile, 33, VerifyDeviceId});
 }
+
+constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyDeviceId = {
+    .description = "Verify Coprocessor Device ID",
+    .longNm = "-verifyDeviceId",
+    .shortNm = "-vdi",
+    .about = "Settings.ini allows the device id",
+    .time = "at once",
+};

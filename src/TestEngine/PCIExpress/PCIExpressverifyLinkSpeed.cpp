@@ -39,3 +39,11 @@ void VerifyLinkSpeed(HANDLE handle) {
 I16 PCIExpress_PCIExpressverifyLinkSpeed(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"LinkSpeed", kFile, 33, VerifyLinkSpeed});
 }
+
+constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyLinkSpeed = {
+    .description = "Verify PCIe Gen 2 Link Speed",
+    .longNm = "-verifyLinkSpeed",
+    .shortNm = "-vls",
+    .about = "the link trained to 5 GT/s",
+    .time = "5 s",
+};

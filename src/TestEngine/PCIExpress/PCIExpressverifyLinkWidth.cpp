@@ -29,3 +29,11 @@ void VerifyLinkWidth(HANDLE handle) {
 I16 PCIExpress_PCIExpressverifyLinkWidth(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"LinkWidth", kFile, 33, VerifyLinkWidth});
 }
+
+constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyLinkWidth = {
+    .description = "Verify Link Width",
+    .longNm = "-verifyLinkWidth",
+    .shortNm = "-vlw",
+    .about = "the link trained to 16 lanes",
+    .time = "at once",
+};

@@ -90,3 +90,11 @@ void VerifyIds(HANDLE handle) {
 I16 PCIExpress_vRevSubSystemID(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"SubSystem", kFile, 45, VerifyIds});
 }
+
+constinit const ifstTestRow k_Row_PCIExpress_vRevSubSystemID = {
+    .description = "Verify Coprocessor Revision, Subsystem and Vendor ID",
+    .longNm = "-verifyRevSubSysID",
+    .shortNm = "-vrs",
+    .about = "Settings.ini allows vendor, subsystem and revision ids",
+    .time = "at once",
+};

@@ -1,16 +1,23 @@
 // The Core test group's front end.
 #include "TestEngine/core/CoreDiag.h"
 
+#include <iterator>
+
 CoreDiagCb m_CoreDiagCb;
 
 namespace {
 ifstGroupParseState parseState;
 }
 
+#define IFST_TEST IFST_PLACE_TEST
+ifstTstCb CoreDiagTests[] = {
+#include "TestEngine/core/CoreDiagTests.def"
+};
+
 const ifstGroupFrontEnd k_CoreDiagFrontEnd = {
     .summaryName = "CoreDiag",
     .tests = CoreDiagTests,
-    .numTests = k_CoreDiagTestCount,
+    .numTests = std::size(CoreDiagTests),
     .gen = &m_CoreDiagCb.gen,
     .debugLevel = &m_CoreDiagCb.CoreDiagDbgLvl,
     .fileName = m_CoreDiagCb.fileName,

@@ -25,3 +25,13 @@ I16 CoreDiag_CoreDiagCacheTest(U64 tstSpecCb) {
     return RunWorkloadTest(tstSpecCb, {"Cache", "Executing Cache tests...", "cache_workload_er1x",
                                        "cache_workload_ev1x", ThrowNotPassed, Fail});
 }
+
+constinit const ifstTestRow k_Row_CoreDiag_CoreDiagCacheTest = {
+    .description = "Cache test",
+    .longNm = "-Cache",
+    .shortNm = "-c",
+    .about = "a cache workload runs on the card and finds no error",
+    .time = "seconds",
+    .help =
+        "ZelDiag -CoreDiag -Cache\n| or ZelDiag -cd -c\n| Executes cache tests on the device.\n",
+};

@@ -64,3 +64,14 @@ void CheckCpuId(HANDLE handle) {
 I16 CoreDiag_CoreDiagGetCPUID(U64 tstSpecCb) {
     return RunCoreInfoTest(tstSpecCb, {"CPUID", kFile, 53, CheckCpuId});
 }
+
+constinit const ifstTestRow k_Row_CoreDiag_CoreDiagGetCPUID = {
+    .description = "Get CPU ID",
+    .longNm = "-GetCPUID",
+    .shortNm = "-gid",
+    .about = "the identification register names the coprocessor family",
+    .time = "at once",
+    .help =
+        "ZelDiag -CoreDiag -GetCPUID\n| or ZelDiag -cd -gid\n|  Gets the Information about CPU "
+        "id.\n",
+};

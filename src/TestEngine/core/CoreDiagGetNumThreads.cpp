@@ -56,3 +56,13 @@ void CheckThreads(HANDLE handle) {
 I16 CoreDiag_CoreDiagGetNumThreads(U64 tstSpecCb) {
     return RunCoreInfoTest(tstSpecCb, {"Threads", kFile, 77, CheckThreads});
 }
+
+constinit const ifstTestRow k_Row_CoreDiag_CoreDiagGetNumThreads = {
+    .description = "Get number of threads",
+    .longNm = "-GetNumThreads",
+    .shortNm = "-gnt",
+    .about = "four threads are enabled on every core",
+    .time = "at once",
+    .help =
+        "ZelDiag -CoreDiag -GetNumThreads\n| or ZelDiag -cd -gec\n| Gets the number of threads.\n",
+};

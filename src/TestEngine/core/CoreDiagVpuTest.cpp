@@ -24,3 +24,12 @@ I16 CoreDiag_CoreDiagVpuTest(U64 tstSpecCb) {
     return RunWorkloadTest(tstSpecCb, {"VPU", "Executing VPU tests...", "vpu_workload_er1x",
                                        "vpu_workload_ev1x", ThrowNotPassed, Fail});
 }
+
+constinit const ifstTestRow k_Row_CoreDiag_CoreDiagVpuTest = {
+    .description = "VPU test",
+    .longNm = "-Vpu",
+    .shortNm = "-v",
+    .about = "a vector-unit workload runs on the card and finds no error",
+    .time = "seconds",
+    .help = "ZelDiag -CoreDiag -Vpu\n| or ZelDiag -cd -v\n| Executes vpu tests on the device.\n",
+};

@@ -1,16 +1,23 @@
 // The DMA test group's front end.
 #include "TestEngine/dma/Dma.h"
 
+#include <iterator>
+
 DmaCb m_DmaCb;
 
 namespace {
 ifstGroupParseState parseState;
 }
 
+#define IFST_TEST IFST_PLACE_TEST
+ifstTstCb DmaTests[] = {
+#include "TestEngine/dma/DmaTests.def"
+};
+
 const ifstGroupFrontEnd k_DmaFrontEnd = {
     .summaryName = "DmaDiag",
     .tests = DmaTests,
-    .numTests = k_DmaTestCount,
+    .numTests = std::size(DmaTests),
     .gen = &m_DmaCb.gen,
     .debugLevel = &m_DmaCb.DmaDbgLvl,
     .fileName = m_DmaCb.fileName,

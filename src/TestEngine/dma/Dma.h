@@ -3,6 +3,7 @@
 
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_records.h"
+#include "TestEngine/te_main_tests.h"
 
 struct DmaCb {
     ifstGrpTstCb gen;
@@ -13,8 +14,9 @@ struct DmaCb {
 extern DmaCb m_DmaCb;
 extern const ifstGroupFrontEnd k_DmaFrontEnd;
 
-inline constexpr U16 k_DmaTestCount = 2;
-extern ifstTstCb DmaTests[k_DmaTestCount];
+#define IFST_TEST IFST_DECLARE_TEST
+#include "TestEngine/dma/DmaTests.def"
+extern ifstTstCb DmaTests[];
 
 inline constexpr auto Dma_TGParse = ifstGroupFunctions<k_DmaFrontEnd>::Parse;
 inline constexpr auto Dma_ParseTestParam = ifstGroupFunctions<k_DmaFrontEnd>::ParseTestParam;
@@ -22,11 +24,3 @@ inline constexpr auto Dma_TGInit = ifstGroupFunctions<k_DmaFrontEnd>::Init;
 inline constexpr auto Dma_TGCfg = ifstGroupFunctions<k_DmaFrontEnd>::CfgForNormalMode;
 inline constexpr auto Dma_TGClean = ifstCleanGroup;
 void DmaUsage();
-
-// Each test takes the address of the control block and returns k_TestFinished when it has finished.
-I16 Dma_DmaHostToZel(U64 tstSpecCb);
-I16 Dma_DmaZelToHost(U64 tstSpecCb);
-
-// What the engine calls each test through.
-I16 Marshal_Dma_DmaHostToZel(ActualArg* list);
-I16 Marshal_Dma_DmaZelToHost(ActualArg* list);

@@ -100,3 +100,11 @@ I16 Dma_DmaHostToZel(U64 tstSpecCb) {
     block.gen.eventCnt = 0;
     return k_TestFinished;
 }
+
+constinit const ifstTestRow k_Row_Dma_DmaHostToZel = {
+    .description = "verify DMA from Host to Coprocessor ",
+    .longNm = "-verifyDMAHostToCoprocessor",
+    .shortNm = "-vdh2l",
+    .about = "host connects; what the card writes and reads is unchanged",
+    .time = "seconds",
+};

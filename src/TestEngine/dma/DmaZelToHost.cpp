@@ -156,3 +156,11 @@ I16 Dma_DmaZelToHost(U64 tstSpecCb) {
     block.gen.eventCnt = 0;
     return k_TestFinished;
 }
+
+constinit const ifstTestRow k_Row_Dma_DmaZelToHost = {
+    .description = "verify DMA from Coprocessor to Host",
+    .longNm = "-verifyDMACoprocessorToHost",
+    .shortNm = "-vdl2h",
+    .about = "card connects; what the host writes and reads is unchanged",
+    .time = "seconds",
+};

@@ -2,6 +2,7 @@
 #include "TestEngine/memory/memory.h"
 
 #include <cstring>
+#include <iterator>
 
 #include "TestEngine/memory/memoryErrorList.h"
 
@@ -22,11 +23,16 @@ void ForgetErrors() {
 
 }  // namespace
 
+#define IFST_TEST IFST_PLACE_TEST
+ifstTstCb memoryTests[] = {
+#include "TestEngine/memory/memoryTests.def"
+};
+
 // The names of this group's tests compare with case, unlike all other words.
 const ifstGroupFrontEnd k_memoryFrontEnd = {
     .summaryName = "MemDiag",
     .tests = memoryTests,
-    .numTests = k_memoryTestCount,
+    .numTests = std::size(memoryTests),
     .gen = &m_memoryCb.gen,
     .debugLevel = &m_memoryCb.memoryDbgLvl,
     .fileName = m_memoryCb.fileName,

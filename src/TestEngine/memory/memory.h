@@ -5,6 +5,7 @@
 
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_records.h"
+#include "TestEngine/te_main_tests.h"
 
 struct _GddrDiagErrorList;
 
@@ -55,8 +56,9 @@ inline constexpr U8 k_AlreadyFailed = 100;
 extern memoryCb m_memoryCb;
 extern const ifstGroupFrontEnd k_memoryFrontEnd;
 
-inline constexpr U16 k_memoryTestCount = 3;
-extern ifstTstCb memoryTests[k_memoryTestCount];
+#define IFST_TEST IFST_DECLARE_TEST
+#include "TestEngine/memory/memoryTests.def"
+extern ifstTstCb memoryTests[];
 
 inline constexpr auto memory_TGParse = ifstGroupFunctions<k_memoryFrontEnd>::Parse;
 inline constexpr auto memory_ParseTestParam = ifstGroupFunctions<k_memoryFrontEnd>::ParseTestParam;
@@ -95,13 +97,3 @@ MemTestParams memory_CheckParams(const memoryCb* control);
 
 // 1 when the parameters can be used on the open card, else 0.
 int Validate_MemTest_Param(memoryCb* control);
-
-// Each test takes the address of the control block and returns k_TestFinished when it has finished.
-I16 memory_memoryfullRange(U64 tstSpecCb);
-I16 memory_memorywrite(U64 tstSpecCb);
-I16 memory_memorygddrInfo(U64 tstSpecCb);
-
-// What the engine calls each test through.
-I16 Marshal_memory_memoryfullRange(ActualArg* list);
-I16 Marshal_memory_memorywrite(ActualArg* list);
-I16 Marshal_memory_memorygddrInfo(ActualArg* list);

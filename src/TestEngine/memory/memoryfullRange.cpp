@@ -43,3 +43,11 @@ I16 memory_memoryfullRange(U64 tstSpecCb) {
         ReturnCard();
     return memory_GiveVerdict(control, kFile, 71);
 }
+
+constinit const ifstTestRow k_Row_memory_memoryfullRange = {
+    .description = "Full range test",
+    .longNm = "-fullRange",
+    .shortNm = "-full",
+    .about = "the whole memory written, read back and compared",
+    .time = "minutes",
+};

@@ -112,3 +112,11 @@ void CheckMemory(HANDLE handle) {
 I16 memory_memorygddrInfo(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"GDDRInfo", kFile, 35, CheckMemory});
 }
+
+constinit const ifstTestRow k_Row_memory_memorygddrInfo = {
+    .description = "Coprocessor memory info",
+    .longNm = "-gddrInfo",
+    .shortNm = "-info",
+    .about = "maker, revision, type, speed and size; Settings.ini allows the maker",
+    .time = "at once",
+};

@@ -76,3 +76,11 @@ I16 memory_memorywrite(U64 tstSpecCb) {
     }
     return memory_GiveVerdict(control, kFile, 103);
 }
+
+constinit const ifstTestRow k_Row_memory_memorywrite = {
+    .description = "Write test",
+    .longNm = "-write",
+    .shortNm = "-wr",
+    .about = "a range of memory written, read back and compared",
+    .time = "by size",
+};

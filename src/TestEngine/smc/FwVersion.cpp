@@ -28,3 +28,11 @@ void ShowFwVersion(HANDLE handle) {
 I16 Smc_FwVersion(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"FwVersion", kFile, 33, ShowFwVersion});
 }
+
+constinit const ifstTestRow k_Row_Smc_FwVersion = {
+    .description = "SMC get firmware version",
+    .longNm = "-fwversion",
+    .shortNm = "-fwv",
+    .about = "firmware version, shown",
+    .time = "at once",
+};

@@ -59,3 +59,11 @@ int printHWRevInfo(ZEL_SMCHwRevType revision) {
 I16 Smc_HwRevision(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"HwRevision", kFile, 106, ShowHwRevision});
 }
+
+constinit const ifstTestRow k_Row_Smc_HwRevision = {
+    .description = "SMC get hardware revision",
+    .longNm = "-hwrevision",
+    .shortNm = "-hwr",
+    .about = "hardware revision, shown",
+    .time = "at once",
+};

@@ -1,16 +1,23 @@
 // The SMC test group's front end.
 #include "TestEngine/smc/Smc.h"
 
+#include <iterator>
+
 SmcCb m_SmcCb;
 
 namespace {
 ifstGroupParseState parseState;
 }
 
+#define IFST_TEST IFST_PLACE_TEST
+ifstTstCb SmcTests[] = {
+#include "TestEngine/smc/SmcTests.def"
+};
+
 const ifstGroupFrontEnd k_SmcFrontEnd = {
     .summaryName = "SmcDiag",
     .tests = SmcTests,
-    .numTests = k_SmcTestCount,
+    .numTests = std::size(SmcTests),
     .gen = &m_SmcCb.gen,
     .debugLevel = &m_SmcCb.SmcDbgLvl,
     .fileName = m_SmcCb.fileName,

@@ -3,6 +3,7 @@
 
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_records.h"
+#include "TestEngine/te_main_tests.h"
 
 struct SmcCb {
     ifstGrpTstCb gen;
@@ -13,8 +14,9 @@ struct SmcCb {
 extern SmcCb m_SmcCb;
 extern const ifstGroupFrontEnd k_SmcFrontEnd;
 
-inline constexpr U16 k_SmcTestCount = 3;
-extern ifstTstCb SmcTests[k_SmcTestCount];
+#define IFST_TEST IFST_DECLARE_TEST
+#include "TestEngine/smc/SmcTests.def"
+extern ifstTstCb SmcTests[];
 
 inline constexpr auto Smc_TGParse = ifstGroupFunctions<k_SmcFrontEnd>::Parse;
 inline constexpr auto Smc_ParseTestParam = ifstGroupFunctions<k_SmcFrontEnd>::ParseTestParam;
@@ -22,13 +24,3 @@ inline constexpr auto Smc_TGInit = ifstGroupFunctions<k_SmcFrontEnd>::Init;
 inline constexpr auto Smc_TGCfg = ifstGroupFunctions<k_SmcFrontEnd>::CfgForNormalMode;
 inline constexpr auto Smc_TGClean = ifstCleanGroup;
 void SmcUsage();
-
-// Each test takes the address of the control block and returns k_TestFinished when it has finished.
-I16 Smc_FwVersion(U64 tstSpecCb);
-I16 Smc_HwRevision(U64 tstSpecCb);
-I16 Smc_Uuid(U64 tstSpecCb);
-
-// What the engine calls each test through.
-I16 Marshal_Smc_FwVersion(ActualArg* list);
-I16 Marshal_Smc_HwRevision(ActualArg* list);
-I16 Marshal_Smc_Uuid(ActualArg* list);

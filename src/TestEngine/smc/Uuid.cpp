@@ -45,3 +45,11 @@ void ShowUuid(HANDLE handle) {
 I16 Smc_Uuid(U64 tstSpecCb) {
     return ifstRunCardTest(tstSpecCb, {"Uuid", kFile, 33, ShowUuid});
 }
+
+constinit const ifstTestRow k_Row_Smc_Uuid = {
+    .description = "SMC get UUID",
+    .longNm = "-uuid",
+    .shortNm = "-uniqueid",
+    .about = "UUID, shown",
+    .time = "at once",
+};

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "FakeZelAccess.h"
+#include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/memory/memory.h"
 #include "ZelAccess.h"
@@ -23,8 +24,6 @@ namespace {
 using fuzz::Expect;
 using fuzz::ExpectEqual;
 using Words = std::vector<std::string>;
-
-constexpr std::size_t kMemoryRow = 1;
 
 GDDRDiagCb& Params() {
     return m_memoryCb.gddrDiagCb;
@@ -155,7 +154,7 @@ std::string ConfigureCard(const Words& words, const fakes::Card& card, U64 lowes
     memory_ResetOptions();
     for (const std::string& word : words)
         TakeWord(word);
-    memory_TGCfg(&ifstTstGrps[kMemoryRow]);
+    memory_TGCfg(&GroupRow("-mem"));
     CheckConfigured(lowest);
     return fuzz::ShowParsed();
 }

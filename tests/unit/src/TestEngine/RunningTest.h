@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Fixture.h"
+#include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/VerdictWatch.h"
 #include "TestEngine/te_main.h"
@@ -13,15 +14,15 @@
 
 class RunningTest : public fakes::Fixture {
 protected:
-    RunningTest(U32 group, U16 test) : group_(ifstTstGrps[group]), savedRow_(group_) {
+    RunningTest(const char* group, const char* test) : group_(GroupRow(group)), savedRow_(group_) {
         ifstSetupParams = {};
         ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
-        curTstGroup = group;
+        curTstGroup = GroupIndex(group);
         group_.frontEnd->gen->valid = 1;
         group_.frontEnd->gen->eventCnt = 77;
         group_.tstList = group_.frontEnd->tests;
         group_.numTests = group_.frontEnd->numTests;
-        group_.curTest = test;
+        group_.curTest = TestIndex(group, test);
         group_.dbgLvl = k_DbgLvlPassed | k_DbgLvlFailed;
         TE::SUMMARY_INSTANCE = TE::TESummary();
         TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");

@@ -15,6 +15,7 @@
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
+#include "TestEngine/te_main_tests.h"
 
 namespace {
 
@@ -67,7 +68,8 @@ protected:
         testIdG = 0;
         curTstGroup = 0;
         for (int i = 0; i < 3; ++i)
-            tests_[i] = ifstTestRow(kDescriptions[i], "-longName", "-short", ScriptedTest, kArgs);
+            tests_[i] =
+                ifstMakeTest({kDescriptions[i], "-longName", "-short"}, ScriptedTest, kArgs);
         group().tstList = tests_;
         group().numTests = 3;
         group().tstCb = 4711;
@@ -151,7 +153,7 @@ TEST_F(Engine, HandsOverControlBlockAndIndex) {
 TEST_F(Engine, WritesTheIndexInDecimalBehindTheHexadecimalPrefix) {
     ifstTstCb many[12];
     for (ifstTstCb& test : many)
-        test = ifstTestRow("Many", "-many", "-m", ScriptedTest, kArgs);
+        test = ifstMakeTest({"Many", "-many", "-m"}, ScriptedTest, kArgs);
     many[10].state = IFST_TEST_SELECTED;
     group().tstList = many;
     group().numTests = 12;

@@ -3,14 +3,13 @@
 
 namespace {
 
-constexpr U32 kPcieGroup = 0;
 constexpr char kSection[] = "pcieConfigReg";
 constexpr char kUnreadable[] = "Failed to read settings.ini for valid device ID";
 
 class DeviceId : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/PCIExpress/PCIExpressverifyDeviceId";
-    DeviceId() : RunningTest(kPcieGroup, 2) {}
+    DeviceId() : RunningTest("-pcie", "-vdi") {}
     void ExpectInvalid() {
         ExpectFailed(kFile, 69, "FAILED: Invalid device id  ",
                      "PcieDiag.DeviceID: Invalid device id");
@@ -69,7 +68,7 @@ TEST_F(DeviceId, KeepsTheSettingsLineToItselfInQuietMode) {
 class SubSystem : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/PCIExpress/vRevSubSysID";
-    SubSystem() : RunningTest(kPcieGroup, 3) {}
+    SubSystem() : RunningTest("-pcie", "-vrs") {}
     void ExpectUnreadable(const std::string& printed, int line) {
         EXPECT_EQ(out_, printed);
         ExpectFailed(kFile, line, kUnreadable, std::string("PcieDiag.SubSystem: ") + kUnreadable);

@@ -3,12 +3,10 @@
 
 namespace {
 
-constexpr U32 kPcieGroup = 0;
-
 class LinkSpeed : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/PCIExpress/PCIExpressverifyLinkSpeed";
-    LinkSpeed() : RunningTest(kPcieGroup, 0) {}
+    LinkSpeed() : RunningTest("-pcie", "-vls") {}
 };
 
 TEST_F(LinkSpeed, WaitsBeforeItReads) {
@@ -56,7 +54,7 @@ TEST_F(LinkSpeed, DoesNothingWhileTheGroupIsNotValid) {
 class LinkWidth : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/PCIExpress/PCIExpressverifyLinkWidth";
-    LinkWidth() : RunningTest(kPcieGroup, 1) {}
+    LinkWidth() : RunningTest("-pcie", "-vlw") {}
 };
 
 TEST_F(LinkWidth, PassesAtSixteenLanes) {
@@ -94,7 +92,7 @@ TEST_F(LinkWidth, FailsWhenItCannotRead) {
 class Bootstrap : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/PCIExpress/PCIExpressverifyBootstrap";
-    Bootstrap() : RunningTest(kPcieGroup, 4) {}
+    Bootstrap() : RunningTest("-pcie", "-vbs") {}
 };
 
 TEST_F(Bootstrap, PassesWithAGoodCode) {

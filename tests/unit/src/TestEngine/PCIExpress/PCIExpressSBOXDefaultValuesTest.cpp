@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Fixture.h"
+#include "Rows.h"
 #include "TestEngine/PCIExpress/PCIExpress.h"
 #include "TestEngine/PCIExpress/SboxRegisters.h"
 #include "TestEngine/TestGroups.h"
@@ -25,7 +26,6 @@ using ::testing::IsEmpty;
 
 constexpr U32 kReadsOfAScan = 752;
 constexpr std::size_t kFirstWideRow = 503;
-constexpr std::size_t kTestIndex = 5;
 
 std::span<const _SBOX_REG_DEF_VALUE> Registers() {
     return std::span(sbox_array).first(kSboxRegisterCount);
@@ -256,15 +256,15 @@ TEST_F(SboxScan, EndsAtWhicheverReadFails) {
 class SboxTest : public SboxScan {
 protected:
     SboxTest() {
-        curTstGroup = 0;
+        curTstGroup = GroupIndex("-pcie");
         PCIExpress_TGInit(&Group());
         m_PCIExpressCb.gen.valid = 1;
         m_PCIExpressCb.gen.eventCnt = 7;
-        Group().curTest = kTestIndex;
+        Group().curTest = TestIndex("-pcie", "-vsrdv");
         Group().dbgLvl = k_DbgLvlFailed | k_DbgLvlPassed;
         Group().result = IFST_PASSED;
-        Test() = ifstTestRow(Test().tstDescr1, Test().longNm, Test().shortNm, Test().tst,
-                             Test().Args, Test().help);
+        Test() =
+            ifstMakeTest(k_Row_PCIExpress_PCIExpressSBOXDefaultValues, Test().tst, Test().Args);
         TE::SUMMARY_INSTANCE = TE::TESummary();
         TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "", "");
         TE::SUMMARY_INSTANCE.SetGroupName("PcieDiag");
@@ -283,8 +283,8 @@ protected:
         TE::SUMMARY_INSTANCE = TE::TESummary();
     }
 
-    static ifstTstGroup& Group() { return ifstTstGrps[0]; }
-    static ifstTstCb& Test() { return PCIExpressTests[kTestIndex]; }
+    static ifstTstGroup& Group() { return GroupRow("-pcie"); }
+    static ifstTstCb& Test() { return TestRow("-pcie", "-vsrdv"); }
 
     static I16 Run() {
         return PCIExpress_PCIExpressSBOXDefaultValues(reinterpret_cast<U64>(&m_PCIExpressCb));

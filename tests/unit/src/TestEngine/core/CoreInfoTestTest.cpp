@@ -3,12 +3,10 @@
 
 namespace {
 
-constexpr U32 kCoreGroup = 2;
-
 class EnabledCores : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/core/CoreDiagGetEnabledCores";
-    EnabledCores() : RunningTest(kCoreGroup, 0) {}
+    EnabledCores() : RunningTest("-core", "-gec") {}
 };
 
 TEST_F(EnabledCores, ShowsTheCountAndPasses) {
@@ -47,7 +45,7 @@ TEST_F(EnabledCores, GivesTheVerdictBeforeItTellsTheSummary) {
 class Threads : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/core/CoreDiagGetNumThreads";
-    Threads() : RunningTest(kCoreGroup, 1) {}
+    Threads() : RunningTest("-core", "-gnt") {}
 };
 
 TEST_F(Threads, PassesWithFourOnEveryCore) {
@@ -98,7 +96,7 @@ TEST_F(Threads, FailsWhenTheLibraryIsNotOpen) {
 class CpuId : public RunningTest {
 protected:
     static constexpr char kFile[] = "TestEngine/core/CoreDiagGetCPUID";
-    CpuId() : RunningTest(kCoreGroup, 2) {}
+    CpuId() : RunningTest("-core", "-gid") {}
 };
 
 TEST_F(CpuId, DecodesTheRegister) {

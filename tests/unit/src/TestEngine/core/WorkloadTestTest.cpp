@@ -21,12 +21,11 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::ThrowsMessage;
 
-constexpr U32 kCoreGroup = 2;
 constexpr int kRefused = fakes::ShellAnswer::Exit(1);
 
 // What the two tests differ in.
 struct Subject {
-    U16 test;
+    const char* test;
     std::string name;
     std::string workload;  // without its generation
     std::string file;
@@ -41,7 +40,7 @@ void PrintTo(const Subject& subject, std::ostream* out) {
 }
 
 const Subject kCache = {
-    .test = 3,
+    .test = "-c",
     .name = "Cache",
     .workload = "cache_workload",
     .file = "TestEngine/core/CoreDiagCacheTest",
@@ -53,7 +52,7 @@ const Subject kCache = {
 };
 
 const Subject kVpu = {
-    .test = 4,
+    .test = "-v",
     .name = "VPU",
     .workload = "vpu_workload",
     .file = "TestEngine/core/CoreDiagVpuTest",
@@ -66,7 +65,7 @@ const Subject kVpu = {
 
 class Workload : public RunningTest, public ::testing::WithParamInterface<Subject> {
 protected:
-    Workload() : RunningTest(kCoreGroup, GetParam().test) {
+    Workload() : RunningTest("-core", GetParam().test) {
         fakes::SetLink("/proc/self/exe", "/opt/tools/ZelDiag");
         ShellExecuter::SetAppDirAccessPath();
         fakes::Shell().SetFile("/usr/bin/ssh", true);

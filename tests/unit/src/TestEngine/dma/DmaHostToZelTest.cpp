@@ -27,7 +27,7 @@ constexpr char kEv1x[] = "vorl_accept_dma_zel_ev1x";
 
 class DmaHostToZel : public DmaTest {
 protected:
-    DmaHostToZel() : DmaTest(0, "vorl_accept_dma_zel", "ZelVorlAcceptDMA Test success") {
+    DmaHostToZel() : DmaTest("-vdh2l", "vorl_accept_dma_zel", "ZelVorlAcceptDMA Test success") {
         pollSeconds_ = 3;
     }
 

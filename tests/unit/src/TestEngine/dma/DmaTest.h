@@ -17,8 +17,8 @@ protected:
     using ShellAnswer = fakes::ShellAnswer;
 
     // `program` is the card's, without its generation; `successText` what it prints.
-    DmaTest(U16 test, std::string program, std::string successText)
-        : RunningTest(3, test),
+    DmaTest(const char* test, std::string program, std::string successText)
+        : RunningTest("-dma", test),
           program_(std::move(program)),
           successText_(std::move(successText)),
           threadsBefore_(fakes::FakeThreads::Count()),

@@ -25,7 +25,7 @@ constexpr unsigned kListenSeconds = 3;
 
 class DmaZelToHost : public DmaTest {
 protected:
-    DmaZelToHost() : DmaTest(1, "vorl_connect_dma_zel", "ZelVorlConnectDMA Test success") {
+    DmaZelToHost() : DmaTest("-vdl2h", "vorl_connect_dma_zel", "ZelVorlConnectDMA Test success") {
         pollSeconds_ = 5;
         execute_ = [this](const std::string&) {
             AwaitOtherWorker();

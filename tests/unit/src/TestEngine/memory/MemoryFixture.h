@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Fixture.h"
+#include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/memory/memory.h"
 #include "TestEngine/memory/memoryErrorList.h"
@@ -33,8 +34,8 @@ protected:
         Group().result = IFST_PASSED;
         Group().passCnt = Group().failCnt = 0;
         Group().curTest = 0;
-        curTstGroup = kMemoryRow;
-        for (ifstTstCb& test : memoryTests) {
+        curTstGroup = GroupIndex("-mem");
+        for (ifstTstCb& test : k_memoryFrontEnd.Tests()) {
             test.state = IFST_TEST_IDLE;
             test.result = IFST_PASSED;
             test.passCnt = test.failCnt = 0;
@@ -53,7 +54,7 @@ protected:
         ifstSetupParams = {};
     }
 
-    static ifstTstGroup& Group() { return ifstTstGrps[kMemoryRow]; }
+    static ifstTstGroup& Group() { return GroupRow("-mem"); }
     static GDDRDiagCb& Params() { return m_memoryCb.gddrDiagCb; }
     static fakes::Card& Card() { return fakes::ZelAccess().cards.at(0); }
 
@@ -129,5 +130,4 @@ protected:
     std::string err;
 
 private:
-    static constexpr U32 kMemoryRow = 1;
 };

@@ -18,7 +18,7 @@ protected:
     static bool BreaksOnFail() { return (m_memoryCb.gen.onFailCb.onFailMask & k_BreakOnFail) != 0; }
     static Texts Selected() {
         Texts names;
-        for (const ifstTstCb& test : memoryTests) {
+        for (const ifstTstCb& test : k_memoryFrontEnd.Tests()) {
             if (test.state == IFST_TEST_SELECTED)
                 names.push_back(test.longNm);
         }

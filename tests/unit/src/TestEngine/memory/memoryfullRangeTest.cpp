@@ -17,7 +17,7 @@ protected:
     I16 Run() {
         return Printing([] { return memory_memoryfullRange(reinterpret_cast<U64>(&m_memoryCb)); });
     }
-    static ifstTstCb& Test() { return memoryTests[0]; }
+    static ifstTstCb& Test() { return TestRow("-mem", "-full"); }
     static std::string Failed(const std::string& reason) {
         return "Test 1 Failed in file TestEngine/memory/memoryfullRange, line 71 with reason [" +
                reason + "]\n\n";

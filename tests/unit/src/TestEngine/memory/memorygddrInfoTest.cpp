@@ -12,7 +12,7 @@ protected:
     I16 Run() {
         return Printing([] { return memory_memorygddrInfo(reinterpret_cast<U64>(&m_memoryCb)); });
     }
-    static ifstTstCb& Test() { return memoryTests[2]; }
+    static ifstTstCb& Test() { return TestRow("-mem", "-info"); }
     static std::string Failed(int line, const std::string& reason) {
         return "Test 3 Failed in file TestEngine/memory/memorygddrInfo, line " +
                std::to_string(line) + " with reason [" + reason + "]\n\n";

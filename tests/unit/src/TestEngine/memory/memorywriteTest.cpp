@@ -20,7 +20,7 @@ protected:
     I16 Run() {
         return Printing([] { return memory_memorywrite(reinterpret_cast<U64>(&m_memoryCb)); });
     }
-    static ifstTstCb& Test() { return memoryTests[1]; }
+    static ifstTstCb& Test() { return TestRow("-mem", "-wr"); }
     static std::string Failed(const std::string& reason) {
         return "Test 2 Failed in file TestEngine/memory/memorywrite, line 103 with reason [" +
                reason + "]\n\n";

@@ -4,11 +4,9 @@
 
 namespace {
 
-constexpr U32 kSmcGroup = 4;
-
 class Firmware : public RunningTest {
 protected:
-    Firmware() : RunningTest(kSmcGroup, 0) {}
+    Firmware() : RunningTest("-smc", "-fwv") {}
 };
 
 TEST_F(Firmware, PassesThenShows) {
@@ -62,7 +60,7 @@ TEST_F(Firmware, DoesNothingWhileTheGroupIsNotValid) {
 
 class Hardware : public RunningTest {
 protected:
-    Hardware() : RunningTest(kSmcGroup, 1) {}
+    Hardware() : RunningTest("-smc", "-hwr") {}
 };
 
 TEST_F(Hardware, DecodesTheWord) {
@@ -126,7 +124,7 @@ TEST_F(Hardware, DoesNothingWithoutAnOpenCard) {
 
 class Uuid : public RunningTest {
 protected:
-    Uuid() : RunningTest(kSmcGroup, 2) {}
+    Uuid() : RunningTest("-smc", "-uniqueid") {}
 };
 
 TEST_F(Uuid, PassesThenShowsFourLinesOfFourBytes) {
