@@ -14,6 +14,7 @@
 #include "CommonException.h"
 #include "FakeLinks.h"
 #include "Fixture.h"
+#include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
@@ -191,7 +192,7 @@ TEST_F(Run, RunsTheChosenCardAlone) {
     EXPECT_EQ(Tool("-devicelist 2 -core -gec -gnt"), 0);
     EXPECT_EQ(Count("Running Coprocessor Diagnostics on device 3 of 3 (zel2 on"), 1U);
     EXPECT_EQ(Count("Running Coprocessor"), 1U);
-    EXPECT_EQ(ifstTstGrps[2].passCnt, 2) << "counters of the card alone";
+    EXPECT_EQ(GroupRow("-core").passCnt, 2) << "counters of the card alone";
 }
 
 // What the command line names must still be there then.

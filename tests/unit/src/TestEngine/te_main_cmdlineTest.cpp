@@ -8,6 +8,7 @@
 #include "CommonTool/ShellExecuter.h"
 #include "FakeLinks.h"
 #include "Fixture.h"
+#include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_frontend.h"
@@ -15,7 +16,11 @@
 
 namespace {
 
-enum Group { kPcie, kMemory, kCore, kDma, kSmc };
+constexpr char kPcie[] = "-pcie";
+constexpr char kMemory[] = "-mem";
+constexpr char kCore[] = "-core";
+constexpr char kDma[] = "-dma";
+constexpr char kSmc[] = "-smc";
 
 class CommandLine : public fakes::Fixture {
 protected:
@@ -60,21 +65,30 @@ protected:
 
     static bool NothingSelected() { return (curTstMode & k_NoTestSelected) != 0; }
 
-    // The selected tests as "group.test" from 0, in table order.
+    // The short names of the selected tests, in table order, each with a blank behind it.
     static std::string Selected() {
         std::string selected;
-        for (U32 g = 0; g < IFST_NUM_TESTGROUPS; ++g) {
-            const ifstGroupFrontEnd& frontEnd = *ifstTstGrps[g].frontEnd;
-            for (U16 t = 0; t < frontEnd.numTests; ++t) {
-                if (frontEnd.tests[t].state == IFST_TEST_SELECTED)
-                    selected += std::to_string(g) + "." + std::to_string(t) + " ";
+        for (const ifstTstGroup& group : ifstTstGrps) {
+            for (const ifstTstCb& test : group.frontEnd->Tests()) {
+                if (test.state == IFST_TEST_SELECTED)
+                    selected += std::string(test.shortNm) + " ";
             }
         }
         return selected;
     }
 
-    static bool BreaksOnFail(Group group) {
-        return (ifstTstGrps[group].frontEnd->gen->onFailCb.onFailMask & k_BreakOnFail) != 0;
+    // What Selected() says when every test of the groups is.
+    static std::string AllOf(std::initializer_list<const char*> groups) {
+        std::string all;
+        for (const char* const group : groups) {
+            for (const ifstTstCb& test : GroupRow(group).frontEnd->Tests())
+                all += std::string(test.shortNm) + " ";
+        }
+        return all;
+    }
+
+    static bool BreaksOnFail(const char* group) {
+        return (GroupRow(group).frontEnd->gen->onFailCb.onFailMask & k_BreakOnFail) != 0;
     }
 
     void ExpectInvalid(const std::string& line, const std::string& word) {
@@ -92,21 +106,21 @@ protected:
 
 TEST_F(CommandLine, SelectsATest) {
     EXPECT_EQ(Parse("-CoreDiag -gec"), 0);
-    EXPECT_EQ(Selected(), "2.0 ");
+    EXPECT_EQ(Selected(), "-gec ");
     EXPECT_FALSE(NothingSelected());
-    EXPECT_EQ(ifstTstGrps[kCore].state, IFST_GROUP_SELECTED);
-    EXPECT_EQ(ifstTstGrps[kPcie].state, IFST_GROUP_IDLE);
+    EXPECT_EQ(GroupRow(kCore).state, IFST_GROUP_SELECTED);
+    EXPECT_EQ(GroupRow(kPcie).state, IFST_GROUP_IDLE);
     EXPECT_TRUE(BreaksOnFail(kCore));
 }
 
 TEST_F(CommandLine, IgnoresCase) {
     EXPECT_EQ(Parse("-COREDIAG -getcpuid -SMC -FWV"), 0);
-    EXPECT_EQ(Selected(), "2.2 4.0 ");
+    EXPECT_EQ(Selected(), "-gid -fwv ");
 }
 
 TEST_F(CommandLine, ComparesNamesOfMemoryTestsWithCase) {
     EXPECT_EQ(Parse("-mem -wr -ALL -CONTONFAIL"), 0);
-    EXPECT_EQ(Selected(), "1.0 1.1 1.2 ");
+    EXPECT_EQ(Selected(), AllOf({"-mem"}));
     EXPECT_FALSE(BreaksOnFail(kMemory));
     ExpectInvalid("-mem -WR", "-WR");
 }
@@ -149,10 +163,10 @@ TEST_F(CommandLine, UnselectsWhenAGroupIsNamed) {
 
 TEST_F(CommandLine, OffersAWordToEveryGroupNamedSoFar) {
     EXPECT_EQ(Parse("-pcie -vls -core -gec -smc -all"), 0);
-    EXPECT_EQ(Selected(), "0.0 0.1 0.2 0.3 0.4 0.5 2.0 2.1 2.2 2.3 2.4 4.0 4.1 4.2 ");
+    EXPECT_EQ(Selected(), AllOf({"-pcie", "-core", "-smc"}));
     Rearm();
     EXPECT_EQ(Parse("-pcie -core -vlw -gec"), 0);
-    EXPECT_EQ(Selected(), "0.1 2.0 ");
+    EXPECT_EQ(Selected(), "-vlw -gec ");
     ExpectInvalid("-pcie -gec", "-gec");
 }
 
@@ -173,13 +187,13 @@ TEST_F(CommandLine, SetsBreakOnFailByWord) {
 
 TEST_F(CommandLine, SetsDebugLevelsWithoutSelecting) {
     EXPECT_EQ(Parse("-core -dbgLvl=72"), 0);
-    EXPECT_EQ(ifstTstGrps[kCore].dbgLvl, 8U);
+    EXPECT_EQ(GroupRow(kCore).dbgLvl, 8U);
     EXPECT_TRUE(NothingSelected());
     for (const auto& [line, level] : std::vector<std::pair<const char*, U32>>{
              {"-core -gec -DEBUGLEVEL=0xFF", 63}, {"-core -gec -dbglvl=", 0}}) {
         Rearm();
         EXPECT_EQ(Parse(line), 0) << line;
-        EXPECT_EQ(ifstTstGrps[kCore].dbgLvl, level) << line;
+        EXPECT_EQ(GroupRow(kCore).dbgLvl, level) << line;
         EXPECT_FALSE(NothingSelected()) << line;
     }
     ExpectInvalid("-core -gec -dbgLvl=abc", "-dbgLvl=abc");
@@ -189,9 +203,9 @@ TEST_F(CommandLine, SetsDebugLevelsWithoutSelecting) {
 
 TEST_F(CommandLine, SetsTheDebugLevelOfEveryGroupNamedSoFar) {
     EXPECT_EQ(Parse("-core -smc -dbgLvl=4 -dma -fwv"), 0);
-    EXPECT_EQ(ifstTstGrps[kCore].dbgLvl, 4U);
-    EXPECT_EQ(ifstTstGrps[kSmc].dbgLvl, 4U);
-    EXPECT_EQ(ifstTstGrps[kDma].dbgLvl, 0U);
+    EXPECT_EQ(GroupRow(kCore).dbgLvl, 4U);
+    EXPECT_EQ(GroupRow(kSmc).dbgLvl, 4U);
+    EXPECT_EQ(GroupRow(kDma).dbgLvl, 0U);
 }
 
 TEST_F(CommandLine, StoresRunValuesAndRefusesThem) {
@@ -317,20 +331,20 @@ TEST_F(CommandLine, EndsForOtherUsersAtTheFirstWordBehindAGroup) {
 TEST_F(CommandLine, GivesTheSameResultEachTime) {
     EXPECT_EQ(Parse("-skipOnFail -mem -info -core -gec -gid -contOnFail -smc -uuid -dbgLvl=5"), 0);
     const std::string first = Selected();
-    EXPECT_EQ(first, "1.2 2.0 2.2 4.2 ");
+    EXPECT_EQ(first, "-info -gec -gid -uniqueid ");
     for (int card = 1; card < 3; ++card) {
         ResetRows();
         EXPECT_EQ(ParseAgain(), 0);
         EXPECT_EQ(Selected(), first);
         EXPECT_FALSE(BreaksOnFail(kCore));
         EXPECT_TRUE(BreaksOnFail(kSmc));
-        EXPECT_EQ(ifstTstGrps[kSmc].dbgLvl, 5U);
+        EXPECT_EQ(GroupRow(kSmc).dbgLvl, 5U);
         EXPECT_EQ(ifstSetupParams.failCtlState, U32{IFST_SKIP_ON_FAIL});
     }
     // Nothing of one command line is left for another.
     ResetRows();
     EXPECT_EQ(Parse("-core -all"), 0);
-    EXPECT_EQ(Selected(), "2.0 2.1 2.2 2.3 2.4 ");
+    EXPECT_EQ(Selected(), AllOf({"-core"}));
     EXPECT_FALSE(BreaksOnFail(kCore));
 }
 

@@ -2,10 +2,12 @@
 #include "TestEngine/te_main_frontend.h"
 
 #include "Fixture.h"
+#include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/VerdictWatch.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_params.h"
+#include "TestEngine/te_main_tests.h"
 #include "ZelAccess.h"
 
 namespace {
@@ -25,8 +27,8 @@ protected:
     }
 
     // Configures a copy of the group's row; its state afterwards.
-    U8 Configure(U32 index) {
-        ifstTstGroup group = ifstTstGrps[index];
+    U8 Configure(const char* name) {
+        ifstTstGroup group = GroupRow(name);
         group.state = IFST_GROUP_INITIALISED;
         fakes::CaptureOutput capture;
         EXPECT_EQ(group.cfg(&group), 0);
@@ -37,12 +39,12 @@ protected:
     std::string out_;
 };
 
-constexpr U32 kNormalModeGroups[] = {0, 2, 3, 4};
+constexpr const char* kNormalModeGroups[] = {"-pcie", "-core", "-dma", "-smc"};
 
 TEST_F(FrontEnd, LetsAGroupRunInNormalMode) {
     ASSERT_TRUE(zelAccess->setAccessHandle());
     zelAccess->InitAdapterforDiag(0, false);
-    for (const U32 group : kNormalModeGroups) {
+    for (const char* const group : kNormalModeGroups) {
         EXPECT_EQ(Configure(group), IFST_GROUP_RUNNING) << group;
         EXPECT_EQ(out_, "") << group;
     }
@@ -65,7 +67,7 @@ TEST_F(FrontEnd, SaysThatThereIsNoCardAccess) {
 }
 
 TEST_F(FrontEnd, SkipsAGroupWithoutAHandle) {
-    for (const U32 group : kNormalModeGroups) {
+    for (const char* const group : kNormalModeGroups) {
         EXPECT_NO_THROW(EXPECT_EQ(Configure(group), IFST_GROUP_IDLE)) << group;
         EXPECT_EQ(out_, "") << group;
     }
@@ -104,9 +106,9 @@ TEST_F(FrontEnd, PreparesAndClosesAGroup) {
 // A group whose tests declare arguments of their own; the second was named last.
 class OwnArguments : public FrontEnd {
 protected:
-    OwnArguments() : frontEnd_(*ifstTstGrps[2].frontEnd) {
+    OwnArguments() : frontEnd_(*GroupRow("-core").frontEnd) {
         for (ifstTstCb& test : tests_)
-            test = ifstTestRow("Some", "-some", "-s", nullptr, args_);
+            test = ifstMakeTest({"Some", "-some", "-s"}, nullptr, args_);
         tests_[2].longNm = "-third";
         frontEnd_.tests = tests_;
         frontEnd_.numTests = 3;
