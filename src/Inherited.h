@@ -16,7 +16,11 @@
 //   timers, limits of processor time   they limit the run as a whole; the tool sets none
 //   limits of file size, of memory,    what fails for want of more is told like any other failure
 //   of descriptors, of cores
-//   umask, working folder, priority    the tool creates no file, and nothing is decided by speed
+//   umask                              the tool creates no file
+//   working folder                     no file is looked for there but the one that -dp names; one
+//                                      that is gone fails the memory tests, which ask for its name
+//   priority                           only the DMA tests have limits of time, and wide ones: 36 and
+//                                      60 seconds for an upload
 #pragma once
 
 // For the first lines of main, before anything is opened and any thread is started.

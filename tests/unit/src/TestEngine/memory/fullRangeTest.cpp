@@ -134,6 +134,12 @@ TEST_F(FullRange, AnOlderCardThatHasNothingBetweenPassesUntested) {
     EXPECT_FALSE(TouchedMemory());
 }
 
+TEST_F(FullRange, ACurrentCardWithoutMemoryPassesUntested) {
+    Card().memoryBytes = 0;
+    EXPECT_EQ(Run(), 1);
+    EXPECT_FALSE(TouchedMemory());
+}
+
 TEST_F(FullRange, AStartFrom1MBOnLeavesNothingToTestOnAnOlderCard) {
     OpenCard(fakes::Card::OlderGeneration());
     EXPECT_EQ(Run(kMiB), 0);
