@@ -1,9 +1,11 @@
 // The Memory group's own options: range, data width, channels and pattern of the memory tests.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 
 #include "SI/cm_stub0.h"
-#include "SI/cm_stub1.h"
 #include "SI/si_main.h"
 #include "TestEngine/memory/memory.h"
 
@@ -64,13 +66,14 @@ bool TakeChannels(const char* value) {
     return true;
 }
 
-// What is no number names a regular file, which must open. The name is recorded as far as there is room;
-// no test reads the file.
+// What is no number names a file, which must open for reading, of whatever kind: a FIFO is not waited
+// for, and a terminal does not become the tool's. The name is recorded as far as there is room; no test
+// reads the file.
 bool TakePatternFile(const char* name) {
-    FILE* file = cmOpenRegularFile(name);
-    if (file == nullptr)
+    const int file = open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (file < 0)
         return false;
-    cmCloseFile(file);
+    close(file);
     std::snprintf(m_memoryCb.fileName, sizeof(m_memoryCb.fileName), "%s", name);
     return true;
 }

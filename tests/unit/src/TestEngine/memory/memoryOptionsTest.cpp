@@ -1,6 +1,7 @@
 // The memory options: which words are taken, and what each sets.
 #include <sys/fsuid.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -124,14 +125,29 @@ TEST_F(MemoryOptions, RefusesAPatternFileThatCannotBeRead) {
     EXPECT_STREQ(m_memoryCb.fileName, "");
 }
 
-TEST_F(MemoryOptions, RefusesAPatternFileThatIsNoRegularFile) {
+// A FIFO that was waited for would hang the test.
+TEST_F(MemoryOptions, TakesAPatternFileOfAnyKindThatOpens) {
     const auto fifo = std::filesystem::temp_directory_path() / ("zp" + std::to_string(getpid()));
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    EXPECT_EQ(Take("-dp=" + fifo.string()), 0);
+    for (const std::string& name :
+         {fifo.string(), std::string("/dev/null"), std::string("/dev/zero"), std::string("/tmp")}) {
+        memory_ResetOptions();
+        m_memoryCb.fileName[0] = '\0';
+        EXPECT_EQ(Take("-dp=" + name), 1) << name;
+        EXPECT_EQ(std::string(m_memoryCb.fileName), name.substr(0, k_GroupFileNameSize - 1));
+        EXPECT_FALSE(Params().userDefinedData);
+    }
     std::filesystem::remove(fifo);
-    EXPECT_EQ(Take("-dp=/dev/zero"), 0);
-    EXPECT_EQ(Take("-dp=/tmp"), 0);
-    EXPECT_STREQ(m_memoryCb.fileName, "");
+}
+
+TEST_F(MemoryOptions, KeepsNoPatternFileOpen) {
+    const int next = dup(STDIN_FILENO);
+    ASSERT_GE(next, 0);
+    close(next);
+    ASSERT_EQ(Take("-dp=/dev/null"), 1);
+    const int again = dup(STDIN_FILENO);
+    close(again);
+    EXPECT_EQ(again, next);
 }
 
 TEST_F(MemoryOptions, RefusesOtherWords) {
