@@ -9,18 +9,21 @@
 namespace {
 
 // A standard stream that the caller closed must not become some pipe or file that is opened later. It
-// is opened for reading, so that writing to it stays the error that it is.
-void HoldStandardStreams() {
+// is the root folder, which is always there; writing to it stays the error that it is. False when one
+// could not be opened.
+bool HoldStandardStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
         // cppcheck-suppress leakReturnValNotUsed; it is to stay open
-        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDONLY) < 0)
-            return;
+        if (fcntl(stream, F_GETFD) < 0 && open("/", O_RDONLY | O_DIRECTORY) < 0)
+            return false;
     }
+    return true;
 }
 
 // The commands that the tool runs read from a pipe whose other end the tool alone holds, so that what a
 // card's program reads ends with the tool, however that ends. Nor do they read what the operator's
-// script has there for others. Without a descriptor left for it they read what the tool would.
+// script has there for others. Without a descriptor left for it they read what the tool would. No end
+// of it is a standard stream by itself, since these are held.
 void HoldCommandsInput() {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
@@ -44,7 +47,7 @@ void ResetSignals() {
 }  // namespace
 
 void PutInheritedRight() {
-    HoldStandardStreams();
-    HoldCommandsInput();
+    if (HoldStandardStreams())
+        HoldCommandsInput();
     ResetSignals();
 }
