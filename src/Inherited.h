@@ -5,6 +5,8 @@
 //
 //   standard streams that are closed   each would become some pipe or file that is opened later
 //   standard input                     is the caller's, not that of the commands that the tool runs
+//   outputs that do not wait           a slow reader would lose lines: they are waited for, and what the
+//                                      caller set stays set
 //   SIGCHLD ignored                    how a command ended would be lost: a healthy card would fail
 //   SIGPIPE and SIGXFSZ                an output that cannot be written is told, and not the end
 //   blocked signals                    the caller's time limit, and the operator's interrupt, would
