@@ -1,6 +1,5 @@
 #include "keeper/Descendants.h"
 
-#include <dirent.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,13 +10,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
+#include <system_error>
 
 namespace zelhealth::keeper {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr int kStatBytes = 512;
 constexpr int kPausesPerSecond = 100;
@@ -42,14 +45,13 @@ bool ReadProcess(const std::string& pid, Process& process) {
 
 std::map<pid_t, Process> Processes() {
     std::map<pid_t, Process> processes;
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc"), closedir);
-    if (folder == nullptr) {
-        return processes;
-    }
-    while (const dirent* const entry = readdir(folder.get())) {
-        const pid_t pid = std::atoi(entry->d_name);
+    std::error_code error;
+    for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        const pid_t pid = std::atoi(name.c_str());
         Process process;
-        if (pid > 0 && ReadProcess(entry->d_name, process)) {
+        if (pid > 0 && ReadProcess(name, process)) {
             processes[pid] = process;
         }
     }

@@ -20,7 +20,7 @@ class CardProgram {
 public:
     // `variable`, if any, is one more in the program's environment.
     CardProgram(const std::string& name, const std::string& arguments,
-                const std::string& folder = CARD_PROGRAMS, std::string variable = "") {
+                const std::string& folder = CARD_PROGRAMS, const std::string& variable = "") {
         int input[2];
         int output[2];
         if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0)
@@ -30,8 +30,8 @@ public:
         const std::string command = "exec '" + folder + name + "' " + arguments;
         std::vector<char*> argv = {const_cast<char*>("sh"), const_cast<char*>("-c"),
                                    const_cast<char*>(command.c_str()), nullptr};
-        std::vector<char*> environment = {const_cast<char*>("ZELSIM_NODE=1"), variable.data(),
-                                          nullptr};
+        std::vector<char*> environment = {const_cast<char*>("ZELSIM_NODE=1"),
+                                          const_cast<char*>(variable.c_str()), nullptr};
         if (variable.empty())
             environment.erase(environment.begin() + 1);
         posix_spawn_file_actions_t actions;

@@ -192,7 +192,7 @@ TEST(Report, HasColoursWhereTheyAreWanted) {
 
 std::vector<std::string> DrawEight(std::size_t rows, std::size_t columns) {
     LiveLines lines;
-    const auto begin = LiveLines::Clock::time_point() + 1000s;
+    const auto begin = LiveLines::Clock::time_point(1000s);
     for (const Json& record : EightCards()) {
         lines.Read(record, begin);
     }
@@ -228,7 +228,7 @@ TEST(LiveLines, ShowThoseThatRunWhereThereIsNoRoomForAll) {
 
 TEST(LiveLines, FollowTheToolsOwnPercentage) {
     LiveLines lines;
-    const auto begin = LiveLines::Clock::time_point() + 1000s;
+    const auto begin = LiveLines::Clock::time_point(1000s);
     lines.Read(CardStarted(0), begin);
     lines.Read(TestStarted(0, "vls"), begin);
     Json progress = TestStarted(0, "vls");

@@ -47,7 +47,7 @@ bool HasEnded(pid_t pid) {
 
 // Waits for the end of a process that is not a child of this one.
 bool Ends(pid_t pid) {
-    for (auto waited = 0ms; waited < kLong; waited += 10ms) {
+    for (std::chrono::milliseconds waited(0); waited < kLong; waited += 10ms) {
         if (HasEnded(pid)) {
             return true;
         }
@@ -68,7 +68,7 @@ public:
     // The number that a child has written there; waits for it.
     pid_t Number(const std::string& name) const {
         pid_t number = 0;
-        for (auto waited = 0ms; number == 0 && waited < kLong; waited += 10ms) {
+        for (std::chrono::milliseconds waited(0); number == 0 && waited < kLong; waited += 10ms) {
             std::ifstream(Path(name)) >> number;
             std::this_thread::sleep_for(10ms);
         }

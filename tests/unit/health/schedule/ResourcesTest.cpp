@@ -4,20 +4,20 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 namespace zelhealth {
 namespace {
 
-using namespace std::chrono_literals;
 using Clock = Resources::Clock;
 
 Clock::time_point Soon() {
-    return Clock::now() + 100ms;
+    return Clock::now() + std::chrono::milliseconds(100);
 }
 
 Clock::time_point Late() {
-    return Clock::now() + 60s;
+    return Clock::now() + std::chrono::seconds(60);
 }
 
 TEST(Resources, GiveTheFirstWishThatNeedsNone) {
@@ -42,7 +42,7 @@ TEST(Resources, LetWaitForWhatIsTaken) {
     EXPECT_EQ(resources.Take({{"port"}}, Soon(), never), std::nullopt);
     std::atomic<bool> given{false};
     std::thread other([&] {
-        std::this_thread::sleep_for(100ms);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
         given = true;
         resources.Give({"port"});
     });

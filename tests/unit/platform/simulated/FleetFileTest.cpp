@@ -189,8 +189,9 @@ line = 255
     EXPECT_EQ(card.memoryFaults[0].every, 0U);
     EXPECT_EQ(card.memoryFaults[1].every, 4096U);
 
-    EXPECT_EQ(card.addressFaults,
-              (std::vector<AddressFault>{{.line = 33}, {.line = 0, .swaps = true, .with = 20}}));
+    const std::vector<AddressFault> addressFaults = {{.line = 33},
+                                                     {.line = 0, .swaps = true, .with = 20}};
+    EXPECT_EQ(card.addressFaults, addressFaults);
 
     ASSERT_THAT(card.dmaFaults, SizeIs(2));
     EXPECT_TRUE(card.dmaFaults[0].toCard);
