@@ -114,8 +114,8 @@ const Catalogue& Catalogue::BuiltIn() {
     return catalogue;
 }
 
-Catalogue::Catalogue(std::string_view text) {
-    const toml::table document = toml::parse(text);
+Catalogue::Catalogue(std::string_view toml) {
+    const toml::table document = toml::parse(toml);
     const toml::array* const groups = document["group"].as_array();
     if (groups == nullptr) {
         throw std::runtime_error("the catalogue has no groups");

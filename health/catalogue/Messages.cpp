@@ -28,8 +28,8 @@ const Messages& Messages::BuiltIn() {
     return messages;
 }
 
-Messages::Messages(std::string_view text) {
-    const toml::table document = toml::parse(text);
+Messages::Messages(std::string_view toml) {
+    const toml::table document = toml::parse(toml);
     for (const toml::node& row : *document["message"].as_array()) {
         const toml::table& table = row.ref<toml::table>();
         for (const toml::node& name : *table["texts"].as_array()) {

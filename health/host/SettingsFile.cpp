@@ -31,13 +31,13 @@ std::vector<std::string> SplitValues(const std::string& list) {
 
 }  // namespace
 
-SettingsKeys ReadSettings(const std::filesystem::path& path) {
-    std::ifstream file(path);
-    if (!file)
+SettingsKeys ReadSettings(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    if (!stream)
         throw std::runtime_error(std::strerror(errno));
     SettingsKeys keys;
     std::string section;
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line; std::getline(stream, line);) {
         line = Trim(line.substr(0, line.find(';')));
         const auto equals = line.find('=');
         if (line.starts_with('['))
