@@ -1,5 +1,6 @@
 // zelhealth: runs ZelDiag so that its verdict can be trusted, and looks after the cards around it.
 #include <CLI/CLI.hpp>
+#include <exception>
 
 #include "cli/Cards.h"
 #include "cli/Host.h"
@@ -9,8 +10,11 @@
 #include "cli/Run.h"
 #include "cli/Usage.h"
 
-int main(int argc, char** argv) {
-    using namespace zelhealth;
+namespace zelhealth {
+
+namespace {
+
+int Answer(int argc, char** argv) {
     CLI::App app("Runs ZelDiag so that its verdict can be trusted", "zelhealth");
     app.require_subcommand(1);
     int status = kGood;
@@ -28,4 +32,17 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? kGood : kUnknown;
     }
     return status;
+}
+
+}  // namespace
+
+}  // namespace zelhealth
+
+int main(int argc, char** argv) {
+    try {
+        return zelhealth::Answer(argc, argv);
+    } catch (const std::exception& failure) {
+        zelhealth::Complain(failure.what());
+        return zelhealth::kUnknown;
+    }
 }

@@ -7,8 +7,11 @@
 //
 // Prints one JSON object on one line. Exit status: 0; 1 when the library or the card refused, which the
 // object's "error" tells ("call", "status" and the library's "text"); 2 when there is no such card, with
-// an "error" of a "text"; 3 when the command line is wrong, which standard error tells.
+// an "error" of a "text"; 3 when the command line is wrong, and 4 when the program itself fails, as without
+// memory, which standard error tells.
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
 #include <iostream>
 
 #include "Facts.h"
@@ -24,6 +27,7 @@ using Json = nlohmann::ordered_json;
 constexpr int kRefused = 1;
 constexpr int kNoSuchCard = 2;
 constexpr int kWrongUsage = 3;
+constexpr int kOwnFailure = 4;
 
 struct Request {
     std::string card;
@@ -70,12 +74,7 @@ int Answer(Json (*answer)(const Request&), const Request& request) {
     }
 }
 
-}  // namespace
-
-}  // namespace zelcard
-
-int main(int argc, char** argv) {
-    using namespace zelcard;
+int Run(int argc, char** argv) {
     CLI::App app("Asks the card-access library about cards, and prints one JSON object");
     app.require_subcommand(1);
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
@@ -100,4 +99,17 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? 0 : kWrongUsage;
     }
     return Answer(facts->parsed() ? AnswerFacts : AnswerMode, request);
+}
+
+}  // namespace
+
+}  // namespace zelcard
+
+int main(int argc, char** argv) {
+    try {
+        return zelcard::Run(argc, argv);
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "zelcard: %s\n", failure.what());
+        return zelcard::kOwnFailure;
+    }
 }

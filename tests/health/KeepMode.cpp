@@ -5,18 +5,18 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <exception>
 #include <string>
 
 #include "host/ModeKeeper.h"
 
 using namespace zelhealth;
 
-int main(int argc, char** argv) {
-    if (argc != 3)
-        return 3;
-    const std::string card = argv[2];
+namespace {
+
+int Keep(const std::string& bin, const std::string& card) {
     const Folders folders = Folders::FromEnvironment();
-    const ZelCard access(std::string(argv[1]) + "/zelcard", kCardAnswerSeconds);
+    const ZelCard access(bin + "/zelcard", kCardAnswerSeconds);
     const ModeKeeper keeper(access, folders);
     const Stop stop;
     const LockResult lock =
@@ -32,4 +32,17 @@ int main(int argc, char** argv) {
     if (entered.entered)
         std::printf("%s\n", keeper.Leave(card, stop).text.c_str());
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3)
+        return 3;
+    try {
+        return Keep(argv[1], argv[2]);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "keep-mode: %s\n", error.what());
+        return 3;
+    }
 }

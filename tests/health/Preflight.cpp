@@ -5,13 +5,15 @@
 #include "host/Preflight.h"
 
 #include <cstdio>
+#include <exception>
 
 using namespace zelhealth;
 
-int main(int argc, char** argv) {
-    constexpr int kFirstNeed = 4;
-    if (argc <= kFirstNeed)
-        return 3;
+namespace {
+
+constexpr int kFirstNeed = 4;
+
+int Look(int argc, char** argv) {
     PreflightPlaces places;
     places.tool = argv[1];
     Preflight preflight(places);
@@ -23,4 +25,17 @@ int main(int argc, char** argv) {
         return 0;
     std::printf("%s\n%s\n", fault->text.c_str(), fault->mend.c_str());
     return fault->kind == PreflightFault::Kind::setup ? 1 : 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc <= kFirstNeed)
+        return 3;
+    try {
+        return Look(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "preflight: %s\n", error.what());
+        return 3;
+    }
 }
