@@ -26,7 +26,7 @@ std::string FirstLine(const std::string& text) {
 
 // "ZelGetUUID: The card does not answer (13)", or a text without a call.
 std::string Explain(const json& error) {
-    const std::string text = error.value("text", "no reason told");
+    std::string text = error.value("text", "no reason told");
     if (!error.contains("call"))
         return text;
     return fmt::format("{}: {} ({})", error.value("call", ""), text, error.value("status", 0));

@@ -106,7 +106,7 @@ void LiveLines::Read(const Json& record, Clock::time_point now) {
 std::string LiveLines::DrawCard(const Card& card, std::size_t columns, bool colours,
                                 Clock::time_point now) const {
     if (!card.verdict.empty()) {
-        const std::string line =
+        std::string line =
             CutTo(fmt::format("{:<6} {:<9} {}/{}  {:.0f} s  {}", card.name, card.verdict, card.done,
                               card.tests, card.seconds, card.trouble),
                   columns);
