@@ -82,8 +82,9 @@ int vorl_bind(int epd, U16 port);
 int vorl_listen(int epd, int backlog);
 
 // Connects the endpoint to a listening one, and binds it first when it has no port. Returns 0 when
-// the connection waits there to be accepted: the first message or transfer waits until it is. May be
-// called again after a failure.
+// the connection waits there to be accepted: the first message or transfer waits until it is. A peer
+// that is only beginning is waited for: vorl_connect tries for up to 3 seconds before it fails with
+// ECONNREFUSED, and fails with any other error at once. May be called again after a failure.
 //   ECONNREFUSED  nobody listens there, or too many wait already
 //   EISCONN, EOPNOTSUPP  the endpoint is connected or listening
 int vorl_connect(int epd, vorl_portID* peer);
