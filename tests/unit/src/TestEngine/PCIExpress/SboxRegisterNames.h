@@ -1,4 +1,4 @@
-// The documented names of the SBOX registers in scan order, kept apart from the table so that an edit
+// The given names of the SBOX registers in scan order, kept apart from the table so that an edit
 // of the table cannot rename or move a row unnoticed. Each name goes without its prefix "SBOX_";
 // "FAN1..3" stands for FAN1 FAN2 FAN3.
 #pragma once

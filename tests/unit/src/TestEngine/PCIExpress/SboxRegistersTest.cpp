@@ -34,7 +34,7 @@ U32 ByteWidth(const _SBOX_REG_DEF_VALUE& row) {
     return row.size / 8;
 }
 
-std::vector<std::string> DocumentedNames() {
+std::vector<std::string> GivenNames() {
     std::vector<std::string> names;
     std::istringstream words(kSboxRegisterNames);
     for (std::string word; words >> word;) {
@@ -81,8 +81,8 @@ TEST(SboxRegisters, EndsWithTheTerminatorAndHasItNowhereElse) {
     EXPECT_EQ(Find("0"), nullptr);
 }
 
-TEST(SboxRegisters, NamesAreTheDocumentedOnesInTheirOrder) {
-    const std::vector<std::string> names = DocumentedNames();
+TEST(SboxRegisters, NamesAreTheGivenOnesInTheirOrder) {
+    const std::vector<std::string> names = GivenNames();
     ASSERT_EQ(names.size(), 718u);
     EXPECT_EQ(std::set(names.begin(), names.end()).size(), 718u);
     for (std::size_t i = 0; i < names.size(); ++i)
@@ -166,7 +166,7 @@ TEST(SboxRegisters, GivenRowsAreExact) {
     ExpectRow("SBOX_TLB_DATIN0", 0xccf8, 32, 0x0);
 }
 
-TEST(SboxRegisters, ExactlyTheDocumentedRowsAreMarkedGiven) {
+TEST(SboxRegisters, ExactlyTheGivenRowsAreMarkedSo) {
     std::set<std::string> given;
     for (const auto& row : Registers()) {
         if (OriginOf(row) == Origin::given)
