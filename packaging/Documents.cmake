@@ -57,7 +57,8 @@ foreach(component tool simulated_platform card_programs)
   install(FILES copyright DESTINATION ${folder} COMPONENT ${component})
   install_compressed(${CMAKE_CURRENT_SOURCE_DIR}/changelog ${folder} changelog ${component})
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/docs/behaviour.md ${PROJECT_SOURCE_DIR}/docs/sbox-registers.md
+install(FILES ${PROJECT_SOURCE_DIR}/docs/behaviour.md ${PROJECT_SOURCE_DIR}/docs/card-keys.md
+              ${PROJECT_SOURCE_DIR}/docs/sbox-registers.md
               ${PROJECT_SOURCE_DIR}/platform/include/SboxRegisters.def
         DESTINATION share/doc/${tool_package} COMPONENT tool)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/simulated-platform.md
