@@ -47,11 +47,13 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS openssh-client)
-set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "${card_programs_package}, rpm")
+set(tool_recommends "${card_programs_package}, rpm")
+set(simulated_platform_recommends "${tool_package}, ${card_programs_package}")
+set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS ${tool_recommends})
 set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS ${simulated_platform_package})
 set(CPACK_DEBIAN_SIMULATED_PLATFORM_PACKAGE_DEPENDS
     "busybox-static, openssh-client, openssh-server, rpm")
-set(CPACK_DEBIAN_SIMULATED_PLATFORM_PACKAGE_RECOMMENDS "${tool_package}, ${card_programs_package}")
+set(CPACK_DEBIAN_SIMULATED_PLATFORM_PACKAGE_RECOMMENDS ${simulated_platform_recommends})
 set(CPACK_DEBIAN_CARD_PROGRAMS_PACKAGE_ENHANCES ${tool_package})
 set(configuration /etc/ssh/ssh_config.d/zeldiag.conf /etc/zeldiag/Settings.ini)
 list(JOIN configuration "\n" lines)
@@ -67,9 +69,13 @@ file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/no-changelog "")
 set(CPACK_RPM_CHANGELOG_FILE ${CMAKE_CURRENT_BINARY_DIR}/no-changelog)
 set(CPACK_RPM_PACKAGE_LICENSE Apache-2.0)
 set(CPACK_RPM_PACKAGE_GROUP System/Diagnostics)
-set(CPACK_RPM_TOOL_PACKAGE_REQUIRES "/usr/bin/scp, /usr/bin/ssh")
+# CPack has no setting for what is recommended: these are lines of their own behind the requirements.
+set(CPACK_RPM_TOOL_PACKAGE_REQUIRES "/usr/bin/scp, /usr/bin/ssh
+Recommends: ${tool_recommends}
+Suggests: ${simulated_platform_package}")
 set(CPACK_RPM_SIMULATED_PLATFORM_PACKAGE_REQUIRES
-    "/bin/busybox, /usr/bin/rpmdb, /usr/bin/ssh-keygen, /usr/sbin/sshd")
+    "/bin/busybox, /usr/bin/rpmdb, /usr/bin/ssh-keygen, /usr/sbin/sshd
+Recommends: ${simulated_platform_recommends}")
 list(TRANSFORM configuration PREPEND "%config(noreplace) " OUTPUT_VARIABLE CPACK_RPM_TOOL_USER_FILELIST)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION /etc/ssh /etc/ssh/ssh_config.d
     /usr/share/bash-completion /usr/share/bash-completion/completions /usr/share/man /usr/share/man/man1
