@@ -76,6 +76,11 @@ TEST(Help, NamesNothingThatIsNone) {
     EXPECT_GT(found, 50);
 }
 
+TEST(Help, FitsATerminalOf80Columns) {
+    for (const std::string& line : SplitLines(ReadProjectFile("src/te_doc.t")))
+        EXPECT_LE(line.size(), 80U) << line;
+}
+
 // The numbers at the beginning of the section's rows.
 std::vector<std::string> StatusesIn(const std::string& text, const std::string& heading,
                                     const std::string& next, const std::string& row) {
@@ -92,7 +97,7 @@ std::vector<std::string> StatusesIn(const std::string& text, const std::string& 
 
 // The last one as the shell sees it: that is what the case of another user shows.
 TEST(ExitStatuses, AreTheSameInEveryText) {
-    const std::vector<std::string> statuses = {"0", "1", "251"};
+    const std::vector<std::string> statuses = {"0", "1", "127", "251"};
     EXPECT_EQ(StatusesIn(ReadProjectFile("docs/man/ZelDiag.8"), ".Sh EXIT STATUS\n", "\n.Sh",
                          "\\.It (\\d+)"),
               statuses);

@@ -100,6 +100,75 @@ TEST(Manual, NamesEveryDataWidth) {
         EXPECT_TRUE(HoldsWord(text, width)) << width;
 }
 
+// The commands of the page's examples, as they are typed.
+std::vector<std::string> Examples() {
+    const std::string page = PlainPage(kToolPage);
+    const std::size_t begin = page.find("\nEXAMPLES\n");
+    const std::string section = page.substr(begin, page.find("\nDIAGNOSTICS\n") - begin);
+    std::vector<std::string> commands;
+    bool continues = false;
+    for (const std::string& line : SplitLines(section)) {
+        const std::string text = Trimmed(line);
+        if (text.starts_with("# "))
+            commands.push_back(text.substr(2));
+        else if (continues && !text.empty())
+            commands.back() += "\n" + text;
+        continues = !commands.empty() && (text.starts_with("# ") || continues) && !text.empty();
+    }
+    return commands;
+}
+
+// In a folder of its own, on simulated cards.
+Printed RunOnCards(const std::string& fleet, const std::string& command) {
+    const std::string script =
+        "cd \"$(mktemp -d)\"; trap 'rm -r \"$PWD\"' EXIT\n"
+        "printf '" +
+        fleet +
+        "' > fleet\n"
+        "zelsim run --fleet fleet -- sh -c \"$1\"";
+    return RunProgram({"sh", "-c", script, "sh", command});
+}
+
+constexpr char kHealthy[] = "[[card]]\n";
+constexpr char kReady[] = "[[card]]\nusage_mode = \"offline\"\n";
+constexpr char kNotReached[] = "[[card]]\nssh = \"down\"\n";
+
+TEST(Examples, PassOnHealthyCards) {
+    const std::vector<std::string> commands = Examples();
+    EXPECT_GE(commands.size(), 7U);
+    for (const std::string& command : commands) {
+        if (command.starts_with("zelsim"))
+            continue;  // a host within a host there is not
+        const char* const card = command.find("-mem ") == command.npos ? kHealthy : kReady;
+        const Printed printed = RunOnCards(std::string(card) + card, command);
+        EXPECT_EQ(printed.status, 0) << command << "\n" << printed.text;
+    }
+}
+
+// Its table is filled with placeholders: on a real card the test says nothing.
+TEST(Examples, LeaveTheSboxTestOut) {
+    for (const std::string& command : Examples()) {
+        EXPECT_FALSE(HoldsWord(command, "-vsrdv")) << command;
+        EXPECT_TRUE(command.find("-pcie") > command.rfind("-all") ||
+                    command.find("-all") == command.npos || command.find("-pcie") == command.npos)
+            << command;
+    }
+}
+
+TEST(Examples, OfAScriptStopsUnlessEveryCardThatMustBeThereHasPassed) {
+    const std::vector<std::string> commands = Examples();
+    const auto script = std::find_if(commands.begin(), commands.end(), [](const auto& command) {
+        return command.find("grep") != command.npos;
+    });
+    ASSERT_NE(script, commands.end());
+    const std::string healthy = kHealthy;
+    EXPECT_EQ(RunOnCards(healthy + healthy, *script).status, 0);
+    EXPECT_NE(RunOnCards(healthy, *script).status, 0);
+    EXPECT_NE(RunOnCards(kNotReached + healthy, *script).status, 0);
+    EXPECT_NE(RunOnCards(std::string(kReady) + kReady, *script).status, 0);
+    EXPECT_NE(RunOnCards("", *script).status, 0);
+}
+
 // zelsim's help is printed from the rows of its commands.
 TEST(Manual, DescribesWhatTheSimulatorsHelpNames) {
     const std::string help = RunProgram({"zelsim", "--help"}).text;
