@@ -111,8 +111,6 @@ struct ifstTstCb {
     ifstLoopCb lpCb;
     U32 tstArgsStartIdx;  // command-line words with values for arguments of its own
     U32 tstArgsEndIdx;
-    const char* about;  // for the lists that documents and shells have of the tests
-    const char* time;
 };
 
 struct ifstGroupFrontEnd;

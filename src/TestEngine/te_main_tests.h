@@ -12,8 +12,6 @@ struct ifstTestRow {
     const char* description;  // the title behind "Test N: "
     const char* longNm;
     const char* shortNm;
-    const char* about = "";  // what is judged or shown, in a few words without a single quote
-    const char* time = "";   // on a card: "at once", "seconds", ...
     const char* help = nullptr;
 };
 
@@ -36,8 +34,6 @@ constexpr ifstTstCb ifstMakeTest(const ifstTestRow& row, ifstTest entry, const T
     test.tstDescr2 = "";
     test.longNm = row.longNm;
     test.shortNm = row.shortNm;
-    test.about = row.about;
-    test.time = row.time;
     test.help = row.help;
     test.tst = entry;
     test.Args = args;

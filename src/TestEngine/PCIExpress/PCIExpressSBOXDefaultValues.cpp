@@ -79,6 +79,4 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressSBOXDefaultValues = {
     .description = "Verify SBOX registers after reset",
     .longNm = "-verifySBoxRegDefaultValues",
     .shortNm = "-vsrdv",
-    .about = "half of the SBOX registers hold their power-on defaults",
-    .time = "at once",
 };

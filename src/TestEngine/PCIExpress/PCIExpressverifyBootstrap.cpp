@@ -47,6 +47,4 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyBootstrap = {
     .description = "Verify Coprocessor Bootstrap status",
     .longNm = "-verifyBootStrap",
     .shortNm = "-vbs",
-    .about = "POST code is 11, 12 or FF",
-    .time = "at once",
 };

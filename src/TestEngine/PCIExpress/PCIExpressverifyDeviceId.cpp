@@ -39,6 +39,4 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyDeviceId = {
     .description = "Verify Coprocessor Device ID",
     .longNm = "-verifyDeviceId",
     .shortNm = "-vdi",
-    .about = "Settings.ini allows the device id",
-    .time = "at once",
 };

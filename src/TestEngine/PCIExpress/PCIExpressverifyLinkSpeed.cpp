@@ -44,6 +44,4 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyLinkSpeed = {
     .description = "Verify PCIe Gen 2 Link Speed",
     .longNm = "-verifyLinkSpeed",
     .shortNm = "-vls",
-    .about = "the link trained to 5 GT/s",
-    .time = "5 s",
 };

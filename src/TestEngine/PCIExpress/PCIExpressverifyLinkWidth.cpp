@@ -34,6 +34,4 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyLinkWidth = {
     .description = "Verify Link Width",
     .longNm = "-verifyLinkWidth",
     .shortNm = "-vlw",
-    .about = "the link trained to 16 lanes",
-    .time = "at once",
 };

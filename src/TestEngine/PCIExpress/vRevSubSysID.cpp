@@ -95,6 +95,4 @@ constinit const ifstTestRow k_Row_PCIExpress_vRevSubSystemID = {
     .description = "Verify Coprocessor Revision, Subsystem and Vendor ID",
     .longNm = "-verifyRevSubSysID",
     .shortNm = "-vrs",
-    .about = "Settings.ini allows vendor, subsystem and revision ids",
-    .time = "at once",
 };

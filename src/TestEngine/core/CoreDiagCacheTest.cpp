@@ -30,8 +30,6 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagCacheTest = {
     .description = "Cache test",
     .longNm = "-Cache",
     .shortNm = "-c",
-    .about = "a cache workload runs on the card and finds no error",
-    .time = "seconds",
     .help =
         "ZelDiag -CoreDiag -Cache\n| or ZelDiag -cd -c\n| Executes cache tests on the device.\n",
 };

@@ -69,8 +69,6 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagGetCPUID = {
     .description = "Get CPU ID",
     .longNm = "-GetCPUID",
     .shortNm = "-gid",
-    .about = "the identification register names the coprocessor family",
-    .time = "at once",
     .help =
         "ZelDiag -CoreDiag -GetCPUID\n| or ZelDiag -cd -gid\n|  Gets the Information about CPU "
         "id.\n",

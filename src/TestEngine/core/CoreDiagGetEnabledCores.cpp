@@ -31,8 +31,6 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagGetEnabledCores = {
     .description = "Get list of enabled cores",
     .longNm = "-GetEnabledCores",
     .shortNm = "-gec",
-    .about = "number of enabled cores, shown; any number passes",
-    .time = "at once",
     .help =
         "ZelDiag -CoreDiag -GetEnabledCores\n| or ZelDiag -cd -gec\n| Gets the list of current "
         "enabled cores.\n",

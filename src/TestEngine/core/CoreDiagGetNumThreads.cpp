@@ -61,8 +61,6 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagGetNumThreads = {
     .description = "Get number of threads",
     .longNm = "-GetNumThreads",
     .shortNm = "-gnt",
-    .about = "four threads are enabled on every core",
-    .time = "at once",
     .help =
         "ZelDiag -CoreDiag -GetNumThreads\n| or ZelDiag -cd -gec\n| Gets the number of threads.\n",
 };

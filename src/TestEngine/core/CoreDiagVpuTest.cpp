@@ -29,7 +29,5 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagVpuTest = {
     .description = "VPU test",
     .longNm = "-Vpu",
     .shortNm = "-v",
-    .about = "a vector-unit workload runs on the card and finds no error",
-    .time = "seconds",
     .help = "ZelDiag -CoreDiag -Vpu\n| or ZelDiag -cd -v\n| Executes vpu tests on the device.\n",
 };

@@ -105,6 +105,4 @@ constinit const ifstTestRow k_Row_Dma_DmaHostToZel = {
     .description = "verify DMA from Host to Coprocessor ",
     .longNm = "-verifyDMAHostToCoprocessor",
     .shortNm = "-vdh2l",
-    .about = "host connects; what the card writes and reads is unchanged",
-    .time = "seconds",
 };

@@ -161,6 +161,4 @@ constinit const ifstTestRow k_Row_Dma_DmaZelToHost = {
     .description = "verify DMA from Coprocessor to Host",
     .longNm = "-verifyDMACoprocessorToHost",
     .shortNm = "-vdl2h",
-    .about = "card connects; what the host writes and reads is unchanged",
-    .time = "seconds",
 };

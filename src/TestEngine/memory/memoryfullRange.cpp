@@ -48,6 +48,4 @@ constinit const ifstTestRow k_Row_memory_memoryfullRange = {
     .description = "Full range test",
     .longNm = "-fullRange",
     .shortNm = "-full",
-    .about = "the whole memory written, read back and compared",
-    .time = "minutes",
 };

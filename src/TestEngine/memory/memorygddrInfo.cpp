@@ -117,6 +117,4 @@ constinit const ifstTestRow k_Row_memory_memorygddrInfo = {
     .description = "Coprocessor memory info",
     .longNm = "-gddrInfo",
     .shortNm = "-info",
-    .about = "maker, revision, type, speed and size; Settings.ini allows the maker",
-    .time = "at once",
 };

@@ -81,6 +81,4 @@ constinit const ifstTestRow k_Row_memory_memorywrite = {
     .description = "Write test",
     .longNm = "-write",
     .shortNm = "-wr",
-    .about = "a range of memory written, read back and compared",
-    .time = "by size",
 };

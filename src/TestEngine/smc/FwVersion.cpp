@@ -33,6 +33,4 @@ constinit const ifstTestRow k_Row_Smc_FwVersion = {
     .description = "SMC get firmware version",
     .longNm = "-fwversion",
     .shortNm = "-fwv",
-    .about = "firmware version, shown",
-    .time = "at once",
 };

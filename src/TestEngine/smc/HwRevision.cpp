@@ -64,6 +64,4 @@ constinit const ifstTestRow k_Row_Smc_HwRevision = {
     .description = "SMC get hardware revision",
     .longNm = "-hwrevision",
     .shortNm = "-hwr",
-    .about = "hardware revision, shown",
-    .time = "at once",
 };

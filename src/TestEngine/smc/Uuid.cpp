@@ -50,6 +50,4 @@ constinit const ifstTestRow k_Row_Smc_Uuid = {
     .description = "SMC get UUID",
     .longNm = "-uuid",
     .shortNm = "-uniqueid",
-    .about = "UUID, shown",
-    .time = "at once",
 };
