@@ -283,6 +283,9 @@ std::map<std::string, std::string> ExpectedLines() {
     std::map<std::string, std::string> lines;
     for (const auto& entry : fs::directory_iterator(PROJECT_FOLDER "/tests/e2e/cases")) {
         const std::string name = entry.path().filename();
+        // The companion's cases print no text of the tool.
+        if (name.starts_with("health-") || name.starts_with("zelcard-"))
+            continue;
         const fs::path folder = fs::path("tests/e2e/cases") / name;
         const std::vector<std::regex> own = OwnOutput(folder);
         for (const char* stream : {"stdout", "stderr"}) {
