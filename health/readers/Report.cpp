@@ -114,7 +114,7 @@ void Report::AddReasons(const Json& reasons, const std::string& card) {
     for (const Json& reason : reasons) {
         const std::string text = Field(reason, "text");
         const bool named = card.empty() || text.find(card) != std::string::npos;
-        AddOnce(notes_, named ? text : card + ": " + text);
+        AddOnce(notes_, named ? text : fmt::format("{}: {}", card, text));
     }
 }
 

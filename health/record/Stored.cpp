@@ -60,7 +60,7 @@ std::string StoredRun::Store() const {
         return Reason(fresh);
     }
     if (!WriteAll(out.Get(), lines_) || rename(fresh.c_str(), file_.c_str()) != 0) {
-        const std::string reason = Reason(fresh);
+        std::string reason = Reason(fresh);
         unlink(fresh.c_str());
         return reason;
     }
