@@ -1,4 +1,7 @@
 // zelhealth: runs ZelDiag so that its verdict can be trusted, and looks after the cards around it.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <exception>
 
@@ -14,7 +17,19 @@ namespace zelhealth {
 
 namespace {
 
+// A standard stream that is closed leaves its number to the next file that is opened: a report would go
+// into the stream of records, or a complaint into the note of a card's mode. What is opened for reading
+// keeps the number, and still refuses to be written.
+void KeepStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            (void)open("/dev/null", O_RDONLY);
+        }
+    }
+}
+
 int Answer(int argc, char** argv) {
+    KeepStandardStreams();
     CLI::App app("Runs ZelDiag so that its verdict can be trusted", "zelhealth");
     app.require_subcommand(1);
     int status = kGood;
@@ -29,9 +44,9 @@ int Answer(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kGood : kUnknown;
+        return app.exit(error) == 0 ? WithOutput(kGood) : kUnknown;
     }
-    return status;
+    return WithOutput(static_cast<ExitStatus>(status));
 }
 
 }  // namespace

@@ -1,13 +1,13 @@
 // What the commands share that deal with cards outside of tests.
 #include "cli/Host.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
 
+#include "host/Print.h"
 #include "host/Printable.h"
 
 namespace zelhealth {
@@ -50,7 +50,14 @@ ExitStatus StatusOf(CardReply::Kind kind) {
 }
 
 void Complain(const std::string& text) {
-    fmt::print(stderr, "zelhealth: {}\n", Printable(text));
+    Print(stderr, "zelhealth: " + Printable(text) + "\n");
+}
+
+ExitStatus WithOutput(ExitStatus status) {
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return status;
+    Complain("standard output cannot be written");
+    return Worse(status, kUnknown);
 }
 
 bool HasRootRights() {

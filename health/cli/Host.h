@@ -19,6 +19,9 @@ ExitStatus Worse(ExitStatus a, ExitStatus b);
 // The status that a card's refusal or silence has, and that of this host's faults.
 ExitStatus StatusOf(CardReply::Kind kind);
 
+// The status of a command that has ended with this one: an answer that nobody can read is none.
+ExitStatus WithOutput(ExitStatus status);
+
 // True for root; else it says so in one line on standard error.
 bool HasRootRights();
 

@@ -10,6 +10,7 @@
 
 #include "catalogue/Catalogue.h"
 #include "cli/Host.h"
+#include "host/Print.h"
 #include "plan/Plan.h"
 
 namespace zelhealth {
@@ -27,23 +28,24 @@ std::string Joined(const std::vector<std::string>& words) {
 
 int List() {
     constexpr auto kForm = "{:<10} {:<10} {:<6} {:<9} {:<9} {:>9} {:>10}  {}\n";
-    fmt::print(kForm, "test", "kind", "mode", "resources", "cards", "expected", "deadline",
-               "reads");
+    std::string text = fmt::format(kForm, "test", "kind", "mode", "resources", "cards", "expected",
+                                   "deadline", "reads");
     for (const TestRow& row : Catalogue::BuiltIn().Tests()) {
-        fmt::print(kForm, row.Id(), row.disturbs ? "disruptive" : "passive", NameOf(row.mode),
-                   Joined(row.resources), Joined(row.generations),
-                   Seconds(row.expectedSeconds, row.perGibSeconds),
-                   Seconds(row.deadlineSeconds, row.perGibSeconds), row.reads);
+        text += fmt::format(kForm, row.Id(), row.disturbs ? "disruptive" : "passive",
+                            NameOf(row.mode), Joined(row.resources), Joined(row.generations),
+                            Seconds(row.expectedSeconds, row.perGibSeconds),
+                            Seconds(row.deadlineSeconds, row.perGibSeconds), row.reads);
     }
-    return std::fflush(stdout) == 0 ? kGood : kUnknown;
+    Print(stdout, text);
+    return kGood;
 }
 
 int CheckPlan(const std::string& file) {
     try {
         const Plan plan = LoadPlan(file);
-        fmt::print("{}: {} tests{}{}\n", file, plan.tests.size(), plan.about.empty() ? "" : ", ",
-                   plan.about);
-        return std::fflush(stdout) == 0 ? kGood : kUnknown;
+        Print(stdout, fmt::format("{}: {} tests{}{}\n", file, plan.tests.size(),
+                                  plan.about.empty() ? "" : ", ", plan.about));
+        return kGood;
     } catch (const PlanError& error) {
         Complain(error.what());
         return kUnknown;

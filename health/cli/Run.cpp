@@ -1,7 +1,6 @@
 // zelhealth run and zelhealth check: the tests of a plan, for people and for monitors.
 #include "cli/Run.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -15,6 +14,7 @@
 #include <optional>
 
 #include "cli/Host.h"
+#include "host/Print.h"
 #include "readers/Lines.h"
 #include "readers/LiveView.h"
 #include "readers/Outcome.h"
@@ -166,30 +166,24 @@ int Run(const Options& options, const CLI::App& app) {
     } else if (!options.quiet) {
         readers.push_back(&lines);
     }
-    bool written = true;
-    int status = RunWith(options, app, readers, [&] {
+    const int status = RunWith(options, app, readers, [&] {
         if (view) {
             view->Close();
         }
         const std::size_t columns = isatty(fileno(out)) != 0 ? SizeOf(out).columns : 80;
         const std::string text = report.Text(columns, colours);
         const std::string space = view || options.quiet ? "" : "\n";
-        fmt::print(out, "{}{}", space, text);
-        written = std::fflush(out) == 0 && std::ferror(out) == 0;
+        Print(out, space + text);
     });
-    if (!written) {
-        Complain("what was found could not be written");
-        status = Worse(static_cast<ExitStatus>(status), kUnknown);
-    }
-    return status;
+    const bool written = out == stdout || std::ferror(out) == 0;
+    return written ? status : Worse(static_cast<ExitStatus>(status), kUnknown);
 }
 
 // One line, and the status that belongs to it.
 int Tell(const PluginLine& line, int status, std::FILE* out) {
-    fmt::print(out, "{}\n", line.Text());
-    return std::fflush(out) == 0 && std::ferror(out) == 0
-               ? status
-               : Worse(static_cast<ExitStatus>(status), kUnknown);
+    Print(out, line.Text() + "\n");
+    const bool written = out == stdout || std::ferror(out) == 0;
+    return written ? status : Worse(static_cast<ExitStatus>(status), kUnknown);
 }
 
 // The answer of a stored run of the same question; null when there is none that is young enough.

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "host/Print.h"
 #include "host/Printable.h"
 
 namespace zelhealth {
@@ -16,7 +17,7 @@ void Lines::Read(const Json& record) {
     if (const std::string reason = record.value("reason", ""); !reason.empty()) {
         line += "  " + reason;
     }
-    fmt::print(out_, "{}\n", Printable(line));
+    Print(out_, Printable(line) + "\n");
     std::fflush(out_);
 }
 

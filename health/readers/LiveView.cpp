@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "host/Print.h"
 #include "host/Printable.h"
 #include "readers/Colours.h"
 
@@ -205,7 +206,7 @@ void LiveView::Close() {
 
 void LiveView::Erase() {
     if (drawn_ > 0) {
-        fmt::print(terminal_, "\033[{}A\r\033[J", drawn_);
+        Print(terminal_, fmt::format("\033[{}A\r\033[J", drawn_));
         std::fflush(terminal_);
         drawn_ = 0;
     }
@@ -221,7 +222,7 @@ void LiveView::Draw() {
         text += line + "\033[K\n";
     }
     text += "\033[J";
-    std::fwrite(text.data(), 1, text.size(), terminal_);
+    Print(terminal_, text);
     std::fflush(terminal_);
     drawn_ = lines.size();
 }

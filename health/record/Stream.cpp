@@ -13,8 +13,17 @@ namespace {
 
 constexpr mode_t kForAllToRead = 0644;
 
+bool CanBeWritten(int file) {
+    const int flags = fcntl(file, F_GETFL);
+    return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
+}
+
 Descriptor Open(const std::string& file) {
     if (file == "-") {
+        if (!CanBeWritten(STDOUT_FILENO)) {
+            errno = EBADF;
+            return Descriptor();
+        }
         return Descriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     }
     return Descriptor(open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kForAllToRead));
