@@ -52,6 +52,28 @@ TEST(CompanionManual, HasEachCommandAndOptionOfTheHelp) {
     EXPECT_GT(found, 15);
 }
 
+// Each command with its own options, all of them and no others.
+TEST(CompanionManual, HasASynopsisThatIsTheCommandLine) {
+    const std::string page = ReadProjectFile(std::string("docs/man/") + kPage);
+    const std::size_t begin = page.find(".Sh SYNOPSIS");
+    const std::string synopsis = page.substr(begin, page.find(".Sh DESCRIPTION") - begin);
+    static const std::regex inHelp("\n  --([a-z-]+)");
+    static const std::regex inPage("Fl -([a-z-]+)");
+    const auto options = [](const std::string& text, const std::regex& form) {
+        std::set<std::string> names;
+        for (std::sregex_iterator i(text.begin(), text.end(), form), end; i != end; ++i)
+            names.insert((*i)[1]);
+        return names;
+    };
+    for (const std::string name : {"run", "check", "list", "cards", "mode", "recover"}) {
+        const std::size_t at = synopsis.find(".Nm zelhealth " + name + "\n");
+        ASSERT_NE(at, synopsis.npos) << name;
+        const std::string part = synopsis.substr(at, synopsis.find(".Nm", at + 1) - at);
+        const std::string help = RunProgram({BIN_FOLDER "/zelhealth", name, "--help"}).text;
+        EXPECT_EQ(options(part, inPage), options(help, inHelp)) << name;
+    }
+}
+
 TEST(CompanionManual, HasEachPlanAndVerdict) {
     const std::string page = ReadProjectFile(std::string("docs/man/") + kPage);
     for (const std::string& plan : zelhealth::BuiltInPlans())
