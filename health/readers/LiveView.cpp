@@ -134,8 +134,10 @@ std::string LiveLines::DrawCard(const Card& card, std::size_t columns, bool colo
     if (width >= kNarrowestBar) {
         line += Bar(all, width) + " ";
     }
-    line += fmt::format("{:>2}/{}  {:.0f} s of {:.0f} s", card.done, card.tests,
-                        Seconds(now - card.began), card.expectedSeconds);
+    const double gone = Seconds(now - card.began);
+    line += fmt::format("{:>2}/{}  {:.0f} s", card.done, card.tests, gone);
+    line +=
+        gone <= card.expectedSeconds ? fmt::format(" of {:.0f} s", card.expectedSeconds) : ", late";
     if (!card.trouble.empty()) {
         line += "  " + card.trouble;
     }

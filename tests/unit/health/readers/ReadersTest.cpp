@@ -239,6 +239,17 @@ TEST(LiveLines, FollowTheToolsOwnPercentage) {
                 ElementsAre("zel0   pcie.vls  [#########...............]  0/2  1 s of 10 s"));
 }
 
+TEST(LiveLines, SayThatACardIsLate) {
+    LiveLines lines;
+    const auto begin = LiveLines::Clock::time_point() + 1000s;
+    lines.Read(CardStarted(0), begin);
+    lines.Read(TestStarted(0, "vls"), begin);
+    EXPECT_THAT(lines.Draw(5, 79, false, begin + 10s),
+                ElementsAre("zel0   pcie.vls  [############............]  0/2  10 s of 10 s"));
+    EXPECT_THAT(lines.Draw(5, 79, false, begin + 12s),
+                ElementsAre("zel0   pcie.vls  [############............]  0/2  12 s, late"));
+}
+
 // --- monitors
 
 TEST(PluginLine, TellsWhatIsCriticalFirst) {
