@@ -32,9 +32,10 @@ int Answer(int argc, char** argv) {
     KeepStandardStreams();
     CLI::App app("Runs ZelDiag so that its verdict can be trusted", "zelhealth");
     app.require_subcommand(1);
+    std::vector<std::string> words(argv, argv + argc);
     int status = kGood;
-    DeclareRun(app, status);
-    DeclareCheck(app, status);
+    DeclareRun(app, words, status);
+    DeclareCheck(app, words, status);
     DeclareList(app, status);
     DeclareCards(app, status);
     DeclareMode(app, status);

@@ -1,6 +1,7 @@
 // zelhealth run and zelhealth check: the tests of a plan, for people and for monitors.
 #include "cli/Run.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -43,6 +44,7 @@ struct Options {
     double maxAge = 0;
     bool quiet = false;
     std::string tool;
+    std::vector<std::string> words;  // of the command line
 };
 
 // Whatever is wrong with the question itself: nothing has been started.
@@ -82,7 +84,7 @@ void AddShared(CLI::App& command, Options& options) {
         ->type_name("PATH");
 }
 
-RunSettings Settings(const Options& options, const CLI::App& app) {
+RunSettings Settings(const Options& options) {
     RunSettings settings;
     try {
         settings.plan = LoadPlan(options.plan);
@@ -104,7 +106,7 @@ RunSettings Settings(const Options& options, const CLI::App& app) {
     if (options.deadline > 0) {
         settings.deadline = Milliseconds(options.deadline);
     }
-    settings.command = {"zelhealth", app.get_name()};
+    settings.command = options.words;
     return settings;
 }
 
@@ -130,9 +132,9 @@ bool IsTerminal(std::FILE* out) {
 }
 
 // Runs with the readers that the stream is to have too, and gives the status.
-int RunWith(const Options& options, const CLI::App& app, std::vector<RecordReader*> readers,
+int RunWith(const Options& options, std::vector<RecordReader*> readers,
             const std::function<void()>& finished) {
-    const RunSettings settings = Settings(options, app);
+    const RunSettings settings = Settings(options);
     const std::unique_ptr<Stream> stream = OpenStream(options);
     if (stream) {
         readers.insert(readers.begin(), stream.get());
@@ -152,7 +154,7 @@ int RunWith(const Options& options, const CLI::App& app, std::vector<RecordReade
     return static_cast<int>(status);
 }
 
-int Run(const Options& options, const CLI::App& app) {
+int Run(const Options& options) {
     // Where the stream goes to standard output, nothing else may.
     std::FILE* const out = options.output == "-" ? stderr : stdout;
     const bool colours = WantsColours(out);
@@ -166,7 +168,7 @@ int Run(const Options& options, const CLI::App& app) {
     } else if (!options.quiet) {
         readers.push_back(&lines);
     }
-    const int status = RunWith(options, app, readers, [&] {
+    const int status = RunWith(options, readers, [&] {
         if (view) {
             view->Close();
         }
@@ -208,7 +210,7 @@ std::optional<int> StoredAnswer(const Options& options, const std::filesystem::p
     return Tell(line, status, stdout);
 }
 
-int Check(const Options& options, const CLI::App& app) {
+int Check(const Options& options) {
     const std::filesystem::path file = Folders::FromEnvironment().state / "last-check.jsonl";
     if (const auto answer = StoredAnswer(options, file)) {
         return *answer;
@@ -221,7 +223,7 @@ int Check(const Options& options, const CLI::App& app) {
         readers.push_back(&stored);
     }
     std::FILE* const out = options.output == "-" ? stderr : stdout;
-    const int status = RunWith(options, app, readers, [] {});
+    const int status = RunWith(options, readers, [] {});
     if (const std::string error = stored.Store(); !error.empty()) {
         Complain(error);
     }
@@ -244,7 +246,7 @@ int Answer(const std::function<int()>& command) {
 
 }  // namespace
 
-void DeclareRun(CLI::App& app, int& status) {
+void DeclareRun(CLI::App& app, const std::vector<std::string>& words, int& status) {
     CLI::App* const command = app.add_subcommand("run", "Test the cards of this host");
     const auto options = std::make_shared<Options>();
     command->add_option("--plan", options->plan, "prolog, check, standard, thorough, or a file")
@@ -255,11 +257,11 @@ void DeclareRun(CLI::App& app, int& status) {
         ->check(CLI::Range(1, 100000))
         ->type_name("N");
     command->add_flag("--quiet", options->quiet, "Print the closing report only");
-    command->callback(
-        [options, command, &status] { status = Answer([&] { return Run(*options, *command); }); });
+    options->words = words;
+    command->callback([options, &status] { status = Answer([&] { return Run(*options); }); });
 }
 
-void DeclareCheck(CLI::App& app, int& status) {
+void DeclareCheck(CLI::App& app, const std::vector<std::string>& words, int& status) {
     CLI::App* const command = app.add_subcommand(
         "check", "Look at the cards, and answer as a monitoring plugin: one line");
     const auto options = std::make_shared<Options>();
@@ -270,9 +272,8 @@ void DeclareCheck(CLI::App& app, int& status) {
                      "Answer from the last check when it is not older")
         ->check(CLI::Range(0.0, kLongest))
         ->type_name("SECONDS");
-    command->callback([options, command, &status] {
-        status = Answer([&] { return Check(*options, *command); });
-    });
+    options->words = words;
+    command->callback([options, &status] { status = Answer([&] { return Check(*options); }); });
 }
 
 }  // namespace zelhealth

@@ -2,11 +2,14 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <string>
+#include <vector>
 
 namespace zelhealth {
 
-// Each declares its command below `app`; when it is given, it leaves its exit status in `status`.
-void DeclareRun(CLI::App& app, int& status);
-void DeclareCheck(CLI::App& app, int& status);
+// Each declares its command below `app`; when it is given, it leaves its exit status in `status`. `words`
+// are those of the command line, for the record.
+void DeclareRun(CLI::App& app, const std::vector<std::string>& words, int& status);
+void DeclareCheck(CLI::App& app, const std::vector<std::string>& words, int& status);
 
 }  // namespace zelhealth
