@@ -53,6 +53,19 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A number of seconds. CLI::Range takes what is no number for one that is within.
+CLI::Validator Seconds(double least) {
+    return {[least](const std::string& text) {
+                double seconds = 0;
+                const bool fits = CLI::detail::lexical_cast(text, seconds) && seconds >= least &&
+                                  seconds <= kLongest;
+                return fits ? std::string()
+                            : fmt::format("{} is no number of seconds from {} to {:.0f}", text,
+                                          least, kLongest);
+            },
+            ""};
+}
+
 milliseconds Milliseconds(double seconds) {
     return std::chrono::ceil<milliseconds>(std::chrono::duration<double>(seconds));
 }
@@ -71,13 +84,13 @@ void AddShared(CLI::App& command, Options& options) {
                     "Write the stream of records there; - is standard output")
         ->type_name("FILE");
     command.add_option("--deadline", options.deadline, "End the run after that many seconds")
-        ->check(CLI::Range(0.1, kLongest))
+        ->check(Seconds(0.1))
         ->type_name("SECONDS");
     command
         .add_option(
             "--wait", options.wait,
             "Wait that long for what others hold: a card, a port, a tool that somebody started")
-        ->check(CLI::Range(0.0, kLongest))
+        ->check(Seconds(0))
         ->type_name("SECONDS");
     command
         .add_option("--tool", options.tool, "The tool; without it the ZelDiag beside this program")
@@ -270,7 +283,7 @@ void DeclareCheck(CLI::App& app, const std::vector<std::string>& words, int& sta
     command
         ->add_option("--max-age", options->maxAge,
                      "Answer from the last check when it is not older")
-        ->check(CLI::Range(0.0, kLongest))
+        ->check(Seconds(0))
         ->type_name("SECONDS");
     options->words = words;
     command->callback([options, &status] { status = Answer([&] { return Check(*options); }); });

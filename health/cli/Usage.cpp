@@ -75,8 +75,12 @@ std::string Likely(const std::string& word, const std::vector<std::string>& know
 std::string UsageError(const CLI::App* app, const CLI::Error& error) {
     const CLI::App* const command = Deepest(app);
     const std::string help = fmt::format("{} --help tells", FullName(command));
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-        const std::vector<std::string> unknown = command->remaining(true);
+    // A command that is not known is missed before it is found to be too much.
+    const std::vector<std::string> unknown = command->remaining(true);
+    const bool missesCommand = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
+                               command->get_require_subcommand_min() > 0;
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr ||
+        (missesCommand && !unknown.empty())) {
         const std::string word = unknown.empty() ? "" : unknown.front();
         const std::string likely = Likely(word, WordsOf(command));
         return Printable(fmt::format("{} does not know {}; ", FullName(command), word)) +
