@@ -31,6 +31,7 @@ constexpr KeptOnPurpose kKeptOnPurpose[] = {
     {"libSettings.so", "main", kAnyNumber, "the settings, some blocks for each of their lines"},
     {"libc.so.6", "cmGetSysTimeStr", 3, "the time zone"},
     {"libc.so.6", "DISPLINES", 1, "the buffer of standard output"},
+    {"libc.so.6", "PutInheritedRight", 2, "the streams of standard output and standard error"},
     {"libvorl.so", "", 2, "the table of endpoints"},
     {"ld-linux-x86-64.so.2", "", 5, "threads' own variables: stacks are kept for later threads"},
 };
