@@ -272,7 +272,7 @@ std::string HostState::Damage() const {
     if (!std::all_of(addresses.begin(), addresses.end(), IsSoundAddress))
         return "an address line's fault is invalid";
     for (const CardState& card : Cards()) {
-        if (const std::string damage = DamageOf(card); !damage.empty())
+        if (std::string damage = DamageOf(card); !damage.empty())
             return damage;
     }
     return "";
