@@ -23,7 +23,8 @@ namespace {
 void KeepStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {
-            (void)open("/dev/null", O_RDONLY);
+            // Kept open until the program ends.
+            [[maybe_unused]] const int held = open("/dev/null", O_RDONLY);
         }
     }
 }

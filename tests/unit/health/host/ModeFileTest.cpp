@@ -14,6 +14,7 @@ std::vector<std::string> synchronised;
 }  // namespace
 
 // In the place of libc's: what is synchronised, in order.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved names
 extern "C" int fsync(int file) {
     const std::string link = "/proc/self/fd/" + std::to_string(file);
     synchronised.push_back(std::filesystem::read_symlink(link));

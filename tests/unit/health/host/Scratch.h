@@ -29,7 +29,7 @@ public:
     std::filesystem::path Write(
         const std::string& name, const std::string& text,
         std::filesystem::perms permissions = std::filesystem::perms(0644)) const {
-        const std::filesystem::path file = path_ / name;
+        std::filesystem::path file = path_ / name;
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file) << text;
         std::filesystem::permissions(file, permissions);

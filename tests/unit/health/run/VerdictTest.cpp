@@ -20,7 +20,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 const std::filesystem::path kCases = CASES_FOLDER;
 
