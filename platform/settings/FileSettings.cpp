@@ -16,6 +16,8 @@
 #include <new>
 #include <utility>
 
+#include "common/UniqueFd.h"
+
 namespace {
 
 constexpr char kFileName[] = "Settings.ini";
@@ -24,22 +26,6 @@ constexpr std::size_t kMaxFileBytes = std::size_t{1024} * 1024;
 constexpr int kSuccess = 0;
 constexpr int kFailure = 1;
 
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (fd_ >= 0) {
-            close(fd_);
-        }
-    }
-    int Get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
 SettingsFault SystemFault(const char* what, int error) {
     return {0, std::string(what) + ": " + std::strerror(error) +
                    "; the file belongs beside the program and must be readable"};
@@ -47,8 +33,8 @@ SettingsFault SystemFault(const char* what, int error) {
 
 // Not blocking, so that a pipe or a device in the file's place cannot hold the program.
 std::variant<std::string, SettingsFault> ReadFile(const std::string& path) {
-    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (file.Get() < 0) {
+    const platform::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file.IsValid()) {
         return SystemFault("cannot be opened", errno);
     }
     struct stat status {};

@@ -8,9 +8,9 @@
 #include <regex>
 #include <set>
 
-#include "Fleet.h"
 #include "Pages.h"
 #include "Words.h"
+#include "fleet/Fleet.h"
 
 namespace {
 

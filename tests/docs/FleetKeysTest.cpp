@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "CallNames.h"
-#include "Fleet.h"
 #include "FleetKeys.h"
 #include "Pages.h"
+#include "fleet/CallNames.h"
+#include "fleet/Fleet.h"
 
 static void PrintTo(const FleetTable& table, std::ostream* out) {
     *out << table.name;

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <regex>
 
-#include "Fleet.h"
 #include "Pages.h"
 #include "Words.h"
+#include "fleet/Fleet.h"
 
 namespace {
 

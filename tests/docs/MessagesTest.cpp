@@ -52,7 +52,7 @@ std::vector<std::string> SourceFiles() {
         }
     }
     files.emplace_back("platform/trace/TraceLevel.cpp");
-    files.emplace_back("platform/simulated/ZelAccessApi.cpp");
+    files.emplace_back("platform/simulated/access/ZelAccessApi.cpp");
     std::sort(files.begin(), files.end());
     return files;
 }
@@ -161,7 +161,7 @@ constexpr std::string_view kSimulatorPrefix = "zelsim: ";
 
 // The rest of its sources writes files: there, only what is thrown or said is a message.
 constexpr const char* kSimulatorSources[] = {
-    "platform/simulated/FleetFile.cpp",
+    "platform/simulated/fleet/FleetFile.cpp",
     "platform/simulated/zelsim/HostCommands.cpp",
     "platform/simulated/zelsim/Main.cpp",
     "platform/simulated/zelsim/RunCommand.cpp",

@@ -20,8 +20,8 @@
 #include <string_view>
 #include <vector>
 
-#include "SparseMemory.h"
 #include "ZelAccessApi.h"
+#include "host/SparseMemory.h"
 
 namespace fakes {
 

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <regex>
 
-#include "Fleet.h"
+#include "fleet/Fleet.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "CallNames.h"
-#include "Fleet.h"
 #include "FleetKeys.h"
+#include "fleet/CallNames.h"
+#include "fleet/Fleet.h"
 
 namespace fs = std::filesystem;
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "HostState.h"
 #include "Injection.h"
 #include "Outcome.h"
 #include "Symbols.h"
+#include "host/HostState.h"
 
 namespace sweep {
 

@@ -1,5 +1,5 @@
 // Addresses of ports, and the node of this machine.
-#include "Address.h"
+#include "vorl/Address.h"
 
 #include <charconv>
 #include <cstddef>

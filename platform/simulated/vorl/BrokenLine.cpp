@@ -1,5 +1,5 @@
 // Broken lines between two nodes.
-#include "BrokenLine.h"
+#include "vorl/BrokenLine.h"
 
 #include <cstring>
 

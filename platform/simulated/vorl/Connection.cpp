@@ -1,5 +1,5 @@
 // One end of a connection: the operations of its owner.
-#include "Connection.h"
+#include "vorl/Connection.h"
 
 #include <sys/socket.h>
 
@@ -8,9 +8,9 @@
 #include <limits>
 #include <utility>
 
-#include "Cancellation.h"
-#include "ServiceThread.h"
 #include "vorl.h"
+#include "vorl/Cancellation.h"
+#include "vorl/ServiceThread.h"
 
 namespace vorl {
 

@@ -16,11 +16,11 @@
 #include <thread>
 #include <vector>
 
-#include "BrokenLine.h"
-#include "Ring.h"
-#include "Transfers.h"
-#include "WindowTable.h"
-#include "Wire.h"
+#include "vorl/BrokenLine.h"
+#include "vorl/Ring.h"
+#include "vorl/Transfers.h"
+#include "vorl/WindowTable.h"
+#include "vorl/Wire.h"
 
 namespace vorl {
 

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "Connection.h"
+#include "vorl/Connection.h"
 
 namespace vorl {
 namespace {

@@ -1,5 +1,5 @@
 // Endpoints: their states, and how connections come about.
-#include "Endpoint.h"
+#include "vorl/Endpoint.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,9 +10,9 @@
 #include <system_error>
 #include <utility>
 
-#include "Address.h"
-#include "Cancellation.h"
-#include "Fault.h"
+#include "vorl/Address.h"
+#include "vorl/Cancellation.h"
+#include "vorl/Fault.h"
 
 namespace vorl {
 namespace {
@@ -24,8 +24,8 @@ constexpr U16 kLastPort = 65535;
 constexpr std::chrono::seconds kConnectPatience{3};
 constexpr int kConnectPollMilliseconds = 10;
 
-UniqueFd OpenSocket() {
-    UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+platform::UniqueFd OpenSocket() {
+    platform::UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!fd.IsValid())
         throw std::system_error(errno, std::generic_category());
     return fd;
@@ -39,7 +39,7 @@ void MakeBlocking(int fd) {
 
 Endpoint::Endpoint(U16 node) : node_(node), socket_(OpenSocket()) {}
 
-Endpoint::Endpoint(U16 node, U16 peer, UniqueFd connected)
+Endpoint::Endpoint(U16 node, U16 peer, platform::UniqueFd connected)
     : node_(node),
       state_(State::Connected),
       socket_(std::move(connected)),
@@ -121,12 +121,12 @@ int Endpoint::ConnectNow(const vorl_portID& peer) {
     return 0;
 }
 
-UniqueFd Endpoint::TakeConnection(vorl_portID* peer) {
+platform::UniqueFd Endpoint::TakeConnection(vorl_portID* peer) {
     for (;;) {
         SocketAddress from{};
         from.length = sizeof from.address;
-        UniqueFd taken(accept4(socket_.Get(), reinterpret_cast<sockaddr*>(&from.address),
-                               &from.length, SOCK_CLOEXEC));
+        platform::UniqueFd taken(accept4(socket_.Get(), reinterpret_cast<sockaddr*>(&from.address),
+                                         &from.length, SOCK_CLOEXEC));
         if (!taken.IsValid())
             return taken;
         // A socket without a port is not an endpoint's; it is sent away.
@@ -155,7 +155,7 @@ int Endpoint::Accept(vorl_portID* peer, std::shared_ptr<Endpoint>* accepted, boo
             if (state_ != State::Listening)
                 return -EINVAL;
             vorl_portID from{};
-            UniqueFd taken = TakeConnection(&from);
+            platform::UniqueFd taken = TakeConnection(&from);
             if (taken.IsValid()) {
                 *accepted = std::make_shared<Endpoint>(node_, from.node, std::move(taken));
                 *peer = from;

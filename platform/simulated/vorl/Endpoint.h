@@ -8,9 +8,9 @@
 #include <memory>
 #include <mutex>
 
-#include "Connection.h"
-#include "UniqueFd.h"
+#include "common/UniqueFd.h"
 #include "vorl.h"
+#include "vorl/Connection.h"
 
 namespace vorl {
 
@@ -19,7 +19,7 @@ public:
     // An endpoint of `node` without a port. Throws std::system_error without a descriptor for it.
     explicit Endpoint(U16 node);
     // The accepting end of a connection from node `peer`.
-    Endpoint(U16 node, U16 peer, UniqueFd connected);
+    Endpoint(U16 node, U16 peer, platform::UniqueFd connected);
 
     int Descriptor() const { return socket_.Get(); }
 
@@ -41,14 +41,14 @@ private:
     int BindToAnyPort();
     int ConnectNow(const vorl_portID& peer);
     // The next connection that comes from an endpoint; invalid, with errno set, when there is none.
-    UniqueFd TakeConnection(vorl_portID* peer);
+    platform::UniqueFd TakeConnection(vorl_portID* peer);
     int WaitForConnection();
 
     const U16 node_;
     std::mutex lock_;
     State state_ = State::Open;
     bool closed_ = false;
-    const UniqueFd socket_;
+    const platform::UniqueFd socket_;
     std::unique_ptr<Connection> connection_;  // over the socket
 };
 

@@ -1,8 +1,8 @@
 // Operations that are to fail and transfers that are to go wrong, as the state of the simulated host
 // has them.
-#include "Fault.h"
+#include "vorl/Fault.h"
 
-#include "HostState.h"
+#include "host/HostState.h"
 
 namespace vorl {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "BrokenLine.h"
 #include "ZelTypes.h"
+#include "vorl/BrokenLine.h"
 
 namespace vorl {
 

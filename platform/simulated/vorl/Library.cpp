@@ -8,11 +8,11 @@
 #include <new>
 #include <system_error>
 
-#include "Address.h"
-#include "Cancellation.h"
-#include "Endpoint.h"
-#include "Fault.h"
 #include "vorl.h"
+#include "vorl/Address.h"
+#include "vorl/Cancellation.h"
+#include "vorl/Endpoint.h"
+#include "vorl/Fault.h"
 
 #define VORL_OPERATION __attribute__((noinline))
 

@@ -1,6 +1,6 @@
 // The programs of a card run in its root folder, where there is no state of the host: nothing fails,
 // and what goes wrong on the way does so at the host's end.
-#include "Fault.h"
+#include "vorl/Fault.h"
 
 namespace vorl {
 

@@ -1,5 +1,5 @@
 // Begun transfers: cutting into requests, matching of answers, completion in order.
-#include "Transfers.h"
+#include "vorl/Transfers.h"
 
 #include <algorithm>
 #include <utility>

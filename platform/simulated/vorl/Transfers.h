@@ -6,9 +6,9 @@
 #include <memory>
 #include <optional>
 
-#include "Ring.h"
-#include "Wire.h"
 #include "ZelTypes.h"
+#include "vorl/Ring.h"
+#include "vorl/Wire.h"
 
 namespace vorl {
 

@@ -1,5 +1,5 @@
 // Registered windows: placement, bounds, and the copies in and out.
-#include "WindowTable.h"
+#include "vorl/WindowTable.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,5 +1,5 @@
 // Frames: encoding and decoding of their headers.
-#include "Wire.h"
+#include "vorl/Wire.h"
 
 #include <limits>
 

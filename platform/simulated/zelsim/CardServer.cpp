@@ -1,5 +1,5 @@
 // Makes the cards reachable over the network.
-#include "CardServer.h"
+#include "zelsim/CardServer.h"
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -16,13 +16,13 @@
 #include <stdexcept>
 #include <string>
 
-#include "../HostClock.h"
-#include "../ModeChange.h"
-#include "CardSystems.h"
-#include "Host.h"
-#include "HostFiles.h"
-#include "SecureShell.h"
-#include "Terminal.h"
+#include "host/HostClock.h"
+#include "host/ModeChange.h"
+#include "zelsim/CardSystems.h"
+#include "zelsim/Host.h"
+#include "zelsim/HostFiles.h"
+#include "zelsim/SecureShell.h"
+#include "zelsim/Terminal.h"
 
 namespace simulated {
 
@@ -68,15 +68,15 @@ CardServer::CardServer(const HostState& host)
       events_(epoll_create1(EPOLL_CLOEXEC)),
       listeners_(host.Cards().size()),
       started_(host.Cards().size()) {
-    if (!events_.IsOpen())
+    if (!events_.IsValid())
         ThrowHostError("cannot watch the cards' connections");
     RaiseFileLimit();
     modeChanges_ = ListenForModeChanges();
-    if (!modeChanges_.IsOpen())
+    if (!modeChanges_.IsValid())
         ThrowHostError("cannot listen for mode changes");
     Watch(events_.Get(), modeChanges_.Get(), kModeChange);
-    arrival_ = Descriptor(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
-    if (!arrival_.IsOpen())
+    arrival_ = platform::UniqueFd(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    if (!arrival_.IsValid())
         ThrowHostError("cannot watch the cards' modes");
     Watch(events_.Get(), arrival_.Get(), kArrival);
     FollowModes();
@@ -98,7 +98,8 @@ void CardServer::Serve() {
 
 void CardServer::ServeEvent(U64 what) {
     if (what == kModeChange) {
-        const Descriptor teller(accept4(modeChanges_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        const platform::UniqueFd teller(
+            accept4(modeChanges_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
         FollowModes();
     } else if (what == kArrival) {
         FollowModes();
@@ -132,9 +133,9 @@ void CardServer::FollowModes() {
     for (std::size_t i = 0; i < cards.size(); ++i) {
         const UsageMode::Value value = cards[i].usageMode.Load();
         const bool reachable = IsReachable(cards[i], value.At(now));
-        if (reachable && !listeners_[i].IsOpen())
+        if (reachable && !listeners_[i].IsValid())
             StartListening(i);
-        else if (!reachable && listeners_[i].IsOpen())
+        else if (!reachable && listeners_[i].IsValid())
             StopCard(i);
         if (value.arrives <= now)
             cards[i].usageMode.Settle(value);
@@ -156,14 +157,14 @@ void CardServer::WakeAt(U64 time) {
 }
 
 void CardServer::StartListening(std::size_t card) {
-    Descriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    platform::UniqueFd listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(kSshPort);
     address.sin_addr.s_addr = htonl(CardAddress(card));
     const int yes = 1;
     // A card that comes back may still have connections of its former life in the kernel's books.
-    if (!listener.IsOpen() ||
+    if (!listener.IsValid() ||
         setsockopt(listener.Get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes)) != 0 ||
         bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
         listen(listener.Get(), kBacklog) != 0)
@@ -176,7 +177,7 @@ void CardServer::StartListening(std::size_t card) {
 
 // With the card's operating system ends all that runs on it.
 void CardServer::StopCard(std::size_t card) {
-    listeners_[card].Close();
+    listeners_[card].Reset();
     for (const auto& [sshd, where] : sessions_) {
         if (where == card)
             kill(sshd, SIGKILL);
@@ -187,8 +188,9 @@ void CardServer::StopCard(std::size_t card) {
 
 void CardServer::Accept(std::size_t card) {
     // Not there any more when the caller has given up, or the card has stopped since.
-    const Descriptor connection(accept4(listeners_[card].Get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (!connection.IsOpen())
+    const platform::UniqueFd connection(
+        accept4(listeners_[card].Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!connection.IsValid())
         return;
     if (!started_[card]) {
         StartCardSystem(card);

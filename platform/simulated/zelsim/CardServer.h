@@ -12,8 +12,8 @@
 #include <map>
 #include <vector>
 
-#include "../Descriptor.h"
-#include "../HostState.h"
+#include "common/UniqueFd.h"
+#include "host/HostState.h"
 
 namespace simulated {
 
@@ -47,12 +47,12 @@ private:
 
     const HostState& host_;
     rlimit fileLimit_{};
-    Descriptor events_;
-    Descriptor modeChanges_;
-    Descriptor arrival_;  // readable when a card arrives in the mode to which it goes
-    std::vector<Descriptor> listeners_;      // a card each; not open while it cannot be reached
-    std::vector<bool> started_;              // cards that have had a connection
-    std::map<pid_t, std::size_t> sessions_;  // sshd processes and their cards
+    platform::UniqueFd events_;
+    platform::UniqueFd modeChanges_;
+    platform::UniqueFd arrival_;  // readable when a card arrives in the mode to which it goes
+    std::vector<platform::UniqueFd> listeners_;  // a card each; not open while it cannot be reached
+    std::vector<bool> started_;                  // cards that have had a connection
+    std::map<pid_t, std::size_t> sessions_;      // sshd processes and their cards
 };
 
 }  // namespace simulated

@@ -1,6 +1,6 @@
 // Makes the cards' root folders. What all have alike is one read-only folder, which a root shows from
 // the card's first connection on, so that hundreds of cards cost little more than two.
-#include "CardSystems.h"
+#include "zelsim/CardSystems.h"
 
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -9,9 +9,9 @@
 #include <filesystem>
 #include <string>
 
-#include "Host.h"
-#include "HostFiles.h"
-#include "Progress.h"
+#include "zelsim/Host.h"
+#include "zelsim/HostFiles.h"
+#include "zelsim/Progress.h"
 
 namespace simulated {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "../Fleet.h"
+#include "fleet/Fleet.h"
 
 namespace simulated {
 

@@ -1,5 +1,5 @@
 // Makes a simulated host around this process.
-#include "Host.h"
+#include "zelsim/Host.h"
 
 #include <net/if.h>
 #include <sched.h>
@@ -15,11 +15,11 @@
 #include <filesystem>
 #include <system_error>
 
-#include "../HostState.h"
-#include "CardSystems.h"
-#include "HostFiles.h"
-#include "PackageDatabase.h"
-#include "SecureShell.h"
+#include "host/HostState.h"
+#include "zelsim/CardSystems.h"
+#include "zelsim/HostFiles.h"
+#include "zelsim/PackageDatabase.h"
+#include "zelsim/SecureShell.h"
 
 namespace simulated {
 

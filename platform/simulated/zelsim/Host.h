@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "../Fleet.h"
+#include "fleet/Fleet.h"
 
 namespace simulated {
 

@@ -1,5 +1,5 @@
 // The commands of zelsim that are given on a simulated host.
-#include "HostCommands.h"
+#include "zelsim/HostCommands.h"
 
 #include <unistd.h>
 
@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "../HostState.h"
-#include "../Suggestion.h"
-#include "SecureShell.h"
-#include "Terminal.h"
+#include "fleet/Suggestion.h"
+#include "host/HostState.h"
+#include "zelsim/SecureShell.h"
+#include "zelsim/Terminal.h"
 
 namespace simulated {
 

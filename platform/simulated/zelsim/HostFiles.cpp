@@ -1,5 +1,5 @@
 // Files and mounts of a simulated host in the making.
-#include "HostFiles.h"
+#include "zelsim/HostFiles.h"
 
 #include <sys/mount.h>
 
@@ -7,7 +7,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "Host.h"
+#include "zelsim/Host.h"
 
 namespace simulated {
 

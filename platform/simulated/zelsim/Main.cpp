@@ -13,11 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "../Fleet.h"
-#include "../Suggestion.h"
-#include "HostCommands.h"
-#include "RunCommand.h"
-#include "Terminal.h"
+#include "fleet/Fleet.h"
+#include "fleet/Suggestion.h"
+#include "zelsim/HostCommands.h"
+#include "zelsim/RunCommand.h"
+#include "zelsim/Terminal.h"
 
 using namespace std::string_literals;
 using simulated::kSeeHelp;

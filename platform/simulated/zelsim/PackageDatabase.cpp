@@ -1,11 +1,11 @@
 // Gives a simulated host a package database. The machine's own, if it has one, is neither read nor
 // written: rpm is told on the host to look elsewhere.
-#include "PackageDatabase.h"
+#include "zelsim/PackageDatabase.h"
 
 #include <ctime>
 
-#include "HostFiles.h"
-#include "PackageHeader.h"
+#include "zelsim/HostFiles.h"
+#include "zelsim/PackageHeader.h"
 
 namespace simulated {
 

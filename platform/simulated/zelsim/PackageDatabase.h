@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "Preparation.h"
+#include "zelsim/Preparation.h"
 
 namespace simulated {
 

@@ -1,6 +1,6 @@
 // The header of an rpm package: a magic number, how many entries and bytes of values follow, an index
 // of (tag, type, place, count), and the values. Numbers are big-endian.
-#include "PackageHeader.h"
+#include "zelsim/PackageHeader.h"
 
 namespace simulated {
 

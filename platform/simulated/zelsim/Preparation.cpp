@@ -1,5 +1,5 @@
 // A program of this machine that prepares a part of the host.
-#include "Preparation.h"
+#include "zelsim/Preparation.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -11,8 +11,8 @@
 #include <cstring>
 #include <string>
 
-#include "Host.h"
-#include "HostFiles.h"
+#include "zelsim/Host.h"
+#include "zelsim/HostFiles.h"
 
 namespace simulated {
 

@@ -1,12 +1,12 @@
 // Tells a person at a terminal how far a long step is.
-#include "Progress.h"
+#include "zelsim/Progress.h"
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <utility>
 
-#include "Terminal.h"
+#include "zelsim/Terminal.h"
 
 namespace simulated {
 

@@ -8,7 +8,7 @@
 // The terminal's signals are the command's as soon as there is one; until then they end zelsim. So that
 // none is lost on the way from one to the other, the outer process hands over when the first one is about
 // to start the command, and that one passes on what came meanwhile.
-#include "RunCommand.h"
+#include "zelsim/RunCommand.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -25,13 +25,13 @@
 #include <cstring>
 #include <optional>
 
-#include "../Descriptor.h"
-#include "../HostState.h"
-#include "../Suggestion.h"
-#include "CardServer.h"
-#include "Host.h"
-#include "HostFiles.h"
-#include "Terminal.h"
+#include "common/UniqueFd.h"
+#include "fleet/Suggestion.h"
+#include "host/HostState.h"
+#include "zelsim/CardServer.h"
+#include "zelsim/Host.h"
+#include "zelsim/HostFiles.h"
+#include "zelsim/Terminal.h"
 
 namespace simulated {
 
@@ -69,12 +69,12 @@ void PassOnTerminalSignals(pid_t command) {
 }
 
 // Between zelsim's two processes.
-void Tell(const Descriptor& colleague) {
+void Tell(const platform::UniqueFd& colleague) {
     send(colleague.Get(), "", 1, MSG_NOSIGNAL);
 }
 
 // Waits until the other process tells something; false when it ends without.
-bool Hear(const Descriptor& colleague) {
+bool Hear(const platform::UniqueFd& colleague) {
     char word = 0;
     ssize_t got = 0;
     do {
@@ -97,13 +97,13 @@ bool Hear(const Descriptor& colleague) {
 }
 
 // From here on the end of a child shows in the descriptor.
-Descriptor WatchChildren() {
+platform::UniqueFd WatchChildren() {
     sigset_t child;
     sigemptyset(&child);
     sigaddset(&child, SIGCHLD);
     sigprocmask(SIG_BLOCK, &child, nullptr);
-    Descriptor ended(signalfd(-1, &child, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (!ended.IsOpen())
+    platform::UniqueFd ended(signalfd(-1, &child, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!ended.IsValid())
         ThrowHostError("cannot watch the command");
     return ended;
 }
@@ -123,7 +123,7 @@ std::optional<int> ReapChildren(pid_t command, CardServer& cards) {
 }
 
 // Serves the cards until the command ends.
-int WaitForCommand(pid_t command, const Descriptor& childrenEnded, CardServer& cards) {
+int WaitForCommand(pid_t command, const platform::UniqueFd& childrenEnded, CardServer& cards) {
     std::array<pollfd, 2> events{{{childrenEnded.Get(), POLLIN, 0}, {cards.Events(), POLLIN, 0}}};
     for (;;) {
         if (poll(events.data(), events.size(), -1) < 0 && errno != EINTR)
@@ -137,12 +137,12 @@ int WaitForCommand(pid_t command, const Descriptor& childrenEnded, CardServer& c
     }
 }
 
-int ServeCommand(char* const* command, const Descriptor& outer) {
+int ServeCommand(char* const* command, const platform::UniqueFd& outer) {
     const auto host = HostState::Open();
     if (!host)
         ThrowHostError(kStateFile);
     CardServer cards(*host);
-    const Descriptor childrenEnded = WatchChildren();
+    const platform::UniqueFd childrenEnded = WatchChildren();
     HoldTerminalSignals();
     Tell(outer);
     if (!Hear(outer))
@@ -158,7 +158,7 @@ int ServeCommand(char* const* command, const Descriptor& outer) {
 
 // The host's first process lives no longer than the process outside. The kernel sees to that from here
 // on; that it has not ended before shows in the connection to it.
-bool DieWithParent(const Descriptor& outer) {
+bool DieWithParent(const platform::UniqueFd& outer) {
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0)
         return false;
     pollfd state{outer.Get(), POLLIN, 0};
@@ -166,7 +166,7 @@ bool DieWithParent(const Descriptor& outer) {
 }
 
 int RunFirstProcess(const Fleet& fleet, const std::string& programFolder, char* const* command,
-                    const Descriptor& outer) {
+                    const platform::UniqueFd& outer) {
     try {
         BuildHost(fleet, programFolder);
         return ServeCommand(command, outer);
@@ -185,10 +185,10 @@ int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const*
     std::array<int, 2> ends{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
         throw HostError(std::string("cannot make a connection: ") + std::strerror(errno));
-    Descriptor inner(ends[0]);
-    Descriptor outer(ends[1]);
-    const Descriptor ownProcesses(open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC));
-    if (!ownProcesses.IsOpen())
+    platform::UniqueFd inner(ends[0]);
+    platform::UniqueFd outer(ends[1]);
+    const platform::UniqueFd ownProcesses(open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC));
+    if (!ownProcesses.IsValid())
         throw HostError(std::string("cannot open /proc/self/ns/pid: ") + std::strerror(errno));
     EnterNamespaces();
 
@@ -198,12 +198,12 @@ int RunOnHost(const Fleet& fleet, const std::string& programFolder, char* const*
     if (first < 0)
         throw HostError(std::string("cannot start a process: ") + std::strerror(errno));
     if (first == 0) {
-        inner.Close();
+        inner.Reset();
         if (!DieWithParent(outer))
             _exit(kOwnFailure);
         _exit(RunFirstProcess(fleet, programFolder, command, outer));
     }
-    outer.Close();
+    outer.Reset();
     // What is started from here on is no part of the host, where with the end of the first process nothing
     // can be started any more, not even a leak check's thread.
     if (setns(ownProcesses.Get(), CLONE_NEWPID) != 0)

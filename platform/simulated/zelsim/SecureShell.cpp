@@ -1,6 +1,6 @@
 // Configures ssh and scp between a simulated host and its cards. Nobody can come from outside: the
 // host's network is its own, so one key serves both ends, and quick algorithms are chosen.
-#include "SecureShell.h"
+#include "zelsim/SecureShell.h"
 
 #include <arpa/inet.h>
 #include <pwd.h>
@@ -12,8 +12,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "Host.h"
-#include "HostFiles.h"
+#include "zelsim/Host.h"
+#include "zelsim/HostFiles.h"
 
 namespace simulated {
 

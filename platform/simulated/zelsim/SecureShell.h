@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "Preparation.h"
+#include "zelsim/Preparation.h"
 
 namespace simulated {
 

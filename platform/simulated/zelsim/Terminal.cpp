@@ -1,5 +1,5 @@
 // How zelsim speaks.
-#include "Terminal.h"
+#include "zelsim/Terminal.h"
 
 #include <unistd.h>
 

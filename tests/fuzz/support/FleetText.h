@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Fleet.h"
+#include "fleet/Fleet.h"
 
 namespace fuzz {
 

@@ -11,8 +11,8 @@
 #include <cstddef>
 #include <span>
 
-#include "Connection.h"
 #include "vorl.h"
+#include "vorl/Connection.h"
 
 namespace fuzz {
 

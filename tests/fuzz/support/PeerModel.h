@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "Wire.h"
+#include "vorl/Wire.h"
 
 namespace fuzz {
 

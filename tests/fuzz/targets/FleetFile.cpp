@@ -9,9 +9,9 @@
 #include <set>
 #include <string>
 
-#include "CallNames.h"
-#include "Fleet.h"
-#include "FleetValues.h"
+#include "fleet/CallNames.h"
+#include "fleet/Fleet.h"
+#include "fleet/FleetValues.h"
 #include "support/Expect.h"
 #include "support/FleetText.h"
 #include "support/Input.h"

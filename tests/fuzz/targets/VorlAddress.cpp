@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string>
 
-#include "Address.h"
 #include "support/Expect.h"
 #include "support/Input.h"
+#include "vorl/Address.h"
 
 namespace {
 

@@ -13,11 +13,11 @@
 #include <span>
 #include <vector>
 
-#include "Connection.h"
-#include "UniqueFd.h"
+#include "common/UniqueFd.h"
 #include "support/Expect.h"
 #include "support/GuardedWindows.h"
 #include "support/PeerModel.h"
+#include "vorl/Connection.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "Address.h"
+#include "vorl/Address.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What broken lines make of a request's bytes.
-#include "BrokenLine.h"
+#include "vorl/BrokenLine.h"
 
 #include <gtest/gtest.h>
 

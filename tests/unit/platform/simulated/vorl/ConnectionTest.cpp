@@ -1,5 +1,5 @@
 // A connection whose peer is the test itself, which may send anything.
-#include "Connection.h"
+#include "vorl/Connection.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-#include "UniqueFd.h"
+#include "common/UniqueFd.h"
 #include "vorl.h"
 
 namespace {
@@ -35,8 +35,8 @@ protected:
         if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
             throw std::system_error(errno, std::generic_category());
         connection_.reset();
-        peer_ = vorl::UniqueFd(ends[0]);
-        socket_ = vorl::UniqueFd(ends[1]);
+        peer_ = platform::UniqueFd(ends[0]);
+        socket_ = platform::UniqueFd(ends[1]);
         connection_ = std::make_unique<vorl::Connection>(socket_.Get(), std::move(lines));
     }
 
@@ -94,8 +94,8 @@ protected:
         EXPECT_EQ(connection_->Send(std::span(&byte, 1), true), -ECONNRESET);
     }
 
-    vorl::UniqueFd peer_;
-    vorl::UniqueFd socket_;
+    platform::UniqueFd peer_;
+    platform::UniqueFd socket_;
     std::vector<std::byte> memory_;
     std::vector<std::byte> payload_;
     std::unique_ptr<vorl::Connection> connection_;

@@ -1,5 +1,5 @@
 // Whether calls of libvorl fail: what the host's state says, and when it cannot be had.
-#include "Fault.h"
+#include "vorl/Fault.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "Ring.h"
+#include "vorl/Ring.h"
 
 #include <gtest/gtest.h>
 

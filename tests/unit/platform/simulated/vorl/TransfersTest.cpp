@@ -1,4 +1,4 @@
-#include "Transfers.h"
+#include "vorl/Transfers.h"
 
 #include <gtest/gtest.h>
 

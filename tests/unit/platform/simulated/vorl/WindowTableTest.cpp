@@ -1,4 +1,4 @@
-#include "WindowTable.h"
+#include "vorl/WindowTable.h"
 
 #include <gtest/gtest.h>
 

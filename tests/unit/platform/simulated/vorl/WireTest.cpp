@@ -1,4 +1,4 @@
-#include "Wire.h"
+#include "vorl/Wire.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Fleet.h"
 #include "Zelsim.h"
+#include "fleet/Fleet.h"
 
 namespace {
 
