@@ -48,7 +48,7 @@ constexpr U64 kRemote = 0x1000;
 // that. Signals interrupt its waiting, because libFuzzer looks at the time with them.
 class Peer {
 public:
-    explicit Peer(vorl::UniqueFd socket) : socket_(std::move(socket)) {}
+    explicit Peer(platform::UniqueFd socket) : socket_(std::move(socket)) {}
 
     // What a connection that has ended does not take is lost.
     void Send(Input bytes) {
@@ -93,13 +93,13 @@ private:
         return true;
     }
 
-    vorl::UniqueFd socket_;
+    platform::UniqueFd socket_;
 };
 
 // One end, its peer and the model of it.
 class Exchange {
 public:
-    Exchange(const GuardedWindows& windows, vorl::UniqueFd own, vorl::UniqueFd peers)
+    Exchange(const GuardedWindows& windows, platform::UniqueFd own, platform::UniqueFd peers)
         : windows_(windows),
           socket_(std::move(own)),
           peer_(std::move(peers)),
@@ -223,7 +223,7 @@ private:
     }
 
     const GuardedWindows& windows_;
-    vorl::UniqueFd socket_;
+    platform::UniqueFd socket_;
     Peer peer_;
     vorl::Connection connection_;
     fuzz::PeerModel model_;
@@ -239,7 +239,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     int ends[2];
     ExpectEqual(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0, "the socket pair");
     static GuardedWindows windows;
-    Exchange exchange(windows, vorl::UniqueFd(ends[0]), vorl::UniqueFd(ends[1]));
+    Exchange exchange(windows, platform::UniqueFd(ends[0]), platform::UniqueFd(ends[1]));
     windows.Register(exchange.End());
 
     const bool patient = (script & kHasty) == 0;
