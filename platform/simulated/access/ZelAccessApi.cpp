@@ -225,7 +225,7 @@ ZEL_EXPORT U32 ZelSetUsageModeExtn(HANDLE handle, ZEL_CARD_USAGE_MODE mode, U32,
 ZEL_EXPORT U32 ZelGetPostCode(HANDLE handle, char* code) {
     return OnCard("ZelGetPostCode", handle, {code},
                   [&](AccessLibrary&, const CardState& card) -> U32 {
-                      const auto& text = card.postCode.text;
+                      const auto& text = card.postCode.Bytes();
                       std::copy(text.begin(), text.end(), code);
                       return ZEL_SUCCESS;
                   });

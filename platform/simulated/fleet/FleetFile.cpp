@@ -25,10 +25,7 @@ namespace {
 
 constexpr U64 kMaxU32 = 0xFFFFFFFF;
 constexpr U64 kFirstFailure = 1;  // a status of 0 is a success
-constexpr std::size_t kMaxNameLength = 254;
 constexpr std::size_t kMaxVersionLength = 254;
-constexpr std::size_t kMaxPostCodeLength = 15;
-constexpr std::size_t kMaxMemoryTextLength = 32;
 constexpr U64 kMaxNode = 0xFFFE;  // the card's own number is one more, and 16 bits wide too
 
 // Room for the greatest number of cards with every key many times over; a file beyond it is no fleet.
@@ -90,6 +87,13 @@ public:
     const toml::node* Find(const std::string& key) {
         known_.push_back(key);
         return table_.get(key);
+    }
+
+    template <std::size_t Most>
+    void Text(const std::string& key, BoundedText<Most>& out) {
+        std::string text(out.View());
+        Text(key, Most, text);
+        out = text;
     }
 
     void Text(const std::string& key, std::size_t maxLength, std::string& out) {
@@ -199,7 +203,7 @@ void CheckWaiting(const Reader& reader, const toml::table& source, const Fault& 
 Fault ReadFault(const Reader& reader, const toml::table& source, bool ofHost) {
     Table table(reader, source, "");
     Fault fault;
-    table.Text("call", kMaxCallLength, fault.call);
+    table.Text("call", fault.call);
     table.Integer("status", kMaxU32, fault.status, kFirstFailure);
     table.Integer("skip", kMaxU32, fault.skip);
     table.Integer("count", kMaxU32, fault.count);
@@ -210,17 +214,17 @@ Fault ReadFault(const Reader& reader, const toml::table& source, bool ofHost) {
                              return time == 0U ? std::nullopt : time;
                          });
     table.RefuseUnknownKeys();
-    if (fault.call.empty())
+    if (fault.call.View().empty())
         reader.Fail(source, "a fault names the call that fails: call = \"ZelGetUUID\"");
     const toml::node& call = *source.get("call");
     if (!IsCall(fault.call))
-        reader.Fail(call, "no library has a call " + Quoted(fault.call) +
+        reader.Fail(call, "no library has a call " + Quoted(fault.call.View()) +
                               Suggestion(fault.call, CallNames()));
     if (ofHost != IsHostCall(fault.call))
-        reader.Fail(call,
-                    fault.call + (ofHost ? " concerns a card: put the fault into [[card.fault]]"
-                                         : " comes before any card is open: put the fault "
-                                           "into [[fault]]"));
+        reader.Fail(call, std::string(fault.call) +
+                              (ofHost ? " concerns a card: put the fault into [[card.fault]]"
+                                      : " comes before any card is open: put the fault "
+                                        "into [[fault]]"));
     CheckWaiting(reader, source, fault);
     if (source.get("status") == nullptr && (fault.block || fault.delay != 0))
         fault.status = 0;
@@ -303,13 +307,14 @@ CoreFault ReadCoreFault(const Reader& reader, const toml::table& source, const C
     if (source.get("operation") == nullptr)
         reader.Fail(source, "a core fault names what goes wrong: operation = " +
                                 Quoted(unit.operations.front()));
-    table.Converted<std::string>("operation", unit.expected, fault.operation,
-                                 [&unit](std::string_view text) -> std::optional<std::string> {
-                                     const auto& known = unit.operations;
-                                     if (std::find(known.begin(), known.end(), text) == known.end())
-                                         return std::nullopt;
-                                     return std::string(text);
-                                 });
+    table.Converted<decltype(fault.operation)>(
+        "operation", unit.expected, fault.operation,
+        [&unit](std::string_view text) -> std::optional<decltype(fault.operation)> {
+            const auto& known = unit.operations;
+            if (std::find(known.begin(), known.end(), text) == known.end())
+                return std::nullopt;
+            return text;
+        });
     table.Integer(unit.place, unit.last, fault.place);
     table.RefuseUnknownKeys();
     return fault;
@@ -370,7 +375,7 @@ void ReadMemorySize(Table& table, const toml::table& source, U64& bytes) {
 }
 
 void ReadIdentity(Table& table, Card& card) {
-    table.Text("name", kMaxNameLength, card.name);
+    table.Text("name", card.name);
     table.Converted<PcieAddress>("pcie", "an address such as \"0000:02:00.0\"", card.pcie,
                                  ParsePcieAddress);
     table.Integer("node", kMaxNode, card.node);
@@ -379,7 +384,7 @@ void ReadIdentity(Table& table, Card& card) {
     table.Integer("revision_id", kMaxU32, card.revisionId);
     table.Integer("link_speed", kMaxU32, card.linkSpeed);
     table.Integer("link_width", kMaxU32, card.linkWidth);
-    table.Text("post_code", kMaxPostCodeLength, card.postCode);
+    table.Text("post_code", card.postCode);
 }
 
 void ReadState(Table& table, Card& card) {
@@ -387,7 +392,7 @@ void ReadState(Table& table, Card& card) {
                                          "\"normal\", \"maintenance\", \"zombie\", \"memdiag\", "
                                          "\"normal_restricted\", \"offline\" or "
                                          "\"in_transition\"",
-                                         card.usageMode, ParseUsageMode);
+                                         card.firstMode, ParseUsageMode);
     table.Converted<U32>("mode_change", "a time such as \"3s\" or \"250ms\", at most 24h",
                          card.modeChange, ParseTime);
     table.Flag("hang_on_kill", card.hangOnKill);
@@ -399,7 +404,7 @@ void ReadState(Table& table, Card& card) {
     table.Integer("smc_hardware", kMaxU32, card.smcHardware);
     table.Converted<std::array<U8, 16>>(
         "uuid", "16 bytes such as \"00112233-4455-6677-8899-aabbccddeeff\"", card.uuid, ParseUuid);
-    table.Text("flash_version", kMaxVersionLength, card.flashVersion);
+    table.Text("flash_version", card.flashVersion);
     table.Converted<SshState>("ssh", "\"up\", \"down\" or \"silent\"", card.ssh, ParseSshState);
 }
 
@@ -428,8 +433,8 @@ Card ReadCard(const Reader& reader, const toml::table& source, U32 index, const 
     ReadIdentity(table, card);
     ReadState(table, card);
     ReadMemorySize(table, source, card.memoryBytes);
-    table.Text("memory_vendor", kMaxMemoryTextLength, card.memoryVendor);
-    table.Text("memory_type", kMaxMemoryTextLength, card.memoryType);
+    table.Text("memory_vendor", card.memoryVendor);
+    table.Text("memory_type", card.memoryType);
     table.Integer("memory_speed", kMaxU32, card.memorySpeed);
     table.Integer("memory_density", kMaxU32, card.memoryDensity);
     table.Integer("memory_revision", 0xFFFF, card.memoryRevision);

@@ -29,51 +29,6 @@ constexpr U64 kMagic = 0x31'6D69'736C'657AULL;  // "zelsim1"
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-template <std::size_t Size>
-void Set(FixedText<Size>& out, const std::string& text) {
-    const std::size_t length = std::min(text.size(), Size - 1);
-    std::memcpy(out.text.data(), text.data(), length);
-}
-
-void Set(FaultState& state, const Fault& fault) {
-    Set(state.call, fault.call);
-    state.status = fault.status;
-    state.skip = fault.skip;
-    state.count = fault.count;
-    state.delay = fault.delay;
-    state.block = fault.block;
-}
-
-void Set(CardState& state, const Card& card) {
-    Set(state.name, card.name);
-    Set(state.flashVersion, card.flashVersion);
-    Set(state.postCode, card.postCode);
-    Set(state.memoryVendor, card.memoryVendor);
-    Set(state.memoryType, card.memoryType);
-    state.generation = card.generation;
-    state.pcie = card.pcie;
-    state.node = card.node;
-    state.deviceId = card.deviceId;
-    state.subsystemId = card.subsystemId;
-    state.revisionId = card.revisionId;
-    state.linkSpeed = card.linkSpeed;
-    state.linkWidth = card.linkWidth;
-    state.cores = card.cores;
-    state.cpuId = card.cpuId;
-    state.threadMask = card.threadMask;
-    state.smcFirmware = card.smcFirmware;
-    state.smcHardware = card.smcHardware;
-    state.uuid = card.uuid;
-    state.memoryBytes = card.memoryBytes;
-    state.memorySpeed = card.memorySpeed;
-    state.memoryDensity = card.memoryDensity;
-    state.memoryRevision = card.memoryRevision;
-    state.ssh = card.ssh;
-    state.usageMode.Store({.mode = card.usageMode});
-    state.modeChange = card.modeChange;
-    state.hangOnKill = card.hangOnKill;
-}
-
 // Where the lists of a host with these cards lie, one behind the other.
 class Layout {
 public:
@@ -106,7 +61,7 @@ Range Append(std::span<Element> all, U32& used, std::size_t count, Copy copy) {
 std::optional<Mishap> FindMishap(std::span<FaultState> faults, std::string_view call) {
     std::optional<Mishap> found;
     for (FaultState& fault : faults) {
-        if (fault.call.View() != call)
+        if (fault.call != call)
             continue;
         const U32 before = fault.calls.fetch_add(1);
         const bool due = before >= fault.skip;
@@ -188,7 +143,7 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
 
     const auto hostFaultStates = state.Elements<FaultState>(header.hostFaults);
     for (std::size_t i = 0; i < fleet.faults.size(); ++i)
-        Set(hostFaultStates[i], fleet.faults[i]);
+        static_cast<Fault&>(hostFaultStates[i]) = fleet.faults[i];
     U32 usedFaults = 0;
     U32 usedMemoryFaults = 0;
     U32 usedAddressFaults = 0;
@@ -197,10 +152,11 @@ void HostState::Create(const std::string& path, const Fleet& fleet) {
     for (std::size_t i = 0; i < fleet.cards.size(); ++i) {
         const Card& card = fleet.cards[i];
         CardState& cardState = state.Cards()[i];
-        Set(cardState, card);
+        static_cast<CardFacts&>(cardState) = card;
+        cardState.usageMode.Store({.mode = card.firstMode});
         cardState.faults =
             Append(state.Elements<FaultState>(header.cardFaults), usedFaults, card.faults.size(),
-                   [&](FaultState& out, std::size_t n) { Set(out, card.faults[n]); });
+                   [&](Fault& out, std::size_t n) { out = card.faults[n]; });
         cardState.memoryFaults =
             Append(state.Elements<MemoryFault>(header.memoryFaults), usedMemoryFaults,
                    card.memoryFaults.size(),

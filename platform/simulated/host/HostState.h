@@ -10,7 +10,6 @@
 // it mapped, which ends them with SIGBUS.
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <memory>
 #include <optional>
@@ -19,7 +18,6 @@
 #include <string>
 #include <string_view>
 
-#include "fleet/CallNames.h"
 #include "fleet/Fleet.h"
 #include "fleet/UsageMode.h"
 #include "host/Mishap.h"
@@ -29,20 +27,7 @@ namespace simulated {
 // Where the state lies on the simulated host, and nowhere else.
 inline constexpr char kStateFile[] = "/run/zelsim/state";
 
-template <std::size_t Size>
-struct FixedText {
-    std::array<char, Size> text;
-    std::string_view View() const { return text.data(); }
-    bool HasEnd() const { return text.back() == '\0'; }
-};
-
-struct FaultState {
-    FixedText<kMaxCallLength + 1> call;
-    U32 status;
-    U32 skip;
-    U32 count;
-    U32 delay;
-    bool block;
+struct FaultState : Fault {
     std::atomic<U32> calls;
 };
 
@@ -51,34 +36,8 @@ struct Range {
     U32 count;
 };
 
-struct CardState {
-    FixedText<255> name;
-    FixedText<255> flashVersion;
-    FixedText<16> postCode;
-    FixedText<33> memoryVendor;
-    FixedText<33> memoryType;
-    Generation generation;
-    PcieAddress pcie;
-    U16 node;
-    U32 deviceId;
-    U32 subsystemId;
-    U32 revisionId;
-    U32 linkSpeed;
-    U32 linkWidth;
-    U32 cores;
-    U32 cpuId;
-    U32 threadMask;
-    U32 smcFirmware;
-    U32 smcHardware;
-    std::array<U8, 16> uuid;
-    U64 memoryBytes;
-    U32 memorySpeed;
-    U32 memoryDensity;
-    U16 memoryRevision;
-    SshState ssh;
+struct CardState : CardFacts {
     UsageMode usageMode;
-    U32 modeChange;
-    bool hangOnKill;
     Range faults;
     Range memoryFaults;
     Range addressFaults;

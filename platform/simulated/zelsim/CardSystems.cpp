@@ -80,9 +80,10 @@ void MakeSharedFolder() {
 // What sshd hands to each program that it starts on the card.
 void WriteEnvironment(const std::string& root, const Card& card) {
     const auto line = [](const char* variable, const CoreFault& fault) {
-        return fault.operation.empty()
+        const std::string operation(fault.operation);
+        return operation.empty()
                    ? ""
-                   : variable + ("=" + fault.operation) + ":" + std::to_string(fault.place) + "\n";
+                   : variable + ("=" + operation) + ":" + std::to_string(fault.place) + "\n";
     };
     const std::string text = line("VPU_WORKLOAD_CORRUPT", card.vpuFault) +
                              line("CACHE_WORKLOAD_CORRUPT", card.cacheFault);

@@ -24,7 +24,7 @@ constexpr SboxRegister kSboxRegisters[] = {
 #undef SBOX_REGISTER
 };
 
-std::string Quoted(const std::string& text) {
+std::string Quoted(std::string_view text) {
     std::string quoted = "\"";
     for (const char c : text) {
         char escape[8];
@@ -106,7 +106,7 @@ void WriteRegister(std::ostream& out, const simulated::SboxValue& value) {
 
 void WriteCoreFault(std::ostream& out, const char* table, const char* place,
                     const simulated::CoreFault& fault) {
-    if (!fault.operation.empty())
+    if (!fault.operation.View().empty())
         out << "[" << table << "]\noperation = " << Quoted(fault.operation) << "\n"
             << place << " = " << fault.place << "\n";
 }
@@ -118,7 +118,7 @@ void WriteCard(std::ostream& out, const simulated::Card& card) {
         << "\nsubsystem_id = " << card.subsystemId << "\nrevision_id = " << card.revisionId
         << "\nlink_speed = " << card.linkSpeed << "\nlink_width = " << card.linkWidth
         << "\npost_code = " << Quoted(card.postCode)
-        << "\nusage_mode = " << Quoted(ModeOf(card.usageMode))
+        << "\nusage_mode = " << Quoted(ModeOf(card.firstMode))
         << "\nmode_change = " << Milliseconds(card.modeChange)
         << "\nhang_on_kill = " << Flag(card.hangOnKill) << "\ncores = " << card.cores
         << "\ncpuid = " << card.cpuId << "\nthread_mask = " << card.threadMask

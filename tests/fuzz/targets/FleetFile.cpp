@@ -51,7 +51,7 @@ std::optional<Fleet> Parse(std::string_view text, std::string& reason) {
     }
 }
 
-void CheckText(const std::string& text, std::size_t most) {
+void CheckText(std::string_view text, std::size_t most) {
     Expect(text.size() <= most && text.find('\0') == text.npos, "a text fits where it goes");
 }
 

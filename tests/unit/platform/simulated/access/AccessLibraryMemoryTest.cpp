@@ -22,7 +22,7 @@ protected:
             fleet.cards.push_back(DefaultCard(Generation::Er1x));
             fleet.cards.back().pcie = DefaultAddress(i);
             fleet.cards.back().memoryBytes = kMemoryBytes;
-            fleet.cards.back().usageMode = ZEL_USAGE_MODE_MEMDIAG;
+            fleet.cards.back().firstMode = ZEL_USAGE_MODE_MEMDIAG;
         }
         fleet.cards[1].memoryFaults = {
             {kMemoryBytes - 1, 3, 1}, {0, 0, 0}, {.address = 0x2000, .bit = 2, .every = 4}};

@@ -53,7 +53,7 @@ private:
 
 Card CardIn(ZEL_CARD_USAGE_MODE mode) {
     Card card = DefaultCard(Generation::Er1x);
-    card.usageMode = mode;
+    card.firstMode = mode;
     return card;
 }
 
@@ -70,7 +70,7 @@ TEST_F(AccessLibraryTest, EnumeratesWhatTheFleetSays) {
     EXPECT_EQ(record.deviceNumber, 0x1FU);
     EXPECT_EQ(record.node, 5U);
     EXPECT_EQ(record.subSystemId, card.subsystemId);
-    EXPECT_STREQ(reinterpret_cast<const char*>(record.deviceName), card.name.c_str());
+    EXPECT_EQ(reinterpret_cast<const char*>(record.deviceName), card.name);
 }
 
 TEST_F(AccessLibraryTest, LeavesOutCardsBeyondTheCapacity) {

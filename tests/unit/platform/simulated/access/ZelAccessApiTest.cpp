@@ -150,7 +150,7 @@ const std::vector<Operation>& Operations() {
 
 Card Offline() {
     Card card = Healthy();
-    card.usageMode = ZEL_USAGE_MODE_OFFLINE;
+    card.firstMode = ZEL_USAGE_MODE_OFFLINE;
     return card;
 }
 

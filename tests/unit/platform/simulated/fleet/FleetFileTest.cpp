@@ -138,7 +138,7 @@ line = 255
     EXPECT_EQ(card.linkSpeed, 3U);
     EXPECT_EQ(card.linkWidth, 8U);
     EXPECT_EQ(card.postCode, "3C");
-    EXPECT_EQ(card.usageMode, ZEL_USAGE_MODE_OFFLINE);
+    EXPECT_EQ(card.firstMode, ZEL_USAGE_MODE_OFFLINE);
     EXPECT_EQ(card.modeChange, 3000U);
     EXPECT_TRUE(card.hangOnKill);
     EXPECT_EQ(card.cores, 0U);
@@ -225,10 +225,12 @@ TEST(FleetFile, EveryOperationOfTheCoresCanGoWrong) {
 }
 
 TEST(FleetFile, LimitsAreAccepted) {
-    EXPECT_EQ(OnlyCard("[[card]]\nname = \"" + std::string(254, 'n') + "\"").name.size(), 254U);
+    EXPECT_EQ(OnlyCard("[[card]]\nname = \"" + std::string(254, 'n') + "\"").name.View().size(),
+              254U);
     EXPECT_EQ(OnlyCard("[[card]]\nname = \"\"").name, "");
-    EXPECT_EQ(OnlyCard("[[card]]\npost_code = \"" + std::string(15, 'F') + "\"").postCode.size(),
-              15U);
+    EXPECT_EQ(
+        OnlyCard("[[card]]\npost_code = \"" + std::string(15, 'F') + "\"").postCode.View().size(),
+        15U);
     EXPECT_EQ(OnlyCard("[[card]]\nmemory_size = 0").memoryBytes, 0U);
     EXPECT_EQ(OnlyCard("[[card]]\nmemory_size = 68719476736").memoryBytes, U64{64} << 30);
     EXPECT_EQ(OnlyCard("[[card]]\nnode = 65534").node, 65534U);

@@ -32,7 +32,7 @@ TEST(DefaultCard, IsHealthy) {
         EXPECT_EQ(card.linkSpeed, U32{LINK_SPEED_5});
         EXPECT_EQ(card.linkWidth, U32{LINK_WIDTH_16});
         EXPECT_EQ(card.postCode, "12");
-        EXPECT_EQ(card.usageMode, ZEL_USAGE_MODE_NORMAL);
+        EXPECT_EQ(card.firstMode, ZEL_USAGE_MODE_NORMAL);
         EXPECT_EQ(card.cores, 60U);
         EXPECT_EQ(card.cpuId >> 12 & 0xF, 0xBU);
         EXPECT_EQ(card.threadMask, 0xFU);
