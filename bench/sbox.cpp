@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "MmioRegisters.h"
 #include "TestEngine/PCIExpress/PCIExpress.h"
 #include "TestEngine/PCIExpress/SboxRegisters.h"
 #include "ZelAccess.h"
@@ -15,7 +16,6 @@ namespace {
 
 constexpr int kRounds = 5;
 constexpr int kScans = 400;
-constexpr U32 kSboxBase = 0x10000;
 
 U32 CountReads() {
     U32 reads = 0;
@@ -29,9 +29,9 @@ unsigned ReadAll(HANDLE handle) {
     unsigned failed = 0;
     for (const auto* row = sbox_array; row->regName[0] != '0'; ++row) {
         U32 value = 0;
-        failed |= ZelReadMMIOReg(handle, kSboxBase + row->offset, &value);
+        failed |= ZelReadMMIOReg(handle, ZEL_MMIO_SBOX + row->offset, &value);
         if (row->size == 64)
-            failed |= ZelReadMMIOReg(handle, kSboxBase + row->offset + 4, &value);
+            failed |= ZelReadMMIOReg(handle, ZEL_MMIO_SBOX + row->offset + 4, &value);
     }
     return failed;
 }

@@ -9,6 +9,8 @@
 #include <bit>
 #include <cstring>
 
+#include "MmioRegisters.h"
+
 namespace simulated {
 
 namespace {
@@ -16,11 +18,7 @@ namespace {
 constexpr char kApiVersion[] = "3.1.2";
 constexpr U32 kProcessorClass = 0x0B4000;  // co-processor
 
-// The card's MMIO space.
 constexpr U32 kMmioBytes = 0x20000;
-constexpr U32 kSboxBase = 0x10000;
-constexpr U32 kCpuIdRegister = 0x1AB54;
-constexpr U32 kThreadEnableRegister = 0x1AB30;
 
 struct SboxDefault {
     U32 offset;
@@ -35,7 +33,7 @@ constexpr SboxDefault kSboxDefaults[] = {
 };
 
 // The SBOX at power-on, a word an element.
-using SboxWords = std::array<U32, (kMmioBytes - kSboxBase) / 4>;
+using SboxWords = std::array<U32, (kMmioBytes - ZEL_MMIO_SBOX) / 4>;
 
 const SboxWords& PowerOnSbox() {
     static const SboxWords words = [] {
@@ -186,12 +184,12 @@ U32 AccessLibrary::ReadRegister(U32 offset, U32* value) const {
         return ZEL_INVALID_PARAMETER;
     if (offset >= kMmioBytes)
         return ZEL_OUT_OF_RANGE;
-    if (offset == kCpuIdRegister)
+    if (offset == ZEL_MMIO_CPUID)
         *value = card_->cpuId;
-    else if (offset == kThreadEnableRegister)
+    else if (offset == ZEL_MMIO_THREAD_ENABLE)
         *value = card_->threadMask;
-    else if (offset >= kSboxBase)
-        *value = ReadSbox(offset - kSboxBase, host_->Sbox(*card_));
+    else if (offset >= ZEL_MMIO_SBOX)
+        *value = ReadSbox(offset - ZEL_MMIO_SBOX, host_->Sbox(*card_));
     else
         *value = 0;
     return ZEL_SUCCESS;

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "CommonTool/Trace.h"
+#include "MmioRegisters.h"
 #include "TestEngine/PCIExpress/PCIExpress.h"
 #include "TestEngine/PCIExpress/SboxRegisters.h"
 #include "TestEngine/te_main.h"
@@ -20,7 +21,7 @@ bool IsTerminator(const _SBOX_REG_DEF_VALUE& row) {
 
 // Nothing when a read failed, which is traced here.
 std::optional<U64> ReadRegister(HANDLE handle, const _SBOX_REG_DEF_VALUE& row) {
-    const U32 address = kSboxRegionOffset + row.offset;
+    const U32 address = ZEL_MMIO_SBOX + row.offset;
     U32 low = 0;
     if (ZelReadMMIOReg(handle, address, &low) != 0) {
         ZEL_TRACE(DLVL_ERROR,

@@ -15,9 +15,6 @@ struct _SBOX_REG_DEF_VALUE {
 
 inline constexpr std::size_t kSboxRegisterCount = 718;
 
-// Where the SBOX region begins in the card's MMIO space.
-inline constexpr U32 kSboxRegionOffset = 0x10000;
-
 // The name of the row that ends the table.
 inline constexpr const char* kSboxTerminatorName = "0";
 

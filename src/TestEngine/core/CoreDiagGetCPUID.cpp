@@ -1,5 +1,6 @@
 // The identification register of the card's cores: its family decides.
 #include "CommonTool/Trace.h"
+#include "MmioRegisters.h"
 #include "TestEngine/core/CoreDiag.h"
 #include "TestEngine/core/CoreInfoTest.h"
 #include "TestEngine/te_main.h"
@@ -45,7 +46,7 @@ void TraceFields(U32 id) {
 
 void CheckCpuId(HANDLE handle) {
     U32 id = 0;
-    if (ZelReadMMIOReg(handle, k_CpuIdRegister, &id) != 0) {
+    if (ZelReadMMIOReg(handle, ZEL_MMIO_CPUID, &id) != 0) {
         ifstFailAndLog(kFile, 27, "Could not get CPU information\n",
                        "Could not get CPU information");
         return;

@@ -1,5 +1,6 @@
 // The number of hardware threads: only four a core pass.
 #include "CommonTool/Trace.h"
+#include "MmioRegisters.h"
 #include "TestEngine/core/CoreDiag.h"
 #include "TestEngine/core/CoreInfoTest.h"
 #include "TestEngine/te_main.h"
@@ -29,7 +30,7 @@ U32 ThreadsPerCore(U32 mask) {
 
 void CheckThreads(HANDLE handle) {
     U32 enabled = 0;
-    if (ZelReadMMIOReg(handle, k_ThreadEnableRegister, &enabled) != 0) {
+    if (ZelReadMMIOReg(handle, ZEL_MMIO_THREAD_ENABLE, &enabled) != 0) {
         ifstFailAndLog(kFile, 28, "Could not get number of threads.\n",
                        "Could not get number of threads");
         return;

@@ -10,10 +10,6 @@ struct CoreInfoTest {
     void (*body)(HANDLE handle);
 };
 
-// Offsets in the card's MMIO space.
-inline constexpr U32 k_CpuIdRegister = 0x1AB54;
-inline constexpr U32 k_ThreadEnableRegister = 0x1AB30;
-
 // Runs the body and returns k_TestFinished. A CommonException, also for a library that is not open,
 // fails the test.
 I16 RunCoreInfoTest(U64 tstSpecCb, const CoreInfoTest& test);

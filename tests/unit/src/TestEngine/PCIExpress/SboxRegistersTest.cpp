@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "MmioRegisters.h"
 #include "SboxRegisterNames.h"
-#include "TestEngine/core/CoreInfoTest.h"
 
 namespace {
 
@@ -212,8 +212,8 @@ TEST(SboxRegisters, PlaceholdersStayOffTheRegistersOfTheCoreTests) {
     for (const auto& row : Registers()) {
         if (OriginOf(row) != Origin::provisional)
             continue;
-        EXPECT_NE(kSboxRegionOffset + row.offset, k_CpuIdRegister) << row.regName;
-        EXPECT_NE(kSboxRegionOffset + row.offset, k_ThreadEnableRegister) << row.regName;
+        EXPECT_NE(ZEL_MMIO_SBOX + row.offset, ZEL_MMIO_CPUID) << row.regName;
+        EXPECT_NE(ZEL_MMIO_SBOX + row.offset, ZEL_MMIO_THREAD_ENABLE) << row.regName;
     }
 }
 
