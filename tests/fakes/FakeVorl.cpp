@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
+#include "CallText.h"
 #include "Journal.h"
 
 namespace fakes {
@@ -17,25 +17,8 @@ namespace {
 constexpr off_t kFirstOffset = 0x80000000;
 constexpr U8 kWritten = 0xAD;
 constexpr U8 kReply = 0xAC;
+constexpr U8 kMessage = 0x5A;
 constexpr int kNoEndpoint = 1000;  // what an accept that fails leaves, which means nothing
-
-std::string Hex(off_t value) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%lX", static_cast<unsigned long>(value));
-    return text;
-}
-
-std::string List(std::initializer_list<std::string> items) {
-    std::string text;
-    for (const std::string& item : items) {
-        text += (text.empty() ? "" : ", ") + item;
-    }
-    return text;
-}
-
-std::string Text(const vorl_portID& port) {
-    return std::to_string(port.node) + ":" + std::to_string(port.port);
-}
 
 }  // namespace
 
@@ -202,39 +185,48 @@ int FakeVorl::OpenEndpoint() {
     return nextDescriptor_++;
 }
 
-void FakeVorl::Bring(const Window& window, unsigned index, U8 byte) {
-    std::memset(window.memory, byte, window.length);
-    for (const auto& [place, value] : spoiled_) {
-        if (place.first == index)
-            static_cast<U32*>(window.memory)[place.second] = value;
+void FakeVorl::BringToWindows(U8 byte, const std::function<bool(const Window&)>& chosen) {
+    const std::lock_guard lock(lock_);
+    for (unsigned index = 0; index < windows_.size(); ++index) {
+        const Window& window = windows_[index];
+        if (!chosen(window))
+            continue;
+        std::memset(window.memory, byte, window.length);
+        for (const auto& [place, value] : spoiled_) {
+            if (place.first == index)
+                static_cast<U32*>(window.memory)[place.second] = value;
+        }
     }
 }
 
-// What every operation on an endpoint begins with; the fake's inner half of the library.
-struct VorlCalls {
-    static bool Ends(const std::string& name, int epd, const std::string& arguments, int* result) {
-        *result = -1;
-        return Vorl().Meet(name, arguments, result) || !Vorl().CheckOpen(epd, name);
-    }
+// One call: its name and what it was told, and what the library's operation of that name does.
+struct VorlCall {
+    std::string name;
+    std::string told;
+    int result = -1;  // of a call that fails
 
-    static int Open() {
-        int result = 0;
-        return Vorl().Meet("vorl_open", "", &result) ? result : Vorl().OpenEndpoint();
-    }
+    // Notes the call; true when it fails.
+    bool Fails() { return Vorl().Meet(name, told, &result); }
+    bool FailsOn(int epd) { return Fails() || !Vorl().CheckOpen(epd, name); }
 
-    static int Close(int epd) {
-        int result = 0;
-        const bool ends = Ends("vorl_close", epd, std::to_string(epd), &result);
+    int vorl_open() { return Fails() ? result : Vorl().OpenEndpoint(); }
+
+    int vorl_close(int epd) {
+        const bool fails = FailsOn(epd);
         const std::lock_guard lock(Vorl().lock_);
         Vorl().open_.erase(epd);
-        return ends ? result : 0;
+        return fails ? result : 0;
     }
 
-    static int Accept(int epd, vorl_portID* peer, int* newepd, int flags) {
+    int vorl_bind(int epd, U16 port) { return FailsOn(epd) ? result : port; }
+
+    int vorl_listen(int epd, int) { return FailsOn(epd) ? result : 0; }
+
+    int vorl_connect(int epd, const vorl_portID*) { return FailsOn(epd) ? result : 0; }
+
+    int vorl_accept(int epd, vorl_portID* peer, int* newepd, int) {
         Vorl().WaitWhileBlocked(FakeVorl::Place::Accepting);
-        int result = 0;
-        if (Ends("vorl_accept", epd,
-                 List({std::to_string(epd), Text(*peer), std::to_string(flags)}), &result)) {
+        if (FailsOn(epd)) {
             *newepd = kNoEndpoint;
             return result;
         }
@@ -244,12 +236,17 @@ struct VorlCalls {
         return 0;
     }
 
-    static off_t Register(int epd, void* addr, size_t len, off_t offset, int prot, int flags) {
-        int result = 0;
-        if (Ends("vorl_register", epd,
-                 List({std::to_string(epd), std::to_string(len), Hex(offset), std::to_string(prot),
-                       std::to_string(flags)}),
-                 &result))
+    int vorl_send(int epd, const void*, int len, int) { return FailsOn(epd) ? result : len; }
+
+    int vorl_recv(int epd, void* msg, int len, int) {
+        const int received = FailsOn(epd) ? result : len;
+        if (received > 0)
+            std::memset(msg, kMessage, static_cast<size_t>(received));
+        return received;
+    }
+
+    off_t vorl_register(int epd, void* addr, size_t len, off_t offset, int, int flags) {
+        if (FailsOn(epd))
             return result;
         const std::lock_guard lock(Vorl().lock_);
         auto& windows = Vorl().windows_;
@@ -261,10 +258,8 @@ struct VorlCalls {
         return offset;
     }
 
-    static int Unregister(int epd, off_t offset, size_t len) {
-        int result = 0;
-        if (Ends("vorl_unregister", epd,
-                 List({std::to_string(epd), Hex(offset), std::to_string(len)}), &result))
+    int vorl_unregister(int epd, off_t offset, size_t len) {
+        if (FailsOn(epd))
             return result;
         const std::lock_guard lock(Vorl().lock_);
         auto& windows = Vorl().windows_;
@@ -277,119 +272,38 @@ struct VorlCalls {
         return 0;
     }
 
-    static int Transfer(const std::string& name, int epd, off_t local, size_t len, off_t remote,
-                        int flags) {
-        int result = 0;
-        if (Ends(name, epd,
-                 List({std::to_string(epd), Hex(local), std::to_string(len), Hex(remote),
-                       std::to_string(flags)}),
-                 &result))
+    int vorl_writeto(int epd, off_t, size_t, off_t, int) { return FailsOn(epd) ? result : 0; }
+
+    int vorl_readfrom(int epd, off_t local, size_t, off_t, int) {
+        if (FailsOn(epd))
             return result;
-        if (name != "vorl_readfrom")
-            return 0;
-        const std::lock_guard lock(Vorl().lock_);
-        for (unsigned index = 0; index < Vorl().windows_.size(); ++index) {
-            if (Vorl().windows_[index].offset == local)
-                Vorl().Bring(Vorl().windows_[index], index, kReply);
-        }
+        Vorl().BringToWindows(
+            kReply, [=](const FakeVorl::Window& window) { return window.offset == local; });
         return 0;
     }
 
-    static int MarkFence(int epd, int flags, int* mark) {
-        int result = 0;
-        if (Ends("vorl_fence_mark", epd, List({std::to_string(epd), std::to_string(flags)}),
-                 &result))
+    int vorl_fence_mark(int epd, int, int* mark) {
+        if (FailsOn(epd))
             return result;
         const std::lock_guard lock(Vorl().lock_);
         *mark = ++Vorl().lastMark_;
         return 0;
     }
 
-    static int WaitForFence(int epd, int mark) {
-        int result = 0;
-        if (Ends("vorl_fence_wait", epd, List({std::to_string(epd), std::to_string(mark)}),
-                 &result))
+    int vorl_fence_wait(int epd, int) {
+        if (FailsOn(epd))
             return result;
-        const std::lock_guard lock(Vorl().lock_);
-        for (unsigned index = 0; index < Vorl().windows_.size(); ++index) {
-            Vorl().Bring(Vorl().windows_[index], index, kWritten);
-        }
+        Vorl().BringToWindows(kWritten, [](const FakeVorl::Window&) { return true; });
         return 0;
-    }
-
-    // An operation of which nothing but its result is seen.
-    static int Simple(const std::string& name, int epd, const std::string& arguments, int success) {
-        int result = 0;
-        return Ends(name, epd, arguments, &result) ? result : success;
     }
 };
 
 }  // namespace fakes
 
-using fakes::VorlCalls;
+using fakes::at;
 
-int vorl_open(void) {
-    return VorlCalls::Open();
-}
-
-int vorl_close(int epd) {
-    return VorlCalls::Close(epd);
-}
-
-int vorl_bind(int epd, U16 port) {
-    return VorlCalls::Simple("vorl_bind", epd,
-                             fakes::List({std::to_string(epd), std::to_string(port)}), port);
-}
-
-int vorl_listen(int epd, int backlog) {
-    return VorlCalls::Simple("vorl_listen", epd,
-                             fakes::List({std::to_string(epd), std::to_string(backlog)}), 0);
-}
-
-int vorl_connect(int epd, vorl_portID* peer) {
-    return VorlCalls::Simple("vorl_connect", epd,
-                             fakes::List({std::to_string(epd), fakes::Text(*peer)}), 0);
-}
-
-int vorl_accept(int epd, vorl_portID* peer, int* newepd, int flags) {
-    return VorlCalls::Accept(epd, peer, newepd, flags);
-}
-
-int vorl_send(int epd, void*, int len, int flags) {
-    return VorlCalls::Simple(
-        "vorl_send", epd,
-        fakes::List({std::to_string(epd), std::to_string(len), std::to_string(flags)}), len);
-}
-
-int vorl_recv(int epd, void* msg, int len, int flags) {
-    const int result = VorlCalls::Simple(
-        "vorl_recv", epd,
-        fakes::List({std::to_string(epd), std::to_string(len), std::to_string(flags)}), len);
-    if (result > 0)
-        std::memset(msg, 0x5A, static_cast<size_t>(result));
-    return result;
-}
-
-off_t vorl_register(int epd, void* addr, size_t len, off_t offset, int prot, int flags) {
-    return VorlCalls::Register(epd, addr, len, offset, prot, flags);
-}
-
-int vorl_unregister(int epd, off_t offset, size_t len) {
-    return VorlCalls::Unregister(epd, offset, len);
-}
-
-int vorl_writeto(int epd, off_t local, size_t len, off_t remote, int flags) {
-    return VorlCalls::Transfer("vorl_writeto", epd, local, len, remote, flags);
-}
-
-int vorl_readfrom(int epd, off_t local, size_t len, off_t remote, int flags) {
-    return VorlCalls::Transfer("vorl_readfrom", epd, local, len, remote, flags);
-}
-
-int vorl_fence_mark(int epd, int flags, int* mark) {
-    return VorlCalls::MarkFence(epd, flags, mark);
-}
-
-int vorl_fence_wait(int epd, int mark) {
-    return VorlCalls::WaitForFence(epd, mark);
-}
+#define VORL_CALL(fault, failed, result, name, parameters, arguments, told) \
+    result name parameters {                                                \
+        return fakes::VorlCall{#name, fakes::Told told}.name arguments;     \
+    }
+#include "Calls.def"

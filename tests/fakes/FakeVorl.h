@@ -59,7 +59,7 @@ public:
     std::vector<Window> Windows();
 
 private:
-    friend struct VorlCalls;
+    friend struct VorlCall;
 
     struct Failure {
         int result;
@@ -73,7 +73,7 @@ private:
     bool Meet(const std::string& name, const std::string& arguments, int* result);
     bool CheckOpen(int epd, const std::string& name);
     int OpenEndpoint();
-    void Bring(const Window& window, unsigned index, U8 byte);
+    void BringToWindows(U8 byte, const std::function<bool(const Window&)>& chosen);
     enum class Place { Nowhere, Accepting, Accepted };
     void Block(Place place);
     void WaitWhileBlocked(Place place);

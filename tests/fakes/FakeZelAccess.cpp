@@ -110,6 +110,20 @@ std::optional<U32> FakeZelAccess::FailureOf(const std::string& name) {
     return failure.status;
 }
 
+void FakeZelAccess::SpoilRead(U64 address, U8* data, U32 bytes) const {
+    for (const StuckBit& stuck : stuckBits) {
+        if (stuck.address < address || stuck.address - address >= bytes) {
+            continue;
+        }
+        U8& cell = data[stuck.address - address];
+        const U8 mask = static_cast<U8>(1U << stuck.bit);
+        cell = static_cast<U8>(stuck.value ? cell | mask : cell & ~mask);
+    }
+    if (corruptRead) {
+        corruptRead(address, data, bytes);
+    }
+}
+
 void FakeZelAccess::Reset() {
     *this = FakeZelAccess();
     cards.assign(1, Card());

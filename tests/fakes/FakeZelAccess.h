@@ -20,6 +20,7 @@
 #include <string_view>
 #include <vector>
 
+#include "MmioRegisters.h"
 #include "ZelAccessApi.h"
 #include "host/SparseMemory.h"
 
@@ -40,8 +41,9 @@ struct Card {
     std::string postCode = "12";
     ZEL_CARD_USAGE_MODE usageMode = ZEL_USAGE_MODE_NORMAL;
     U32 cores = 60;
-    std::map<U32, U32> registers = {{0x1AB54, 0x0000B000}, {0x1AB30, 0xF}};  // all others read as 0
-    U32 smcFirmware = 0x0110002A;                                            // 1.16.42
+    std::map<U32, U32> registers = {{ZEL_MMIO_CPUID, 0x0000B000},
+                                    {ZEL_MMIO_THREAD_ENABLE, 0xF}};  // all others read as 0
+    U32 smcFirmware = 0x0110002A;                                    // 1.16.42
     U32 smcHardware = 0x00030002;
     std::array<U8, 16> uuid = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77,
                                0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF};
@@ -105,11 +107,14 @@ public:
     int OpenCard() const { return openCard_; }
     bool IsOpen() const { return open_; }
 
+    // Which of the records that ZelInitAPI filled last this one is.
+    long IndexOf(const ZelDeviceOnSystem* device) const { return device - devices_; }
+
     void Reset();
     void Verify();
 
 private:
-    friend struct ZelAccessCalls;
+    friend struct ZelAccessCall;
 
     struct Failure {
         U32 status;
@@ -129,6 +134,7 @@ private:
     Answer NextAnswer(const std::string& name, const std::string& call);
     std::optional<Answer> ExpectedAnswer(const std::string& call);
     std::optional<U32> FailureOf(const std::string& name);
+    void SpoilRead(U64 address, U8* data, U32 bytes) const;
 
     bool open_ = false;
     int openCard_ = -1;

@@ -1,13 +1,11 @@
 // The functions of libZelAccessSDK, answered by the fake. As in the library, a call that fails leaves
 // its outputs untouched.
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
+#include "CallText.h"
 #include "FakeZelAccess.h"
-#include "Journal.h"
 
 namespace fakes {
 
@@ -17,24 +15,6 @@ int handleTarget = 0;
 
 HANDLE TheHandle() {
     return &handleTarget;
-}
-
-std::string Hex(U64 value) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%" PRIX64, value);
-    return text;
-}
-
-std::string List(std::initializer_list<std::string> arguments) {
-    std::string list;
-    for (const std::string& argument : arguments) {
-        list += (list.empty() ? "" : ", ") + argument;
-    }
-    return list;
-}
-
-std::string Text(const char* text) {
-    return text == nullptr ? "null" : Quote(text);
 }
 
 template <typename Number>
@@ -63,46 +43,50 @@ void DescribeCard(const Card& card, ZelDeviceOnSystem& record) {
 
 }  // namespace
 
-struct ZelAccessCalls {
-    // Notes a call that belongs to no card and takes its answer.
-    static Answer Note(const char* name, const std::string& arguments) {
-        return ZelAccess().NextAnswer(name, std::string(name) + "(" + arguments + ")");
+// One call: its name and what it was told, and what the library's function of that name does.
+struct ZelAccessCall {
+    std::string name;
+    std::string told;
+
+    Answer Note(const std::string& arguments) const {
+        return ZelAccess().NextAnswer(name, name + "(" + arguments + ")");
     }
 
-    // A call on the open card: notes it and, unless the script or the library's state refuses it,
-    // lets `action(card, answer)` fill the outputs and give the status.
+    // Notes the call and, unless the script or the handle stands in its way, lets `action(answer)` fill
+    // the outputs and give the status.
     template <typename Action>
-    static U32 OnCard(const char* name, HANDLE handle, const std::string& arguments,
-                      Action action) {
-        FakeZelAccess& fake = ZelAccess();
-        const bool valid = fake.open_ && handle == TheHandle();
-        const Answer answer = Note(
-            name, valid ? arguments : "bad handle" + (arguments.empty() ? "" : ", " + arguments));
+    U32 WithHandle(HANDLE handle, Action action) const {
+        const bool valid = ZelAccess().open_ && handle == TheHandle();
+        const Answer answer = Note(valid ? told : "bad handle" + (told.empty() ? "" : ", " + told));
         if (answer.status != ZEL_SUCCESS) {
             return answer.status;
         }
-        if (!valid) {
-            return ZEL_INVALID_HANDLE;
-        }
-        if (fake.openCard_ < 0) {
-            return ZEL_NO_ADAPTER_OPEN;
-        }
-        return action(fake.cards[static_cast<std::size_t>(fake.openCard_)], answer);
+        return valid ? action(answer) : U32{ZEL_INVALID_HANDLE};
     }
 
-    template <typename Number>
-    static U32 GetNumber(const char* name, HANDLE handle, Number* output,
-                         U64 (*read)(const Card&)) {
-        return OnCard(name, handle, "", [&](const Card& card, const Answer& answer) {
-            PutNumber(output, answer, read(card));
+    // The same for a call on the open card, with `action(card, answer)`.
+    template <typename Action>
+    U32 OnCard(HANDLE handle, Action action) const {
+        return WithHandle(handle, [&](const Answer& answer) {
+            FakeZelAccess& fake = ZelAccess();
+            if (fake.openCard_ < 0) {
+                return U32{ZEL_NO_ADAPTER_OPEN};
+            }
+            return action(fake.cards[static_cast<std::size_t>(fake.openCard_)], answer);
+        });
+    }
+
+    template <typename Number, typename Field>
+    U32 Report(HANDLE handle, Number* output, Field Card::*field) const {
+        return OnCard(handle, [&](const Card& card, const Answer& answer) {
+            PutNumber(output, answer, card.*field);
             return U32{ZEL_SUCCESS};
         });
     }
 
-    static U32 OpenLibrary(HANDLE* handle, U32 target, ZelDeviceOnSystem* devices, U32* count) {
+    U32 ZelInitAPI(HANDLE* handle, U32, ZelDeviceOnSystem* devices, U32* count) const {
         FakeZelAccess& fake = ZelAccess();
-        const Answer answer =
-            Note("ZelInitAPI", List({std::to_string(target), std::to_string(*count)}));
+        const Answer answer = Note(told);
         if (answer.status != ZEL_SUCCESS) {
             return answer.status;
         }
@@ -118,49 +102,80 @@ struct ZelAccessCalls {
         return ZEL_SUCCESS;
     }
 
-    static U32 CloseLibrary(HANDLE* handle) {
-        FakeZelAccess& fake = ZelAccess();
-        const bool valid = fake.open_ && *handle == TheHandle();
-        const Answer answer = Note("ZelCloseAPI", valid ? "" : "bad handle");
-        if (answer.status != ZEL_SUCCESS) {
-            return answer.status;
-        }
-        if (!valid) {
-            return ZEL_INVALID_HANDLE;
-        }
-        *handle = nullptr;
-        fake.open_ = false;
-        fake.openCard_ = -1;
-        return ZEL_SUCCESS;
-    }
-
-    static U32 OpenCard(HANDLE* handle, const ZelDeviceOnSystem* device) {
-        FakeZelAccess& fake = ZelAccess();
-        const bool valid = fake.open_ && *handle == TheHandle();
-        const std::string index =
-            valid ? std::to_string(device - fake.devices_) : std::string("bad handle");
-        const Answer answer = Note("ZelInitAdapter", index);
-        if (answer.status != ZEL_SUCCESS) {
-            return answer.status;
-        }
-        if (!valid) {
-            return ZEL_INVALID_HANDLE;
-        }
-        if (fake.openCard_ >= 0) {
-            return ZEL_ADAPTER_ALREADY_OPEN;
-        }
-        if (device < fake.devices_ || device >= fake.devices_ + fake.cards.size()) {
-            return ZEL_NO_SUCH_DEVICE;
-        }
-        fake.openCard_ = static_cast<int>(device - fake.devices_);
-        return ZEL_SUCCESS;
-    }
-
-    static U32 CloseCard(HANDLE handle) {
-        return OnCard("ZelCloseAdapter", handle, "", [](const Card&, const Answer&) {
+    U32 ZelCloseAPI(HANDLE* handle) const {
+        return WithHandle(*handle, [&](const Answer&) {
+            *handle = nullptr;
+            ZelAccess().open_ = false;
             ZelAccess().openCard_ = -1;
             return U32{ZEL_SUCCESS};
         });
+    }
+
+    U32 ZelInitAdapter(HANDLE* handle, const ZelDeviceOnSystem* device) const {
+        return WithHandle(*handle, [&](const Answer&) {
+            FakeZelAccess& fake = ZelAccess();
+            if (fake.openCard_ >= 0) {
+                return U32{ZEL_ADAPTER_ALREADY_OPEN};
+            }
+            if (device < fake.devices_ || device >= fake.devices_ + fake.cards.size()) {
+                return U32{ZEL_NO_SUCH_DEVICE};
+            }
+            fake.openCard_ = static_cast<int>(device - fake.devices_);
+            return U32{ZEL_SUCCESS};
+        });
+    }
+
+    U32 ZelCloseAdapter(HANDLE handle) const {
+        return OnCard(handle, [](const Card&, const Answer&) {
+            ZelAccess().openCard_ = -1;
+            return U32{ZEL_SUCCESS};
+        });
+    }
+
+    const char* ZelGetErrorString(U32 status) const {
+        static std::map<U32, std::string> texts;
+        std::string& text = texts[status];
+        text = Note(told).text.value_or("text of status " + std::to_string(status));
+        return text.c_str();
+    }
+
+    U32 ZelGetZelVersion(HANDLE handle, _E_ZEL_VERSION_TYPE type, char* text, U32* length) const {
+        return OnCard(handle, [&](const Card& card, const Answer& answer) {
+            const auto version = card.versions.find(type);
+            if (!answer.text && version == card.versions.end()) {
+                return U32{ZEL_NOT_SUPPORTED};
+            }
+            const std::string found = answer.text ? *answer.text : version->second;
+            if (found.size() >= *length) {
+                return U32{ZEL_BUFFER_TOO_SMALL};
+            }
+            PutText(text, *length, found);
+            PutNumber(length, answer, found.size());
+            return U32{ZEL_SUCCESS};
+        });
+    }
+
+    U32 ZelGetSMCFWVersion(HANDLE handle, ZEL_SMCFwRevType* revision) const {
+        return Report(handle, &revision->value, &Card::smcFirmware);
+    }
+
+    U32 ZelGetSMCHWRevision(HANDLE handle, ZEL_SMCHwRevType* revision) const {
+        return Report(handle, &revision->value, &Card::smcHardware);
+    }
+
+    U32 ZelGetUUID(HANDLE handle, U8* uuid, U32* length) const {
+        return OnCard(handle, [&](const Card& card, const Answer& answer) {
+            if (*length < card.uuid.size()) {
+                return U32{ZEL_BUFFER_TOO_SMALL};
+            }
+            std::copy(card.uuid.begin(), card.uuid.end(), uuid);
+            PutNumber(length, answer, card.uuid.size());
+            return U32{ZEL_SUCCESS};
+        });
+    }
+
+    U32 ZelGetUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE* mode) const {
+        return Report(handle, mode, &Card::usageMode);
     }
 
     static U32 SetMode(Card& card, ZEL_CARD_USAGE_MODE mode) {
@@ -171,222 +186,114 @@ struct ZelAccessCalls {
         return ZEL_SUCCESS;
     }
 
-    // Copies card memory to (`write` false) or from `buffer`.
-    static U32 AccessMemory(const Card& card, U64 address, U8* buffer, U32 bytes, bool write) {
-        if (card.usageMode != ZEL_USAGE_MODE_MEMDIAG) {
-            return ZEL_ACCESS_DENIED;
-        }
-        if (bytes > card.memoryBytes || address > card.memoryBytes - bytes) {
-            return ZEL_OUT_OF_RANGE;
-        }
-        FakeZelAccess& fake = ZelAccess();
-        SparseMemory& memory =
-            fake.memories_.try_emplace(fake.openCard_, card.memoryBytes).first->second;
-        if (write) {
-            memory.Write(address, buffer, bytes);
-            return ZEL_SUCCESS;
-        }
-        if (fake.readsTouchNothing) {
-            return ZEL_SUCCESS;
-        }
-        memory.Read(address, buffer, bytes);
-        ApplyStuckBits(address, buffer, bytes);
-        if (fake.corruptRead) {
-            fake.corruptRead(address, buffer, bytes);
-        }
-        return ZEL_SUCCESS;
+    U32 ZelSetUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE mode) const {
+        return OnCard(handle, [&](Card& card, const Answer&) { return SetMode(card, mode); });
     }
 
-    static void ApplyStuckBits(U64 address, U8* buffer, U32 bytes) {
-        for (const StuckBit& stuck : ZelAccess().stuckBits) {
-            if (stuck.address < address || stuck.address - address >= bytes) {
-                continue;
+    U32 ZelSetUsageModeExtn(HANDLE handle, ZEL_CARD_USAGE_MODE mode, U32, const char*,
+                            const char*) const {
+        return OnCard(handle, [&](Card& card, const Answer&) {
+            if (mode == ZEL_USAGE_MODE_MEMDIAG && card.usageMode == ZEL_USAGE_MODE_NORMAL) {
+                return U32{ZEL_DEVICE_IN_NORMAL_MODE};
             }
-            U8& cell = buffer[stuck.address - address];
-            const U8 mask = static_cast<U8>(1U << stuck.bit);
-            cell = static_cast<U8>(stuck.value ? cell | mask : cell & ~mask);
-        }
+            return SetMode(card, mode);
+        });
     }
 
-    static std::string MemoryArguments(U64 address, U32 bytes, U32 width, U32 caching) {
-        return List(
-            {Hex(address), std::to_string(bytes), std::to_string(width), std::to_string(caching)});
+    U32 ZelGetPostCode(HANDLE handle, char* code) const {
+        constexpr std::size_t kCodeBytes = 16;
+        return OnCard(handle, [&](const Card& card, const Answer& answer) {
+            PutText(code, kCodeBytes, answer.text.value_or(card.postCode));
+            return U32{ZEL_SUCCESS};
+        });
+    }
+
+    U32 ZelGetPcieLinkSpeed(HANDLE handle, U32* speed) const {
+        return Report(handle, speed, &Card::linkSpeed);
+    }
+
+    U32 ZelGetPcieLinkWidth(HANDLE handle, U32* width) const {
+        return Report(handle, width, &Card::linkWidth);
+    }
+
+    U32 ZelGetRevisionID(HANDLE handle, U32* revision) const {
+        return Report(handle, revision, &Card::revisionId);
+    }
+
+    U32 ZelGetSubSystemID(HANDLE handle, U32* subsystem) const {
+        return Report(handle, subsystem, &Card::subsystemId);
+    }
+
+    U32 ZelReadMMIOReg(HANDLE handle, U32 offset, U32* value) const {
+        return OnCard(handle, [&](const Card& card, const Answer& answer) {
+            const auto found = card.registers.find(offset);
+            PutNumber(value, answer, found == card.registers.end() ? 0 : found->second);
+            return U32{ZEL_SUCCESS};
+        });
+    }
+
+    U32 ZelGetNumCores(HANDLE handle, U32* count) const {
+        return Report(handle, count, &Card::cores);
+    }
+
+    U32 ZelGetGDDRMemSize(HANDLE handle, U64* bytes) const {
+        return Report(handle, bytes, &Card::memoryBytes);
+    }
+
+    U32 ZelGetDevMemInfo(HANDLE handle, ZelDevMemInfo* info) const {
+        return OnCard(handle, [&](const Card& card, const Answer&) {
+            *info = {};
+            PutText(info->vendorName, sizeof info->vendorName, card.memoryVendor);
+            PutText(info->memoryType, sizeof info->memoryType, card.memoryType);
+            info->revision = card.memoryRevision;
+            info->density = card.memoryDensityMegabytes;
+            info->size = static_cast<U32>(card.memoryBytes / 1024);
+            info->speed = card.memorySpeed;
+            return U32{ZEL_SUCCESS};
+        });
+    }
+
+    // The cells of the open card that an access reaches, and the memory that holds them.
+    template <typename Action>
+    U32 OnMemory(HANDLE handle, U64 address, U32 bytes, Action action) const {
+        return OnCard(handle, [&](const Card& card, const Answer&) {
+            if (card.usageMode != ZEL_USAGE_MODE_MEMDIAG) {
+                return U32{ZEL_ACCESS_DENIED};
+            }
+            if (bytes > card.memoryBytes || address > card.memoryBytes - bytes) {
+                return U32{ZEL_OUT_OF_RANGE};
+            }
+            FakeZelAccess& fake = ZelAccess();
+            action(fake.memories_.try_emplace(fake.openCard_, card.memoryBytes).first->second);
+            return U32{ZEL_SUCCESS};
+        });
+    }
+
+    U32 ZelReadMemPhysical(HANDLE handle, U64 address, void* buffer, U32 bytes, U32, U32) const {
+        return OnMemory(handle, address, bytes, [&](const SparseMemory& memory) {
+            if (ZelAccess().readsTouchNothing) {
+                return;
+            }
+            memory.Read(address, buffer, bytes);
+            ZelAccess().SpoilRead(address, static_cast<U8*>(buffer), bytes);
+        });
+    }
+
+    U32 ZelWriteMemPhysical(HANDLE handle, U64 address, const void* buffer, U32 bytes, U32,
+                            U32) const {
+        return OnMemory(handle, address, bytes,
+                        [&](SparseMemory& memory) { memory.Write(address, buffer, bytes); });
     }
 };
 
 }  // namespace fakes
 
-using fakes::Answer;
-using fakes::Card;
-using Calls = fakes::ZelAccessCalls;
+using fakes::at;
 
+#define ACCESS_CALL(fault, failed, result, name, parameters, arguments, told) \
+    result name parameters {                                                  \
+        return fakes::ZelAccessCall{#name, fakes::Told told}.name arguments;  \
+    }
 extern "C" {
-
-U32 ZelInitAPI(HANDLE* handle, U32 target, ZelDeviceOnSystem* devices, U32* count) {
-    return Calls::OpenLibrary(handle, target, devices, count);
+#include "Calls.def"
 }
-
-U32 ZelCloseAPI(HANDLE* handle) {
-    return Calls::CloseLibrary(handle);
-}
-
-U32 ZelInitAdapter(HANDLE* handle, ZelDeviceOnSystem* device) {
-    return Calls::OpenCard(handle, device);
-}
-
-U32 ZelCloseAdapter(HANDLE handle) {
-    return Calls::CloseCard(handle);
-}
-
-const char* ZelGetErrorString(U32 status) {
-    static std::map<U32, std::string> texts;
-    const Answer answer = Calls::Note("ZelGetErrorString", std::to_string(status));
-    std::string& text = texts[status];
-    text = answer.text.value_or("text of status " + std::to_string(status));
-    return text.c_str();
-}
-
-U32 ZelGetZelVersion(HANDLE handle, _E_ZEL_VERSION_TYPE type, char* text, U32* length) {
-    return Calls::OnCard("ZelGetZelVersion", handle,
-                         fakes::List({std::to_string(type), std::to_string(*length)}),
-                         [&](const Card& card, const Answer& answer) {
-                             const auto version = card.versions.find(type);
-                             if (!answer.text && version == card.versions.end()) {
-                                 return U32{ZEL_NOT_SUPPORTED};
-                             }
-                             const std::string found = answer.text ? *answer.text : version->second;
-                             if (found.size() >= *length) {
-                                 return U32{ZEL_BUFFER_TOO_SMALL};
-                             }
-                             fakes::PutText(text, *length, found);
-                             fakes::PutNumber(length, answer, found.size());
-                             return U32{ZEL_SUCCESS};
-                         });
-}
-
-U32 ZelGetSMCFWVersion(HANDLE handle, ZEL_SMCFwRevType* revision) {
-    return Calls::GetNumber("ZelGetSMCFWVersion", handle, &revision->value,
-                            [](const Card& card) { return U64{card.smcFirmware}; });
-}
-
-U32 ZelGetSMCHWRevision(HANDLE handle, ZEL_SMCHwRevType* revision) {
-    return Calls::GetNumber("ZelGetSMCHWRevision", handle, &revision->value,
-                            [](const Card& card) { return U64{card.smcHardware}; });
-}
-
-U32 ZelGetUUID(HANDLE handle, U8* uuid, U32* length) {
-    return Calls::OnCard("ZelGetUUID", handle, std::to_string(*length),
-                         [&](const Card& card, const Answer& answer) {
-                             if (*length < card.uuid.size()) {
-                                 return U32{ZEL_BUFFER_TOO_SMALL};
-                             }
-                             std::copy(card.uuid.begin(), card.uuid.end(), uuid);
-                             fakes::PutNumber(length, answer, card.uuid.size());
-                             return U32{ZEL_SUCCESS};
-                         });
-}
-
-U32 ZelGetUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE* mode) {
-    return Calls::GetNumber("ZelGetUsageMode", handle, mode,
-                            [](const Card& card) { return U64{card.usageMode}; });
-}
-
-U32 ZelSetUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE mode) {
-    return Calls::OnCard("ZelSetUsageMode", handle, std::to_string(mode),
-                         [&](Card& card, const Answer&) { return Calls::SetMode(card, mode); });
-}
-
-U32 ZelSetUsageModeExtn(HANDLE handle, ZEL_CARD_USAGE_MODE mode, U32 size, const char* image,
-                        const char* extra) {
-    return Calls::OnCard(
-        "ZelSetUsageModeExtn", handle,
-        fakes::List(
-            {std::to_string(mode), std::to_string(size), fakes::Text(image), fakes::Text(extra)}),
-        [&](Card& card, const Answer&) {
-            if (mode == ZEL_USAGE_MODE_MEMDIAG && card.usageMode == ZEL_USAGE_MODE_NORMAL) {
-                return U32{ZEL_DEVICE_IN_NORMAL_MODE};
-            }
-            return Calls::SetMode(card, mode);
-        });
-}
-
-U32 ZelGetPostCode(HANDLE handle, char* code) {
-    constexpr std::size_t kCodeBytes = 16;
-    return Calls::OnCard("ZelGetPostCode", handle, "", [&](const Card& card, const Answer& answer) {
-        fakes::PutText(code, kCodeBytes, answer.text.value_or(card.postCode));
-        return U32{ZEL_SUCCESS};
-    });
-}
-
-U32 ZelGetPcieLinkSpeed(HANDLE handle, U32* speed) {
-    return Calls::GetNumber("ZelGetPcieLinkSpeed", handle, speed,
-                            [](const Card& card) { return U64{card.linkSpeed}; });
-}
-
-U32 ZelGetPcieLinkWidth(HANDLE handle, U32* width) {
-    return Calls::GetNumber("ZelGetPcieLinkWidth", handle, width,
-                            [](const Card& card) { return U64{card.linkWidth}; });
-}
-
-U32 ZelGetRevisionID(HANDLE handle, U32* revision) {
-    return Calls::GetNumber("ZelGetRevisionID", handle, revision,
-                            [](const Card& card) { return U64{card.revisionId}; });
-}
-
-U32 ZelGetSubSystemID(HANDLE handle, U32* subsystem) {
-    return Calls::GetNumber("ZelGetSubSystemID", handle, subsystem,
-                            [](const Card& card) { return U64{card.subsystemId}; });
-}
-
-U32 ZelReadMMIOReg(HANDLE handle, U32 offset, U32* value) {
-    return Calls::OnCard("ZelReadMMIOReg", handle, fakes::Hex(offset),
-                         [&](const Card& card, const Answer& answer) {
-                             const auto found = card.registers.find(offset);
-                             const U32 content = found == card.registers.end() ? 0 : found->second;
-                             fakes::PutNumber(value, answer, content);
-                             return U32{ZEL_SUCCESS};
-                         });
-}
-
-U32 ZelGetNumCores(HANDLE handle, U32* count) {
-    return Calls::GetNumber("ZelGetNumCores", handle, count,
-                            [](const Card& card) { return U64{card.cores}; });
-}
-
-U32 ZelGetGDDRMemSize(HANDLE handle, U64* bytes) {
-    return Calls::GetNumber("ZelGetGDDRMemSize", handle, bytes,
-                            [](const Card& card) { return card.memoryBytes; });
-}
-
-U32 ZelGetDevMemInfo(HANDLE handle, ZelDevMemInfo* info) {
-    return Calls::OnCard("ZelGetDevMemInfo", handle, "", [&](const Card& card, const Answer&) {
-        *info = {};
-        fakes::PutText(info->vendorName, sizeof info->vendorName, card.memoryVendor);
-        fakes::PutText(info->memoryType, sizeof info->memoryType, card.memoryType);
-        info->revision = card.memoryRevision;
-        info->density = card.memoryDensityMegabytes;
-        info->size = static_cast<U32>(card.memoryBytes / 1024);
-        info->speed = card.memorySpeed;
-        return U32{ZEL_SUCCESS};
-    });
-}
-
-U32 ZelReadMemPhysical(HANDLE handle, U64 address, void* buffer, U32 bytes, U32 width,
-                       U32 caching) {
-    return Calls::OnCard(
-        "ZelReadMemPhysical", handle, Calls::MemoryArguments(address, bytes, width, caching),
-        [&](const Card& card, const Answer&) {
-            return Calls::AccessMemory(card, address, static_cast<U8*>(buffer), bytes, false);
-        });
-}
-
-U32 ZelWriteMemPhysical(HANDLE handle, U64 address, void* buffer, U32 bytes, U32 width,
-                        U32 caching) {
-    return Calls::OnCard(
-        "ZelWriteMemPhysical", handle, Calls::MemoryArguments(address, bytes, width, caching),
-        [&](const Card& card, const Answer&) {
-            return Calls::AccessMemory(card, address, static_cast<U8*>(buffer), bytes, true);
-        });
-}
-
-}  // extern "C"

@@ -174,24 +174,24 @@ ZEL_EXPORT const char* ZelGetErrorString(U32 status) {
 }
 
 ZEL_EXPORT U32 ZelGetZelVersion(HANDLE handle, _E_ZEL_VERSION_TYPE type, char* text, U32* length) {
-    return OnCard("ZelGetZelVersion", handle, {text, length},
+    return OnCard(__func__, handle, {text, length},
                   [&](const AccessLibrary& library, const CardState&) {
                       return library.Version(type, text, length);
                   });
 }
 
 ZEL_EXPORT U32 ZelGetSMCFWVersion(HANDLE handle, ZEL_SMCFwRevType* revision) {
-    return ReportField("ZelGetSMCFWVersion", handle,
-                       revision == nullptr ? nullptr : &revision->value, &CardState::smcFirmware);
+    return ReportField(__func__, handle, revision == nullptr ? nullptr : &revision->value,
+                       &CardState::smcFirmware);
 }
 
 ZEL_EXPORT U32 ZelGetSMCHWRevision(HANDLE handle, ZEL_SMCHwRevType* revision) {
-    return ReportField("ZelGetSMCHWRevision", handle,
-                       revision == nullptr ? nullptr : &revision->value, &CardState::smcHardware);
+    return ReportField(__func__, handle, revision == nullptr ? nullptr : &revision->value,
+                       &CardState::smcHardware);
 }
 
 ZEL_EXPORT U32 ZelGetUUID(HANDLE handle, U8* uuid, U32* length) {
-    return OnCard("ZelGetUUID", handle, {uuid, length},
+    return OnCard(__func__, handle, {uuid, length},
                   [&](AccessLibrary&, const CardState& card) -> U32 {
                       if (*length < card.uuid.size())
                           return ZEL_BUFFER_TOO_SMALL;
@@ -202,94 +202,88 @@ ZEL_EXPORT U32 ZelGetUUID(HANDLE handle, U8* uuid, U32* length) {
 }
 
 ZEL_EXPORT U32 ZelGetUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE* mode) {
-    return OnCard("ZelGetUsageMode", handle, {mode},
-                  [&](AccessLibrary&, const CardState& card) -> U32 {
-                      *mode = HostState::UsageModeOf(card);
-                      return ZEL_SUCCESS;
-                  });
+    return OnCard(__func__, handle, {mode}, [&](AccessLibrary&, const CardState& card) -> U32 {
+        *mode = HostState::UsageModeOf(card);
+        return ZEL_SUCCESS;
+    });
 }
 
 ZEL_EXPORT U32 ZelSetUsageMode(HANDLE handle, ZEL_CARD_USAGE_MODE mode) {
-    return OnCard("ZelSetUsageMode", handle, {},
+    return OnCard(__func__, handle, {},
                   [&](AccessLibrary& library, const CardState&) { return library.SetMode(mode); });
 }
 
 ZEL_EXPORT U32 ZelSetUsageModeExtn(HANDLE handle, ZEL_CARD_USAGE_MODE mode, U32, const char* image,
                                    const char* extra) {
-    return OnCard("ZelSetUsageModeExtn", handle, {image, extra},
-                  [&](AccessLibrary& library, const CardState&) {
-                      return library.SetModeWithImage(mode, image);
-                  });
+    return OnCard(__func__, handle, {image, extra}, [&](AccessLibrary& library, const CardState&) {
+        return library.SetModeWithImage(mode, image);
+    });
 }
 
 ZEL_EXPORT U32 ZelGetPostCode(HANDLE handle, char* code) {
-    return OnCard("ZelGetPostCode", handle, {code},
-                  [&](AccessLibrary&, const CardState& card) -> U32 {
-                      const auto& text = card.postCode.Bytes();
-                      std::copy(text.begin(), text.end(), code);
-                      return ZEL_SUCCESS;
-                  });
+    return OnCard(__func__, handle, {code}, [&](AccessLibrary&, const CardState& card) -> U32 {
+        const auto& text = card.postCode.Bytes();
+        std::copy(text.begin(), text.end(), code);
+        return ZEL_SUCCESS;
+    });
 }
 
 ZEL_EXPORT U32 ZelGetPcieLinkSpeed(HANDLE handle, U32* speed) {
-    return ReportField("ZelGetPcieLinkSpeed", handle, speed, &CardState::linkSpeed);
+    return ReportField(__func__, handle, speed, &CardState::linkSpeed);
 }
 
 ZEL_EXPORT U32 ZelGetPcieLinkWidth(HANDLE handle, U32* width) {
-    return ReportField("ZelGetPcieLinkWidth", handle, width, &CardState::linkWidth);
+    return ReportField(__func__, handle, width, &CardState::linkWidth);
 }
 
 ZEL_EXPORT U32 ZelGetRevisionID(HANDLE handle, U32* revision) {
-    return ReportField("ZelGetRevisionID", handle, revision, &CardState::revisionId);
+    return ReportField(__func__, handle, revision, &CardState::revisionId);
 }
 
 ZEL_EXPORT U32 ZelGetSubSystemID(HANDLE handle, U32* subsystem) {
-    return ReportField("ZelGetSubSystemID", handle, subsystem, &CardState::subsystemId);
+    return ReportField(__func__, handle, subsystem, &CardState::subsystemId);
 }
 
 ZEL_EXPORT U32 ZelReadMMIOReg(HANDLE handle, U32 offset, U32* value) {
-    return OnCard("ZelReadMMIOReg", handle, {value},
-                  [&](const AccessLibrary& library, const CardState&) {
-                      return library.ReadRegister(offset, value);
-                  });
+    return OnCard(__func__, handle, {value}, [&](const AccessLibrary& library, const CardState&) {
+        return library.ReadRegister(offset, value);
+    });
 }
 
 ZEL_EXPORT U32 ZelGetNumCores(HANDLE handle, U32* count) {
-    return ReportField("ZelGetNumCores", handle, count, &CardState::cores);
+    return ReportField(__func__, handle, count, &CardState::cores);
 }
 
 ZEL_EXPORT U32 ZelGetGDDRMemSize(HANDLE handle, U64* bytes) {
-    return OnCard("ZelGetGDDRMemSize", handle, {bytes},
-                  [&](AccessLibrary&, const CardState& card) -> U32 {
-                      *bytes = card.memoryBytes;
-                      return ZEL_SUCCESS;
-                  });
+    return OnCard(__func__, handle, {bytes}, [&](AccessLibrary&, const CardState& card) -> U32 {
+        *bytes = card.memoryBytes;
+        return ZEL_SUCCESS;
+    });
 }
 
 ZEL_EXPORT U32 ZelGetDevMemInfo(HANDLE handle, ZelDevMemInfo* info) {
-    return OnCard("ZelGetDevMemInfo", handle, {info},
-                  [&](AccessLibrary&, const CardState& card) -> U32 {
-                      *info = {};
-                      CopyText(info->vendorName, card.memoryVendor.View());
-                      CopyText(info->memoryType, card.memoryType.View());
-                      info->revision = card.memoryRevision;
-                      info->density = card.memoryDensity;
-                      info->size = static_cast<U32>(card.memoryBytes >> 10);
-                      info->speed = card.memorySpeed;
-                      return ZEL_SUCCESS;
-                  });
+    return OnCard(__func__, handle, {info}, [&](AccessLibrary&, const CardState& card) -> U32 {
+        *info = {};
+        CopyText(info->vendorName, card.memoryVendor.View());
+        CopyText(info->memoryType, card.memoryType.View());
+        info->revision = card.memoryRevision;
+        info->density = card.memoryDensity;
+        info->size = static_cast<U32>(card.memoryBytes >> 10);
+        info->speed = card.memorySpeed;
+        return ZEL_SUCCESS;
+    });
 }
 
 ZEL_EXPORT U32 ZelReadMemPhysical(HANDLE handle, U64 address, void* buffer, U32 bytes, U32 width,
                                   U32 caching) {
-    return OnMemory("ZelReadMemPhysical", handle, buffer, [&](AccessLibrary& library) {
+    return OnMemory(__func__, handle, buffer, [&](AccessLibrary& library) {
         return library.ReadMemory(address, buffer, bytes, width, caching);
     });
 }
 
 ZEL_EXPORT U32 ZelWriteMemPhysical(HANDLE handle, U64 address, void* buffer, U32 bytes, U32 width,
                                    U32 caching) {
-    return OnMemory("ZelWriteMemPhysical", handle, buffer, [&](AccessLibrary& library) {
+    return OnMemory(__func__, handle, buffer, [&](AccessLibrary& library) {
         return library.WriteMemory(address, buffer, bytes, width, caching);
     });
 }

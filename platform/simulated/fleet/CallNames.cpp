@@ -3,20 +3,19 @@
 
 #include <algorithm>
 
+#include "Calls.h"
+
 namespace simulated {
 
 const std::vector<std::string>& CallNames() {
-    static const std::vector<std::string> names = {
-        "ZelInitAPI",          "ZelCloseAPI",         "ZelInitAdapter",      "ZelCloseAdapter",
-        "ZelGetZelVersion",    "ZelGetSMCFWVersion",  "ZelGetSMCHWRevision", "ZelGetUUID",
-        "ZelGetUsageMode",     "ZelSetUsageMode",     "ZelSetUsageModeExtn", "ZelGetPostCode",
-        "ZelGetPcieLinkSpeed", "ZelGetPcieLinkWidth", "ZelGetRevisionID",    "ZelGetSubSystemID",
-        "ZelReadMMIOReg",      "ZelGetNumCores",      "ZelGetGDDRMemSize",   "ZelGetDevMemInfo",
-        "ZelReadMemPhysical",  "ZelWriteMemPhysical", "vorl_open",           "vorl_close",
-        "vorl_bind",           "vorl_listen",         "vorl_connect",        "vorl_accept",
-        "vorl_send",           "vorl_recv",           "vorl_register",       "vorl_unregister",
-        "vorl_writeto",        "vorl_readfrom",       "vorl_fence_mark",     "vorl_fence_wait",
-    };
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> found;
+        for (const PlatformCall& call : kPlatformCalls) {
+            if (call.fault != CallFault::Never)
+                found.emplace_back(call.name);
+        }
+        return found;
+    }();
     return names;
 }
 
@@ -26,7 +25,9 @@ bool IsCall(std::string_view name) {
 }
 
 bool IsHostCall(std::string_view name) {
-    return name == "ZelInitAPI" || name == "ZelCloseAPI";
+    return std::any_of(kPlatformCalls.begin(), kPlatformCalls.end(), [=](const PlatformCall& call) {
+        return call.name == name && call.fault == CallFault::Host;
+    });
 }
 
 }  // namespace simulated

@@ -1,4 +1,4 @@
-// The calls of the simulated libraries, as a fleet file's faults name them.
+// The calls of the simulated libraries that can fail, as a fleet file's faults name them.
 #pragma once
 
 #include <string>

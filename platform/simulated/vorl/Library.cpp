@@ -14,15 +14,14 @@
 #include "vorl/Endpoint.h"
 #include "vorl/Fault.h"
 
-#define VORL_OPERATION __attribute__((noinline))
-
 namespace vorl {
 namespace {
 
-int SetErrno(int result) {
+template <typename Result>
+Result SetErrno(Result result) {
     if (result >= 0)
         return result;
-    errno = -result;
+    errno = static_cast<int>(-result);
     return -1;
 }
 
@@ -58,8 +57,15 @@ int WithConnection(const char* call, int epd, Body body) {
     });
 }
 
-VORL_OPERATION int Open() {
-    return Guarded("vorl_open", [] {
+// The inner halves, under the names of the operations that they are.
+namespace operation {
+
+#define VORL_CALL(fault, failed, result, name, parameters, arguments, told) \
+    __attribute__((noinline)) result name parameters;
+#include "Calls.def"
+
+int vorl_open() {
+    return Guarded(__func__, [] {
         const std::optional<U16> node = LocalNode();
         if (!node)
             return -ENODEV;
@@ -70,30 +76,30 @@ VORL_OPERATION int Open() {
 }
 
 // The endpoint goes whatever happens, an injected failure included.
-VORL_OPERATION int Close(int epd) {
+int vorl_close(int epd) {
     const std::shared_ptr<Endpoint> endpoint = EndpointTable::Instance().Remove(epd);
     if (endpoint)
         endpoint->Close();
-    return Guarded("vorl_close", [&endpoint] { return endpoint ? 0 : -EBADF; });
+    return Guarded(__func__, [&endpoint] { return endpoint ? 0 : -EBADF; });
 }
 
-VORL_OPERATION int Bind(int epd, U16 port) {
-    return WithEndpoint("vorl_bind", epd, [=](Endpoint& endpoint) { return endpoint.Bind(port); });
+int vorl_bind(int epd, U16 port) {
+    return WithEndpoint(__func__, epd, [=](Endpoint& endpoint) { return endpoint.Bind(port); });
 }
 
-VORL_OPERATION int Listen(int epd, int backlog) {
-    return WithEndpoint("vorl_listen", epd,
+int vorl_listen(int epd, int backlog) {
+    return WithEndpoint(__func__, epd,
                         [=](Endpoint& endpoint) { return endpoint.Listen(backlog); });
 }
 
-VORL_OPERATION int Connect(int epd, vorl_portID* peer) {
-    return WithEndpoint("vorl_connect", epd, [=](Endpoint& endpoint) {
+int vorl_connect(int epd, vorl_portID* peer) {
+    return WithEndpoint(__func__, epd, [=](Endpoint& endpoint) {
         return peer != nullptr ? endpoint.Connect(*peer) : -EFAULT;
     });
 }
 
-VORL_OPERATION int Accept(int epd, vorl_portID* peer, int* newepd, int flags) {
-    return WithEndpoint("vorl_accept", epd, [=](Endpoint& endpoint) {
+int vorl_accept(int epd, vorl_portID* peer, int* newepd, int flags) {
+    return WithEndpoint(__func__, epd, [=](Endpoint& endpoint) {
         if (peer == nullptr || newepd == nullptr)
             return -EFAULT;
         if ((flags & ~VORL_ACCEPT_SYNC) != 0)
@@ -117,8 +123,8 @@ int CheckMessage(const void* msg, int len, int flags, int blockFlag) {
     return msg == nullptr && len > 0 ? -EFAULT : 0;
 }
 
-VORL_OPERATION int Send(int epd, void* msg, int len, int flags) {
-    return WithConnection("vorl_send", epd, [=](Connection& connection) {
+int vorl_send(int epd, void* msg, int len, int flags) {
+    return WithConnection(__func__, epd, [=](Connection& connection) {
         if (const int error = CheckMessage(msg, len, flags, VORL_SEND_BLOCK); error != 0)
             return error;
         return connection.Send({static_cast<const std::byte*>(msg), static_cast<size_t>(len)},
@@ -126,8 +132,8 @@ VORL_OPERATION int Send(int epd, void* msg, int len, int flags) {
     });
 }
 
-VORL_OPERATION int Receive(int epd, void* msg, int len, int flags) {
-    return WithConnection("vorl_recv", epd, [=](Connection& connection) {
+int vorl_recv(int epd, void* msg, int len, int flags) {
+    return WithConnection(__func__, epd, [=](Connection& connection) {
         if (const int error = CheckMessage(msg, len, flags, VORL_RECV_BLOCK); error != 0)
             return error;
         return connection.Receive({static_cast<std::byte*>(msg), static_cast<size_t>(len)},
@@ -135,8 +141,8 @@ VORL_OPERATION int Receive(int epd, void* msg, int len, int flags) {
     });
 }
 
-VORL_OPERATION off_t Register(int epd, void* addr, size_t len, off_t offset, int prot, int flags) {
-    return Guarded("vorl_register", [=]() -> off_t {
+off_t vorl_register(int epd, void* addr, size_t len, off_t offset, int prot, int flags) {
+    return Guarded(__func__, [=]() -> off_t {
         const std::shared_ptr<Endpoint> endpoint = EndpointTable::Instance().Find(epd);
         if (!endpoint)
             return -EBADF;
@@ -147,10 +153,9 @@ VORL_OPERATION off_t Register(int epd, void* addr, size_t len, off_t offset, int
     });
 }
 
-VORL_OPERATION int Unregister(int epd, off_t offset, size_t len) {
-    return WithConnection("vorl_unregister", epd, [=](Connection& connection) {
-        return connection.Unregister(offset, len);
-    });
+int vorl_unregister(int epd, off_t offset, size_t len) {
+    return WithConnection(
+        __func__, epd, [=](Connection& connection) { return connection.Unregister(offset, len); });
 }
 
 int TransferBytes(const char* call, int epd, Direction direction, off_t local, size_t len,
@@ -168,16 +173,16 @@ int TransferBytes(const char* call, int epd, Direction direction, off_t local, s
     });
 }
 
-VORL_OPERATION int WriteTo(int epd, off_t local, size_t len, off_t remote, int flags) {
-    return TransferBytes("vorl_writeto", epd, Direction::ToPeer, local, len, remote, flags);
+int vorl_writeto(int epd, off_t local, size_t len, off_t remote, int flags) {
+    return TransferBytes(__func__, epd, Direction::ToPeer, local, len, remote, flags);
 }
 
-VORL_OPERATION int ReadFrom(int epd, off_t local, size_t len, off_t remote, int flags) {
-    return TransferBytes("vorl_readfrom", epd, Direction::FromPeer, local, len, remote, flags);
+int vorl_readfrom(int epd, off_t local, size_t len, off_t remote, int flags) {
+    return TransferBytes(__func__, epd, Direction::FromPeer, local, len, remote, flags);
 }
 
-VORL_OPERATION int MarkFence(int epd, int flags, int* mark) {
-    return WithConnection("vorl_fence_mark", epd, [=](Connection& connection) {
+int vorl_fence_mark(int epd, int flags, int* mark) {
+    return WithConnection(__func__, epd, [=](Connection& connection) {
         if (mark == nullptr)
             return -EFAULT;
         if (flags == VORL_FENCE_INIT_SELF)
@@ -186,70 +191,20 @@ VORL_OPERATION int MarkFence(int epd, int flags, int* mark) {
     });
 }
 
-VORL_OPERATION int WaitForFence(int epd, int mark) {
-    return WithConnection("vorl_fence_wait", epd,
+int vorl_fence_wait(int epd, int mark) {
+    return WithConnection(__func__, epd,
                           [=](Connection& connection) { return connection.WaitForMark(mark); });
 }
 
+}  // namespace operation
 }  // namespace
 }  // namespace vorl
 
-using vorl::SetErrno;
-using vorl::WithoutCancellation;
-
-int vorl_open(void) {
-    return SetErrno(WithoutCancellation(vorl::Open));
-}
-
-int vorl_close(int epd) {
-    return SetErrno(WithoutCancellation(vorl::Close, epd));
-}
-
-int vorl_bind(int epd, U16 port) {
-    return SetErrno(WithoutCancellation(vorl::Bind, epd, port));
-}
-
-int vorl_listen(int epd, int backlog) {
-    return SetErrno(WithoutCancellation(vorl::Listen, epd, backlog));
-}
-
-int vorl_connect(int epd, vorl_portID* peer) {
-    return SetErrno(WithoutCancellation(vorl::Connect, epd, peer));
-}
-
-int vorl_accept(int epd, vorl_portID* peer, int* newepd, int flags) {
-    return SetErrno(WithoutCancellation(vorl::Accept, epd, peer, newepd, flags));
-}
-
-int vorl_send(int epd, void* msg, int len, int flags) {
-    return SetErrno(WithoutCancellation(vorl::Send, epd, msg, len, flags));
-}
-
-int vorl_recv(int epd, void* msg, int len, int flags) {
-    return SetErrno(WithoutCancellation(vorl::Receive, epd, msg, len, flags));
-}
-
-off_t vorl_register(int epd, void* addr, size_t len, off_t offset, int prot, int flags) {
-    const off_t result = WithoutCancellation(vorl::Register, epd, addr, len, offset, prot, flags);
-    return result >= 0 ? result : SetErrno(static_cast<int>(result));
-}
-
-int vorl_unregister(int epd, off_t offset, size_t len) {
-    return SetErrno(WithoutCancellation(vorl::Unregister, epd, offset, len));
-}
-
-int vorl_writeto(int epd, off_t local, size_t len, off_t remote, int flags) {
-    return SetErrno(WithoutCancellation(vorl::WriteTo, epd, local, len, remote, flags));
-}
-
-int vorl_readfrom(int epd, off_t local, size_t len, off_t remote, int flags) {
-    return SetErrno(WithoutCancellation(vorl::ReadFrom, epd, local, len, remote, flags));
-}
-
-int vorl_fence_mark(int epd, int flags, int* mark) {
-    return SetErrno(WithoutCancellation(vorl::MarkFence, epd, flags, mark));
-}
-
-int vorl_fence_wait(int epd, int mark) {
-    return SetErrno(WithoutCancellation(vorl::WaitForFence, epd, mark));
-}
+// The outer halves.
+#define ARGUMENTS(...) __VA_OPT__(, ) __VA_ARGS__
+#define VORL_CALL(fault, failed, result, name, parameters, arguments, told)                    \
+    result name parameters {                                                                   \
+        using vorl::WithoutCancellation;                                                       \
+        return vorl::SetErrno(WithoutCancellation(vorl::operation::name ARGUMENTS arguments)); \
+    }
+#include "Calls.def"

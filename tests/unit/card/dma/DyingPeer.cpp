@@ -29,31 +29,14 @@ void Enter(const std::string& call) {
 }  // namespace
 
 // The linker asks for these names.
-// NOLINTBEGIN(bugprone-reserved-identifier, bugprone-macro-parentheses)
-#define DIES_BEFORE(result, call, parameters, arguments) \
-    result __real_##call parameters;                     \
-    result __wrap_##call parameters {                    \
-        Enter(#call);                                    \
-        return __real_##call arguments;                  \
+// NOLINTBEGIN(bugprone-reserved-identifier)
+#define VORL_CALL(fault, failed, result, name, parameters, arguments, told) \
+    result __real_##name parameters;                                        \
+    result __wrap_##name parameters {                                       \
+        Enter(#name);                                                       \
+        return __real_##name arguments;                                     \
     }
-
 extern "C" {
-
-DIES_BEFORE(int, vorl_open, (), ())
-DIES_BEFORE(int, vorl_bind, (int epd, U16 port), (epd, port))
-DIES_BEFORE(int, vorl_connect, (int epd, vorl_portID* peer), (epd, peer))
-DIES_BEFORE(off_t, vorl_register,
-            (int epd, void* memory, size_t bytes, off_t offset, int protection, int flags),
-            (epd, memory, bytes, offset, protection, flags))
-DIES_BEFORE(int, vorl_unregister, (int epd, off_t offset, size_t bytes), (epd, offset, bytes))
-DIES_BEFORE(int, vorl_send, (int epd, void* message, int bytes, int flags),
-            (epd, message, bytes, flags))
-DIES_BEFORE(int, vorl_recv, (int epd, void* message, int bytes, int flags),
-            (epd, message, bytes, flags))
-DIES_BEFORE(int, vorl_fence_mark, (int epd, int flags, int* mark), (epd, flags, mark))
-DIES_BEFORE(int, vorl_fence_wait, (int epd, int mark), (epd, mark))
-
-}  // extern "C"
-
-#undef DIES_BEFORE
-// NOLINTEND(bugprone-reserved-identifier, bugprone-macro-parentheses)
+#include "Calls.def"
+}
+// NOLINTEND(bugprone-reserved-identifier)
