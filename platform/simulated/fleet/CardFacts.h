@@ -12,7 +12,16 @@
 
 namespace simulated {
 
+// A value, and its name in fleet files and commands.
+template <typename Value>
+struct Named {
+    const char* name;
+    Value value;
+};
+
 enum class Generation { Er1x, Ev1x };
+inline constexpr Named<Generation> kGenerations[] = {{"er1x", Generation::Er1x},
+                                                     {"ev1x", Generation::Ev1x}};
 
 const char* GenerationName(Generation generation);
 
@@ -25,7 +34,7 @@ struct PcieAddress {
     auto operator<=>(const PcieAddress&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
-std::string ToText(const PcieAddress& address);
+std::string ToText(PcieAddress address);
 
 // Where card number `index` is unless its fleet file says otherwise: one card a bus, from bus 2 of the
 // first domain on.
@@ -38,6 +47,19 @@ Uuid DefaultUuid(U32 index);
 
 // What a card makes of ssh connections: serves them, refuses them, or lets them come and never speaks.
 enum class SshState : U8 { Up, Down, Silent };
+inline constexpr Named<SshState> kSshStates[] = {
+    {"up", SshState::Up}, {"down", SshState::Down}, {"silent", SshState::Silent}};
+
+using ModeName = Named<ZEL_CARD_USAGE_MODE>;
+inline constexpr ModeName kModeNames[] = {
+    {"normal", ZEL_USAGE_MODE_NORMAL},
+    {"maintenance", ZEL_USAGE_MODE_MAINTENANCE},
+    {"zombie", ZEL_USAGE_MODE_ZOMBIE},
+    {"memdiag", ZEL_USAGE_MODE_MEMDIAG},
+    {"normal_restricted", ZEL_USAGE_MODE_NORMAL_RESTRICTED},
+    {"offline", ZEL_USAGE_MODE_OFFLINE},
+    {"in_transition", ZEL_USAGE_MODE_IN_TRANSITION},
+};
 
 struct CardFacts {
     Generation generation = Generation::Er1x;

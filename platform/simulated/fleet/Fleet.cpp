@@ -25,10 +25,14 @@ constexpr U32 Firmware(U32 major, U32 minor, U32 build) {
 }  // namespace
 
 const char* GenerationName(Generation generation) {
-    return generation == Generation::Er1x ? "er1x" : "ev1x";
+    for (const Named<Generation>& row : kGenerations) {
+        if (row.value == generation)
+            return row.name;
+    }
+    return "";
 }
 
-std::string ToText(const PcieAddress& address) {
+std::string ToText(PcieAddress address) {
     char text[32];
     std::snprintf(text, sizeof(text), "%04x:%02x:%02x.%x", address.domain, address.bus,
                   address.device, address.function);
@@ -44,8 +48,8 @@ PcieAddress DefaultAddress(U32 index) {
 }
 
 // Its last two bytes count the cards; no host has enough for them to overflow.
-std::array<U8, 16> DefaultUuid(U32 index) {
-    std::array<U8, 16> uuid{};
+Uuid DefaultUuid(U32 index) {
+    Uuid uuid{};
     for (U32 i = 0; i < uuid.size(); ++i)
         uuid[i] = static_cast<U8>(i * 0x11);
     const U32 last = (U32{uuid[14]} << 8 | uuid[15]) + index;

@@ -27,7 +27,7 @@ struct Card : CardFacts {
 Card DefaultCard(Generation generation);
 
 struct Fleet {
-    std::string hoskVersion = "3.1.2";
+    BoundedText<254> hoskVersion = "3.1.2";
     std::vector<Fault> faults;  // calls that come before any card is open
     std::vector<Card> cards;
 };
@@ -44,20 +44,5 @@ public:
 // Throw FleetError. `name` is what the error calls the text.
 Fleet ReadFleet(const std::string& path);
 Fleet ParseFleet(std::string_view text, const std::string& name);
-
-// A usage mode and its name in fleet files and commands.
-struct ModeName {
-    ZEL_CARD_USAGE_MODE mode;
-    const char* name;
-};
-inline constexpr ModeName kModeNames[] = {
-    {ZEL_USAGE_MODE_NORMAL, "normal"},
-    {ZEL_USAGE_MODE_MAINTENANCE, "maintenance"},
-    {ZEL_USAGE_MODE_ZOMBIE, "zombie"},
-    {ZEL_USAGE_MODE_MEMDIAG, "memdiag"},
-    {ZEL_USAGE_MODE_NORMAL_RESTRICTED, "normal_restricted"},
-    {ZEL_USAGE_MODE_OFFLINE, "offline"},
-    {ZEL_USAGE_MODE_IN_TRANSITION, "in_transition"},
-};
 
 }  // namespace simulated

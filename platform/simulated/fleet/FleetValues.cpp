@@ -2,6 +2,7 @@
 #include "fleet/FleetValues.h"
 
 #include <charconv>
+#include <cstdio>
 #include <string>
 #include <utility>
 
@@ -49,7 +50,12 @@ std::optional<U32> ParseFirmware(std::string_view text) {
     return major << 24 | minor << 16 | build;
 }
 
-std::optional<std::array<U8, 16>> ParseUuid(std::string_view text) {
+std::string FirmwareText(U32 firmware) {
+    return std::to_string(firmware >> 24) + "." + std::to_string(firmware >> 16 & 0xFF) + "." +
+           std::to_string(firmware & 0xFFFF);
+}
+
+std::optional<Uuid> ParseUuid(std::string_view text) {
     constexpr std::string_view kShape = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
     if (text.size() != kShape.size())
         return std::nullopt;
@@ -60,12 +66,22 @@ std::optional<std::array<U8, 16>> ParseUuid(std::string_view text) {
         if (text[i] != '-')
             digits += text[i];
     }
-    std::array<U8, 16> uuid{};
+    Uuid uuid{};
     for (std::size_t i = 0; i < uuid.size(); ++i) {
         if (!ParseNumber(std::string_view(digits).substr(2 * i, 2), 16, U8{0xFF}, uuid[i]))
             return std::nullopt;
     }
     return uuid;
+}
+
+std::string UuidText(Uuid uuid) {
+    std::string text;
+    for (std::size_t i = 0; i < uuid.size(); ++i) {
+        char byte[3];
+        std::snprintf(byte, sizeof(byte), "%02x", uuid[i]);
+        text += (i == 4 || i == 6 || i == 8 || i == 10 ? "-" : "") + std::string(byte);
+    }
+    return text;
 }
 
 std::optional<U64> ParseMemorySize(std::string_view text) {
@@ -98,29 +114,15 @@ std::optional<U32> ParseTime(std::string_view text) {
     return std::nullopt;
 }
 
+std::string TimeText(U32 milliseconds) {
+    return std::to_string(milliseconds) + "ms";
+}
+
 std::optional<U64> ParseHexadecimal(std::string_view text) {
     U64 value = 0;
     if (!text.starts_with("0x") || !ParseNumber(text.substr(2), 16, ~U64{0}, value))
         return std::nullopt;
     return value;
-}
-
-std::optional<ZEL_CARD_USAGE_MODE> ParseUsageMode(std::string_view text) {
-    for (const ModeName& row : kModeNames) {
-        if (text == row.name)
-            return row.mode;
-    }
-    return std::nullopt;
-}
-
-std::optional<SshState> ParseSshState(std::string_view text) {
-    constexpr std::pair<std::string_view, SshState> kStates[] = {
-        {"up", SshState::Up}, {"down", SshState::Down}, {"silent", SshState::Silent}};
-    for (const auto& [name, state] : kStates) {
-        if (text == name)
-            return state;
-    }
-    return std::nullopt;
 }
 
 }  // namespace simulated

@@ -13,7 +13,8 @@
 #include <type_traits>
 
 #include "common/UniqueFd.h"
-#include "fleet/FleetValues.h"
+#include "fleet/CardKeys.h"
+#include "fleet/FaultKeys.h"
 #include "host/HostClock.h"
 #include "host/ModeChange.h"
 
@@ -77,23 +78,12 @@ bool Holds(const Range& list, const Range& part) {
     return U64{part.first} + part.count <= list.count;
 }
 
-// In a file a flag may be anything.
-bool IsFlag(const bool& flag) {
-    U8 byte = 0;
-    std::memcpy(&byte, &flag, sizeof(byte));
-    return byte <= 1;
-}
-
-bool IsSound(const FaultState& fault) {
-    return fault.call.HasEnd() && fault.delay <= kMaxMilliseconds && IsFlag(fault.block);
-}
-
-bool IsSoundLine(const DmaFault& fault) {
-    return fault.word <= kLastDmaWord && fault.bit < 32 && IsFlag(fault.toCard);
-}
-
-bool IsSoundAddress(const AddressFault& fault) {
-    return fault.line <= kLastAddressLine && fault.with <= kLastAddressLine && IsFlag(fault.swaps);
+// Whether all elements of a list have values that a fleet file can give them.
+template <typename Object, std::size_t Count, typename Element>
+bool AreSound(const Key<Object> (&keys)[Count], std::span<Element> list) {
+    return std::all_of(list.begin(), list.end(), [&keys](const Object& object) {
+        return DamageOf(keys, object) == Damage::None;
+    });
 }
 
 }  // namespace
@@ -216,16 +206,12 @@ std::string HostState::Damage() const {
         return "a list lies outside of it";
     if (head_.cards.count > kMaxCards)
         return "it has more cards than a host";
-    for (const Range& list : {head_.hostFaults, head_.cardFaults}) {
-        const auto faults = Elements<const FaultState>(list);
-        if (!std::all_of(faults.begin(), faults.end(), IsSound))
-            return "a call's fault is invalid";
-    }
-    const auto lines = Elements<const DmaFault>(head_.dmaFaults);
-    if (!std::all_of(lines.begin(), lines.end(), IsSoundLine))
+    if (!AreSound(kFaultKeys, Elements<const FaultState>(head_.hostFaults)) ||
+        !AreSound(kFaultKeys, Elements<const FaultState>(head_.cardFaults)))
+        return "a call's fault is invalid";
+    if (!AreSound(kDmaFaultKeys, Elements<const DmaFault>(head_.dmaFaults)))
         return "a data line's fault is invalid";
-    const auto addresses = Elements<const AddressFault>(head_.addressFaults);
-    if (!std::all_of(addresses.begin(), addresses.end(), IsSoundAddress))
+    if (!AreSound(kAddressFaultKeys, Elements<const AddressFault>(head_.addressFaults)))
         return "an address line's fault is invalid";
     for (const CardState& card : Cards()) {
         if (std::string damage = DamageOf(card); !damage.empty())
@@ -239,17 +225,19 @@ std::string HostState::DamageOf(const CardState& card) const {
         !Holds(head_.addressFaults, card.addressFaults) ||
         !Holds(head_.dmaFaults, card.dmaFaults) || !Holds(head_.sbox, card.sbox))
         return "a card's list lies outside of the cards'";
-    if (!card.name.HasEnd() || !card.flashVersion.HasEnd() || !card.postCode.HasEnd() ||
-        !card.memoryVendor.HasEnd() || !card.memoryType.HasEnd())
-        return "a card's text has no end";
-    if (card.memoryBytes > kMaxMemoryBytes || card.modeChange > kMaxMilliseconds ||
-        !IsFlag(card.hangOnKill))
-        return "a card is invalid";
+    switch (simulated::DamageOf(kCardKeys, card)) {
+        case Damage::NoEnd:
+            return "a card's text has no end";
+        case Damage::NoValue:
+            return "a card is invalid";
+        case Damage::None:
+            break;
+    }
     const auto cells = MemoryFaults(card);
-    const bool sound = std::all_of(cells.begin(), cells.end(), [&card](const MemoryFault& fault) {
-        return fault.address < card.memoryBytes && fault.bit < 8;
+    const bool inside = std::all_of(cells.begin(), cells.end(), [&card](const MemoryFault& fault) {
+        return fault.address < card.memoryBytes;
     });
-    return sound ? "" : "a cell's fault is invalid";
+    return inside && AreSound(kMemoryFaultKeys, cells) ? "" : "a cell's fault is invalid";
 }
 
 HostState::~HostState() {

@@ -143,7 +143,7 @@ void BuildHost(const Fleet& fleet, const std::string& programFolder) {
         GrowFolders();
         for (const char* own : kOwnFolders)
             AddEmptyFolder(own);
-        PackageDatabase packageDatabase(fleet.hoskVersion);
+        PackageDatabase packageDatabase{std::string(fleet.hoskVersion)};
         StartLoopback();
         SecureShell secureShell(fleet.cards.size());
         HostState::Create(kStateFile, fleet);

@@ -91,7 +91,7 @@ std::string ModeHint(const std::string& text) {
 
 const char* NameOf(U32 mode) {
     for (const ModeName& row : kModeNames) {
-        if (row.mode == mode)
+        if (row.value == mode)
             return row.name;
     }
     return "unknown";
@@ -135,7 +135,7 @@ int ModeCommand(std::span<char* const> words) {
     const ModeName* mode = FindMode(words[1]);
     if (mode == nullptr)
         return Fail("a card has no usage mode "s + words[1] + ModeHint(words[1]));
-    HostState::SetUsageMode(*card, mode->mode);
+    HostState::SetUsageMode(*card, mode->value);
     HostState::AwaitUsageMode(*card);
     return 0;
 }

@@ -58,9 +58,9 @@ protected:
 
 TEST_F(AccessLibraryMemory, IsReachableInMemoryDiagnosticModeOnly) {
     for (const ModeName& mode : kModeNames) {
-        library_->Card()->usageMode.Store({.mode = mode.mode});
+        library_->Card()->usageMode.Store({.mode = mode.value});
         U8 byte = 0xEE;
-        const U32 expected = mode.mode == ZEL_USAGE_MODE_MEMDIAG ? ZEL_SUCCESS : ZEL_ACCESS_DENIED;
+        const U32 expected = mode.value == ZEL_USAGE_MODE_MEMDIAG ? ZEL_SUCCESS : ZEL_ACCESS_DENIED;
         EXPECT_EQ(Write(0, {1}), expected) << mode.name;
         EXPECT_EQ(library_->ReadMemory(0, &byte, 1, 1, 0), expected) << mode.name;
         EXPECT_EQ(byte == 0xEE, expected != ZEL_SUCCESS) << mode.name;

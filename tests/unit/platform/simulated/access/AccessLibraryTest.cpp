@@ -203,14 +203,14 @@ TEST_F(AccessLibraryTest, OtherModesAreNone) {
 
 TEST_F(AccessLibraryTest, MemoryDiagnosticModeIsReachedFromEveryModeButThoseThatRefuse) {
     for (const ModeName& row : kModeNames) {
-        const auto library = MakeOpen(CardIn(row.mode));
-        const U32 expected = row.mode == ZEL_USAGE_MODE_NORMAL          ? ZEL_DEVICE_IN_NORMAL_MODE
-                             : row.mode == ZEL_USAGE_MODE_IN_TRANSITION ? ZEL_ACCESS_DENIED
-                                                                        : ZEL_SUCCESS;
+        const auto library = MakeOpen(CardIn(row.value));
+        const U32 expected = row.value == ZEL_USAGE_MODE_NORMAL          ? ZEL_DEVICE_IN_NORMAL_MODE
+                             : row.value == ZEL_USAGE_MODE_IN_TRANSITION ? ZEL_ACCESS_DENIED
+                                                                         : ZEL_SUCCESS;
         EXPECT_EQ(library->SetModeWithImage(ZEL_USAGE_MODE_MEMDIAG, Image().c_str()), expected)
             << row.name;
         EXPECT_EQ(HostState::UsageModeOf(*library->Card()),
-                  expected == ZEL_SUCCESS ? ZEL_USAGE_MODE_MEMDIAG : row.mode)
+                  expected == ZEL_SUCCESS ? ZEL_USAGE_MODE_MEMDIAG : row.value)
             << row.name;
     }
 }

@@ -33,8 +33,8 @@ TEST(FleetValues, FirmwareOfAnotherShapeIsNone) {
 }
 
 TEST(FleetValues, UuidIsReadInTheOrderWritten) {
-    const std::array<U8, 16> expected = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77,
-                                         0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF};
+    const Uuid expected = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77,
+                           0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF};
     EXPECT_EQ(ParseUuid("00112233-4455-6677-8899-aabbccddeeff"), expected);
     EXPECT_EQ(ParseUuid("00112233-4455-6677-8899-AABBCCDDEEFF"), expected);
 }
@@ -45,14 +45,6 @@ TEST(FleetValues, UuidOfAnotherShapeIsNone) {
           "00112233-4455-6677-8899-aabbccddeefg", "00112233-4455-6677-8899-aabbccddeef",
           "00112233-4455-6677-8899-aabbccddeeff0", "{0112233-4455-6677-8899-aabbccddeef}"})
         EXPECT_EQ(ParseUuid(text), std::nullopt) << '"' << text << '"';
-}
-
-TEST(FleetValues, SshStateHasThreeNames) {
-    EXPECT_EQ(ParseSshState("up"), SshState::Up);
-    EXPECT_EQ(ParseSshState("down"), SshState::Down);
-    EXPECT_EQ(ParseSshState("silent"), SshState::Silent);
-    for (const char* text : {"", "Up", "up ", "silence", "dow"})
-        EXPECT_EQ(ParseSshState(text), std::nullopt) << '"' << text << '"';
 }
 
 TEST(FleetValues, MemorySizeIsReadToItsLimit) {
@@ -87,12 +79,13 @@ TEST(FleetValues, TimeOfAnotherShapeIsNone) {
         EXPECT_EQ(ParseTime(text), std::nullopt) << '"' << text << '"';
 }
 
-TEST(FleetValues, EveryModeHasANameAndNothingElseHas) {
-    for (const ModeName& row : kModeNames)
-        EXPECT_EQ(ParseUsageMode(row.name), row.mode) << row.name;
-    EXPECT_EQ(std::size(kModeNames), static_cast<std::size_t>(ZEL_USAGE_MODE_NOP));
-    for (const char* text : {"", "Normal", "nop", "normal ", "3"})
-        EXPECT_EQ(ParseUsageMode(text), std::nullopt) << '"' << text << '"';
+TEST(FleetValues, WhatIsWrittenIsReadAgain) {
+    EXPECT_EQ(FirmwareText(0x0110002AU), "1.16.42");
+    EXPECT_EQ(ParseFirmware(FirmwareText(0xFFFEFDFCU)), 0xFFFEFDFCU);
+    EXPECT_EQ(UuidText(*ParseUuid("00112233-4455-6677-8899-AABBCCDDEEFF")),
+              "00112233-4455-6677-8899-aabbccddeeff");
+    EXPECT_EQ(TimeText(0), "0ms");
+    EXPECT_EQ(ParseTime(TimeText(kMaxMilliseconds)), kMaxMilliseconds);
 }
 
 TEST(FleetValues, HexadecimalIsReadToItsLimitAndNothingElseIs) {

@@ -13,13 +13,13 @@ constexpr U64 kArrives = (U64{1} << 56) - 1;  // centuries
 TEST(UsageMode, IsInTransitionUntilItArrives) {
     for (const ModeName& row : kModeNames) {
         UsageMode mode;
-        mode.Store({.mode = row.mode, .arrives = kArrives});
+        mode.Store({.mode = row.value, .arrives = kArrives});
         EXPECT_EQ(mode.Load().arrives, kArrives) << row.name;
         EXPECT_EQ(mode.Load().At(0), ZEL_USAGE_MODE_IN_TRANSITION) << row.name;
         EXPECT_EQ(mode.Load().At(kArrives - 1), ZEL_USAGE_MODE_IN_TRANSITION) << row.name;
-        EXPECT_EQ(mode.Load().At(kArrives), row.mode);
-        mode.Store({.mode = row.mode});
-        EXPECT_EQ(mode.Load().At(0), row.mode);
+        EXPECT_EQ(mode.Load().At(kArrives), row.value);
+        mode.Store({.mode = row.value});
+        EXPECT_EQ(mode.Load().At(0), row.value);
     }
 }
 
