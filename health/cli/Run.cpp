@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 
+#include "cli/CardName.h"
 #include "cli/Host.h"
 #include "host/Print.h"
 #include "readers/Lines.h"
@@ -97,6 +98,20 @@ void AddShared(CLI::App& command, Options& options) {
         ->type_name("PATH");
 }
 
+// Cards by any of their names. One that this host does not have is asked for all the same, and missing.
+std::vector<std::string> CardNames(const std::vector<std::string>& words) {
+    std::vector<std::string> names;
+    for (const std::string& word : words) {
+        const auto name = CardName(word);
+        if (!name) {
+            throw Unanswerable("--cards: " + word +
+                               " is no card; one is called zel0, or 0000:02:00.0");
+        }
+        names.push_back(*name);
+    }
+    return names;
+}
+
 RunSettings Settings(const Options& options) {
     RunSettings settings;
     try {
@@ -112,7 +127,7 @@ RunSettings Settings(const Options& options) {
     if (access(settings.tool.c_str(), X_OK) != 0) {
         throw Unanswerable(settings.tool + ": there is no such program; --tool names the tool");
     }
-    settings.cards = options.cards;
+    settings.cards = CardNames(options.cards);
     settings.jobs = options.jobs;
     settings.repeat = options.repeat;
     settings.patience = Milliseconds(options.wait);
@@ -144,32 +159,40 @@ bool IsTerminal(std::FILE* out) {
     return isatty(fileno(out)) != 0 && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
+// The status of a run whose stream is to be whole.
+int Closed(Stream& stream, int status) {
+    stream.Close();
+    if (!stream.Error()) {
+        return status;
+    }
+    Complain(*stream.Error());
+    return Worse(static_cast<ExitStatus>(status), kUnknown);
+}
+
+// Where people read: where the stream goes to standard output, nothing else may.
+std::FILE* OutputBeside(const Options& options) {
+    return options.output == "-" ? stderr : stdout;
+}
+
 // Runs with the readers that the stream is to have too, and gives the status.
-int RunWith(const Options& options, std::vector<RecordReader*> readers,
+int RunWith(const Options& options, const std::vector<RecordReader*>& readers,
             const std::function<void()>& finished) {
     const RunSettings settings = Settings(options);
     const std::unique_ptr<Stream> stream = OpenStream(options);
-    if (stream) {
-        readers.insert(readers.begin(), stream.get());
-    }
     Outcome outcome;
-    readers.insert(readers.begin(), &outcome);
-    const auto failed = [&stream] { return stream && stream->Error(); };
-    Status status = RunPlan(settings, outcome, readers, Interrupted(), failed);
-    finished();
+    std::vector<RecordReader*> all = {&outcome};
     if (stream) {
-        stream->Close();
-        if (stream->Error()) {
-            Complain(*stream->Error());
-            status = Worse(status, Status::unknown);
-        }
+        all.push_back(stream.get());
     }
-    return static_cast<int>(status);
+    all.insert(all.end(), readers.begin(), readers.end());
+    const auto failed = [&stream] { return stream && stream->Error(); };
+    const Status status = RunPlan(settings, outcome, all, Interrupted(), failed);
+    finished();
+    return stream ? Closed(*stream, static_cast<int>(status)) : static_cast<int>(status);
 }
 
 int Run(const Options& options) {
-    // Where the stream goes to standard output, nothing else may.
-    std::FILE* const out = options.output == "-" ? stderr : stdout;
+    std::FILE* const out = OutputBeside(options);
     const bool colours = WantsColours(out);
     Report report;
     Lines lines(out);
@@ -220,7 +243,13 @@ std::optional<int> StoredAnswer(const Options& options, const std::filesystem::p
     } catch (const Json::exception&) {
         return std::nullopt;  // lines of JSON, but no records
     }
-    return Tell(line, status, stdout);
+    if (const auto stream = OpenStream(options)) {
+        for (const Json& record : records) {
+            stream->Read(record);
+        }
+        status = Closed(*stream, status);
+    }
+    return Tell(line, status, OutputBeside(options));
 }
 
 int Check(const Options& options) {
@@ -235,12 +264,11 @@ int Check(const Options& options) {
     if (options.cards.empty()) {
         readers.push_back(&stored);
     }
-    std::FILE* const out = options.output == "-" ? stderr : stdout;
     const int status = RunWith(options, readers, [] {});
     if (const std::string error = stored.Store(); !error.empty()) {
         Complain(error);
     }
-    return Tell(line, status, out);
+    return Tell(line, status, OutputBeside(options));
 }
 
 int Answer(const std::function<int()>& command) {

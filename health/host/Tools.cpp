@@ -55,7 +55,8 @@ std::vector<ToolRun> FindToolRuns(const std::string& tool, const std::filesystem
         processes.emplace(process.id.pid, std::move(process));
     std::vector<ToolRun> runs;
     for (const auto& [pid, process] : processes) {
-        if (process.program == tool && !process.ended)
+        const bool isTool = process.program == tool || process.program == kToolName;
+        if (isTool && !process.ended)
             runs.push_back({process, KindOf(processes, process)});
     }
     return runs;

@@ -30,12 +30,16 @@ struct ToolRun {
     std::string Text() const;
 };
 
-// All processes whose executable is the tool's, `tool` being its file name.
-std::vector<ToolRun> FindToolRuns(const std::string& tool = "ZelDiag",
+// The file name under which the tool is delivered. Whoever starts it is likely to use it, also where a run
+// of ours has been told another one.
+inline constexpr char kToolName[] = "ZelDiag";
+
+// All processes whose executable is the tool's, which is delivered under its name, or is called `tool`.
+std::vector<ToolRun> FindToolRuns(const std::string& tool = kToolName,
                                   const std::filesystem::path& proc = "/proc");
 
 // Those that somebody else started.
-std::vector<ToolRun> FindForeignTools(const std::string& tool = "ZelDiag",
+std::vector<ToolRun> FindForeignTools(const std::string& tool = kToolName,
                                       const std::filesystem::path& proc = "/proc");
 
 }  // namespace zelhealth

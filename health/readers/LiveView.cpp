@@ -52,14 +52,13 @@ std::string CutTo(std::string text, std::size_t columns) {
 
 LiveLines::Card& LiveLines::CardOf(const Json& record) {
     const std::string name = Printable(record.value("card", ""));
-    const auto known = std::find_if(cards_.begin(), cards_.end(),
-                                    [&name](const Card& card) { return card.name == name; });
-    if (known != cards_.end()) {
-        return *known;
+    auto place = std::find_if(cards_.begin(), cards_.end(),
+                              [&name](const Card& known) { return !ComesFirst(known.name, name); });
+    if (place == cards_.end() || place->name != name) {
+        place = cards_.insert(place, Card());
+        place->name = name;
     }
-    cards_.emplace_back();
-    cards_.back().name = name;
-    return cards_.back();
+    return *place;
 }
 
 void LiveLines::Read(const Json& record, Clock::time_point now) {

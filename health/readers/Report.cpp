@@ -61,13 +61,12 @@ std::string Wrap(const std::string& text, std::size_t columns, std::size_t inden
 
 Report::Card& Report::CardOf(const Json& record) {
     const std::string name = Field(record, "card");
-    const auto card = std::find_if(cards_.begin(), cards_.end(),
-                                   [&name](const Card& known) { return known.name == name; });
-    if (card != cards_.end()) {
-        return *card;
+    auto place = std::find_if(cards_.begin(), cards_.end(),
+                              [&name](const Card& known) { return !ComesFirst(known.name, name); });
+    if (place == cards_.end() || place->name != name) {
+        place = cards_.insert(place, {name, Field(record, "pcie"), "", {}, 0});
     }
-    cards_.push_back({name, Field(record, "pcie"), "", {}, 0});
-    return cards_.back();
+    return *place;
 }
 
 void Report::Read(const Json& record) {
@@ -77,7 +76,10 @@ void Report::Read(const Json& record) {
     } else if (kind == "test_finished") {
         AddTest(record);
     } else if (kind == "card_finished") {
-        CardOf(record).verdict = record.value("verdict", "");
+        Card& card = CardOf(record);
+        card.verdict = record.value("verdict", "");
+        // Streams of earlier versions do not tell; their tests did not overlap.
+        card.seconds = record.value("seconds", card.seconds);
         AddReasons(record.value("reasons", Json::array()), Field(record, "card"));
     } else if (kind == "run_note") {
         AddReasons(record.value("reasons", Json::array()), "");
@@ -138,8 +140,10 @@ std::string Report::TroubleText(const Trouble& trouble, std::size_t columns, boo
     std::replace(name.begin(), name.end(), '_', ' ');
     std::string text =
         "\n" +
-        Wrap(fmt::format("{}  {}  ", Joined(trouble.cards), Joined(trouble.tests)), columns, 0) +
-        Coloured(name, trouble.verdict, colours) + "\n";
+        Wrap(fmt::format("{}  {}", Joined(trouble.cards), Joined(trouble.tests)), columns, 0);
+    const std::size_t used = text.size() - text.rfind('\n') - 1;
+    text += used + 2 + name.size() <= columns ? "  " : "\n  ";
+    text += Coloured(name, trouble.verdict, colours) + "\n";
     const auto add = [&text, columns](const char* label, const std::string& what) {
         if (!what.empty()) {
             text += fmt::format("  {:<6} {}\n", label, Wrap(what, columns, kIndent));

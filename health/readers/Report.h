@@ -44,7 +44,7 @@ private:
     std::string TroubleText(const Trouble& trouble, std::size_t columns, bool colours) const;
     std::string Close() const;
 
-    std::vector<Card> cards_;
+    std::vector<Card> cards_;  // in their order, in which they do not come
     std::vector<Trouble> troubles_;
     std::vector<std::string> notes_;
     Json finished_;

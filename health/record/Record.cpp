@@ -96,6 +96,10 @@ Json BoundedLines(std::string_view text, std::size_t lines) {
     return BoundedLines(texts, lines);
 }
 
+bool ComesFirst(std::string_view card, std::string_view other) {
+    return card.size() != other.size() ? card.size() < other.size() : card < other;
+}
+
 std::string Line(const Json& record) {
     return record.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -54,4 +54,7 @@ Json BoundedLines(const std::vector<std::string>& texts, std::size_t lines);
 // The line of a stream, without its line end: whatever bytes the texts hold.
 std::string Line(const Json& record);
 
+// Whether a card stands in front of another in what people read: zel9 in front of zel10.
+bool ComesFirst(std::string_view card, std::string_view other);
+
 }  // namespace zelhealth

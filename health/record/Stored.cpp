@@ -15,6 +15,7 @@ namespace zelhealth {
 
 namespace {
 
+constexpr int kUnanswered = 3;  // the exit status of a run that has no answer
 constexpr std::size_t kLargest = 16UL * 1024 * 1024;
 
 std::string Reason(const std::filesystem::path& file) {
@@ -39,7 +40,12 @@ void StoredRun::Read(const Json& record) {
         return;
     }
     lines_ += Line(record) + "\n";
-    finished_ = finished_ || record["record"] == "run_finished";
+    if (record["record"] == "test_finished") {
+        judged_ = judged_ && record.value("verdict", "") != "not_run";
+    } else if (record["record"] == "run_finished") {
+        finished_ = true;
+        judged_ = judged_ && record.value("status", kUnanswered) != kUnanswered;
+    }
     tooMuch_ = lines_.size() > kLargest;
     if (tooMuch_) {
         lines_ = {};
@@ -47,7 +53,7 @@ void StoredRun::Read(const Json& record) {
 }
 
 std::string StoredRun::Store() const {
-    if (!finished_ || tooMuch_) {
+    if (!finished_ || !judged_ || tooMuch_) {
         return "";
     }
     if (std::string error = MakeFolder(file_.parent_path()); !error.empty()) {

@@ -12,7 +12,8 @@
 namespace zelhealth {
 
 // Keeps the lines of a run in memory until it is over, and then replaces the stored one as a whole. A run
-// that is broken off leaves the stored one as it is.
+// that is broken off leaves the stored one as it is, and so does one that did not answer: what kept it from
+// its tests may be gone when the question comes again.
 class StoredRun : public RecordReader {
 public:
     explicit StoredRun(std::filesystem::path file) : file_(std::move(file)) {}
@@ -26,6 +27,7 @@ private:
     std::filesystem::path file_;
     std::string lines_;
     bool finished_ = false;
+    bool judged_ = true;
     bool tooMuch_ = false;
 };
 

@@ -5,6 +5,7 @@
 
 namespace zelhealth::tool {
 
+constexpr std::string_view kVersion = "ZelDiag v";  // its first line where it has no words
 constexpr std::string_view kRunning = "Running Coprocessor Diagnostics on device ";
 constexpr std::string_view kVersions = "HOSK Version=";
 constexpr std::string_view kBegins = " : BEGINS";

@@ -49,7 +49,7 @@ std::string FirstLine(std::string_view text) {
 }
 
 std::string Count(double seconds) {
-    return fmt::format("{:.0f} seconds", seconds);
+    return seconds < 1 ? fmt::format("{:.1f} s", seconds) : fmt::format("{:.0f} s", seconds);
 }
 
 // The tool never came to the card.

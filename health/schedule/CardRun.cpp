@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 
 #include "readers/Outcome.h"
 
@@ -435,7 +436,8 @@ void CardRun::LookForOthers(const Step& step, Judgement& judgement) const {
     if (!CanBeSpoilt(*step.test.row)) {
         return;
     }
-    const std::vector<ToolRun> others = FindForeignTools();
+    const std::vector<ToolRun> others =
+        FindForeignTools(std::filesystem::path(host_.tool).filename());
     if (!others.empty()) {
         judgement.reason = fmt::format("not judged: {} ran beside it; it said: {}",
                                        others.front().Text(), judgement.reason);
@@ -489,13 +491,15 @@ void CardRun::WriteFinished() {
     if (status == Status::warning && judged_ == 0) {
         status = Status::unknown;
     }
-    host_.recorder.Write({{"record", "card_finished"},
-                          {"card", card_.entry.card},
-                          {"pcie", Bounded(card_.entry.pcie)},
-                          {"verdict", VerdictOf(status)},
-                          {"reasons", reasons_},
-                          {"mode_found", Mode()},
-                          {"mode_left", modeLeft_}});
+    host_.recorder.Write(
+        {{"record", "card_finished"},
+         {"card", card_.entry.card},
+         {"pcie", Bounded(card_.entry.pcie)},
+         {"verdict", VerdictOf(status)},
+         {"reasons", reasons_},
+         {"mode_found", Mode()},
+         {"mode_left", modeLeft_},
+         {"seconds", std::chrono::duration<double>(Clock::now() - begin_).count()}});
 }
 
 }  // namespace zelhealth

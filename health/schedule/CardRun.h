@@ -80,6 +80,7 @@ private:
     std::string modeLeft_;
     bool inReadyState_ = false;
     std::string notReady_;  // why the card did not get there
+    const Clock::time_point begin_ = Clock::now();
     Clock::time_point until_;
     std::vector<std::thread> waiting_;  // tests that wait, beside which others run
 

@@ -41,10 +41,9 @@ public:
     const Stop& AtOnce() const { return now_; }
 
     std::string Why() const {
-        return timeIsOver_
-                   ? fmt::format("the run's deadline of {} seconds is over",
-                                 std::chrono::ceil<std::chrono::seconds>(*deadline_).count())
-                   : "interrupted";
+        return timeIsOver_ ? fmt::format("the run's deadline of {:g} s is over",
+                                         std::chrono::duration<double>(*deadline_).count())
+                           : "interrupted";
     }
 
 private:
@@ -230,9 +229,17 @@ private:
         return names;
     }
 
+    Json Versions() const {
+        Json versions = {{"zelhealth", kVersion}};
+        if (const std::string tool = ToolVersion(settings_.tool, watch_.Ending()); !tool.empty()) {
+            versions["zeldiag"] = Bounded(tool);
+        }
+        return versions;
+    }
+
     void WriteStarted(const CardList& list, const std::vector<RunCard>& cards) {
         recorder_.Write({{"record", "run_started"},
-                         {"versions", {{"zelhealth", kVersion}}},
+                         {"versions", Versions()},
                          {"plan", settings_.plan.name},
                          {"command", BoundedLines(settings_.command, 100)},
                          {"found", NamesOf(cards, true)},
@@ -258,8 +265,7 @@ private:
     bool ToolIsFree() {
         const Clock::time_point until = Clock::now() + settings_.patience;
         while (true) {
-            const std::vector<ToolRun> others =
-                FindForeignTools(std::filesystem::path(settings_.tool).filename());
+            const std::vector<ToolRun> others = FindForeignTools(settings_.ToolName());
             if (others.empty()) {
                 return true;
             }

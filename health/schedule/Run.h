@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -20,7 +21,7 @@ namespace zelhealth {
 struct RunSettings {
     Plan plan;
     std::string tool;
-    std::vector<std::string> cards;  // names or PCIe addresses; all where none is named
+    std::vector<std::string> cards;  // "zel0" or "0000:02:00.0"; all where none is named
     int jobs = 0;                    // cards at once; 0 for all
     int repeat = 1;
     std::chrono::milliseconds patience{};  // for what others hold
@@ -29,6 +30,8 @@ struct RunSettings {
     Folders folders;
     Configuration configuration;
     Waivers waivers;
+
+    std::string ToolName() const { return std::filesystem::path(tool).filename(); }
 };
 
 // Runs to the end and gives the exit status. Records go to `readers`, of which `outcome` is to be one.

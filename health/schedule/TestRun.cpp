@@ -1,7 +1,10 @@
 #include "schedule/TestRun.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
+
+#include "run/ToolTexts.h"
 
 namespace zelhealth {
 
@@ -53,6 +56,20 @@ TestOutcome RunTest(const std::string& tool, int card, const PlannedTest& test,
     outcome.child = RunChild(spec, stop);
     outcome.judgement = Judge(outcome.child, asked);
     return outcome;
+}
+
+// Without a word the tool tells its version, and asks for words.
+std::string ToolVersion(const std::string& program, const Stop& stop) {
+    ChildSpec spec;
+    spec.command = {program};
+    spec.deadline = std::chrono::seconds(2);
+    const ChildResult child = RunChild(spec, stop);
+    std::string_view line = std::string_view(child.out).substr(0, child.out.find('\n'));
+    if (child.end != ChildEnd::exited || !line.starts_with(tool::kVersion)) {
+        return "";
+    }
+    line.remove_prefix(tool::kVersion.size());
+    return std::string(line.substr(std::min(line.find_first_not_of(' '), line.size())));
 }
 
 }  // namespace zelhealth

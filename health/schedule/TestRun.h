@@ -25,4 +25,7 @@ TestOutcome RunTest(const std::string& tool, int card, const PlannedTest& test,
 // The tool's words for it, without the tool itself.
 std::vector<std::string> ToolWords(int card, const PlannedTest& test);
 
+// What the tool says that it is, "1.0"; empty where it says nothing of the kind.
+std::string ToolVersion(const std::string& program, const Stop& stop);
+
 }  // namespace zelhealth

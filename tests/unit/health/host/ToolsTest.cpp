@@ -100,6 +100,14 @@ TEST_F(ToolsTest, AnotherProgramWithTheNameInItsWordsIsNone) {
     EXPECT_THAT(FindToolRuns("ZelDiag", proc_.Path()), IsEmpty());
 }
 
+TEST_F(ToolsTest, OneUnderItsOwnNameIsFoundBesideAnother) {
+    Add(12, 1, "ZelDiag", kWords);
+    Add(13, 1, "MyDiag", "MyDiag");
+    Add(14, 1, "other", "other");
+    EXPECT_EQ(FindToolRuns("MyDiag", proc_.Path()).size(), 2U);
+    EXPECT_EQ(FindToolRuns("ZelDiag", proc_.Path()).size(), 1U);
+}
+
 TEST_F(ToolsTest, OneWhoseFileWasReplacedMeanwhileIsFound) {
     Add(12, 1, "ZelDiag (deleted)", kWords);
     EXPECT_EQ(FindToolRuns("ZelDiag", proc_.Path()).size(), 1U);

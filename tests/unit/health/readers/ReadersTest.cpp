@@ -119,11 +119,13 @@ TEST(Report, SaysOfEachFailureWhatItMeansAndWhatToDo) {
     report.Read(CardStarted(0));
     report.Read(TestFinished(0, "vls", "passed"));
     report.Read(TestFinished(0, "vlw", "failed", "Link trained down"));
-    report.Read(CardFinished(0, "failed"));
+    Json finished = CardFinished(0, "failed");
+    finished["seconds"] = 2.5;
+    report.Read(finished);
     report.Read(RunFinished(2));
     EXPECT_EQ(report.Text(80, false),
               "card   PCIe address  verdict    seconds  tests\n"
-              "zel0   0000:02:00.0  failed         3.0  1 passed, 1 failed\n"
+              "zel0   0000:02:00.0  failed         2.5  1 passed, 1 failed\n"
               "\n"
               "zel0  pcie.vlw  failed\n"
               "  seen   Link trained down\n"
@@ -142,6 +144,37 @@ TEST(Report, SaysOnceWhatSeveralSayAlike) {
         report.Read(TestFinished(card, "vls", "setup", "ssh is missing"));
     }
     EXPECT_THAT(report.Text(80, false), HasSubstr("zel0, zel1, zel2  pcie.vlw, pcie.vls  setup\n"));
+}
+
+TEST(Report, AddsUpTheTestsWhereACardTellsNoTime) {
+    Report report;
+    report.Read(TestFinished(0, "vls", "passed"));
+    report.Read(TestFinished(0, "vlw", "passed"));
+    report.Read(CardFinished(0, "healthy"));
+    EXPECT_THAT(report.Text(80, false), HasSubstr(" 3.0  2 passed\n"));
+}
+
+TEST(Report, HasTheCardsInTheirOrder) {
+    Report report;
+    for (const int card : {10, 9, 1, 0})
+        report.Read(CardStarted(card));
+    const std::string text = report.Text(80, false);
+    std::vector<std::size_t> places;
+    for (const char* card : {"zel0 ", "zel1 ", "zel9 ", "zel10 "})
+        places.push_back(text.find(card));
+    EXPECT_TRUE(std::is_sorted(places.begin(), places.end())) << text;
+    EXPECT_NE(places.back(), std::string::npos);
+}
+
+TEST(Report, KeepsAVerdictWholeAtTheEndOfALine) {
+    Report report;
+    for (int card = 0; card < 9; ++card) {
+        report.Read(CardStarted(card));
+        report.Read(TestFinished(card, "a-longer-name", "timed_out", "x"));
+    }
+    // "zel0, ..., zel8  pcie.a-longer-name" is 72 columns long.
+    EXPECT_THAT(report.Text(82, false), HasSubstr("pcie.a-longer-name\n  timed out\n"));
+    EXPECT_THAT(report.Text(83, false), HasSubstr("pcie.a-longer-name  timed out\n"));
 }
 
 TEST(Report, SaysThatARunWasBrokenOff) {
