@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "Report.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main_frontend.h"
 
@@ -82,48 +83,34 @@ std::string Settled(const std::string& reason) {
     return reason == "Thread canceled." ? "Test failed. Threads did not succeed." : reason;
 }
 
-// The group whose tests are being reported at this place of the output.
-const ifstTstGroup* GroupBefore(const std::string& text, std::size_t at) {
-    const ifstTstGroup* found = nullptr;
-    std::size_t last = 0;
+const ifstTstGroup& GroupNamed(std::string_view name) {
     for (const ifstTstGroup& group : ifstTstGrps) {
-        const std::size_t begin = text.rfind(std::string(group.name) + " : BEGINS", at);
-        if (begin != std::string::npos && begin >= last) {
-            last = begin;
-            found = &group;
-        }
+        if (name == group.name)
+            return group;
     }
-    return found;
+    throw std::runtime_error("a failed test outside of every group: " + std::string(name));
 }
 
 void CollectReasons(const std::string& text, Result& result) {
-    constexpr char kFailedIn[] = " Failed in file ";
-    constexpr char kReason[] = " with reason [";
-    for (std::size_t at = text.find(kFailedIn); at != std::string::npos;
-         at = text.find(kFailedIn, at + 1)) {
-        const std::size_t number = text.rfind("Test ", at) + 5;
-        const std::size_t reason = text.find(kReason, at) + sizeof(kReason) - 1;
-        const ifstTstGroup* const group = GroupBefore(text, at);
-        if (group == nullptr)
-            throw std::runtime_error("a failed test outside of every group:\n" + text);
-        const std::string name = ShortName(*group, std::stoul(text.substr(number)) - 1);
-        result.reasons.emplace(
-            name, Settled(Trimmed(text.substr(reason, text.find("]\n", reason) - reason))));
+    for (const Report::Failure& failure : Report(text).failures) {
+        const std::string name = ShortName(GroupNamed(failure.group), failure.test - 1);
+        result.reasons.emplace(name, Settled(Trimmed(std::string(failure.reason))));
     }
 }
 
 // By the summary; a card that it fails although none of its tests did was not in the mode that they need.
 Verdict VerdictOf(const std::string& run, int status) {
-    if (run.find("\nzel0 (") == std::string::npos) {
+    const Report report(run);
+    if (report.summary.empty()) {
         for (const Verdict& ended : {kDoesNotEnd, kEndsByKill}) {
             if (status == ended.status)
                 return ended;
         }
         return kEndsEarly;
     }
-    if (run.find("): PASSED\n") != std::string::npos)
+    if (report.summary.front().result == Report::Result::Passed)
         return kPassed;
-    return run.find("\nDevice Status: OK\n") == std::string::npos ? kFailed : kSkipped;
+    return !report.cards.empty() && report.cards.front().status == "OK" ? kSkipped : kFailed;
 }
 
 Result RunTests(const std::string& build, const Fault& fault) {

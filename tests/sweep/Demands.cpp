@@ -1,8 +1,11 @@
 // What looks wrong and is demanded, or cannot be otherwise: by the part of the sweep, by what failed, and
 // by the function of the tool that it failed in.
 #include <algorithm>
+#include <functional>
+#include <span>
 #include <string_view>
 
+#include "Consistency.h"
 #include "Judge.h"
 #include "Report.h"
 
@@ -23,22 +26,22 @@ bool DidEverything(const Outcome& clean, const Outcome& outcome) {
 
 // Every test was run and passed.
 bool PassedAll(const Outcome& clean, const Outcome& outcome) {
-    return Verdicts(outcome.out) == Verdicts(clean.out);
+    return Report(outcome.out).verdicts == Report(clean.out).verdicts;
 }
 
 // One card was left out, and every other passed.
 bool SkippedCard(const Outcome& clean, const Outcome& outcome) {
-    const auto expected = CardReports(clean.out);
-    const auto actual = CardReports(outcome.out);
-    if (actual.size() != expected.size())
+    const Report expected(clean.out);
+    const Report actual(outcome.out);
+    if (actual.cards.size() != expected.cards.size())
         return false;
     const std::vector<std::string_view> noTest = {"Device Status: OK"};
     size_t skipped = 0;
-    for (size_t card = 0; card < actual.size(); ++card) {
-        const auto verdicts = Verdicts(actual[card]);
+    for (size_t card = 0; card < actual.cards.size(); ++card) {
+        const auto& verdicts = actual.cards[card].verdicts;
         if (verdicts == noTest)
             ++skipped;
-        else if (verdicts != Verdicts(expected[card]))
+        else if (verdicts != expected.cards[card].verdicts)
             return false;
     }
     return skipped == 1;
@@ -46,14 +49,15 @@ bool SkippedCard(const Outcome& clean, const Outcome& outcome) {
 
 // Every card before the one on which it was met has its report, and no other.
 bool EndedRun(const Outcome& clean, const Outcome& outcome) {
-    const auto expected = CardReports(clean.out);
-    const auto actual = CardReports(outcome.out);
-    return outcome.status == 1 && actual.size() < expected.size() &&
-           std::equal(actual.begin(), actual.end(), expected.begin());
+    const Report expected(clean.out);
+    const Report actual(outcome.out);
+    return outcome.status == 1 && actual.cards.size() < expected.cards.size() &&
+           std::ranges::equal(actual.cards, std::span(expected.cards).first(actual.cards.size()),
+                              std::equal_to<>(), &Report::Card::text, &Report::Card::text);
 }
 
 bool DidNotBegin(const Outcome& /*clean*/, const Outcome& outcome) {
-    return outcome.status == 1 && CardReports(outcome.out).empty();
+    return outcome.status == 1 && Report(outcome.out).cards.empty();
 }
 
 bool WithinQuery(const Outcome& outcome) {
@@ -79,12 +83,11 @@ bool WithinUpload(const Outcome& outcome) {
 // The host waited for a card that never connected; the next card's first exchange cannot have the port.
 bool LeftPort(const Outcome& clean, const Outcome& outcome) {
     const std::string text = WithoutWorkers(outcome.out);
-    const auto expected = CardReports(clean.out);
-    const auto actual = CardReports(text);
-    if (actual.size() != 2 || expected.size() != 2)
+    const Report actual(text);
+    if (actual.cards.size() != 2 || Report(clean.out).cards.size() != 2)
         return false;
-    const std::string_view first = actual[0];
-    const std::string_view second = actual[1];
+    const std::string_view first = actual.cards[0].text;
+    const std::string_view second = actual.cards[1].text;
     return WithinUpload(outcome) && Times(first, "\nTest 1: PASSED\n") == 1 &&
            Times(first, "\nTest 2: FAILED\n") == 1 && Times(first, "ZelToHostDMA::") == 0 &&
            Times(second, "\nvorl_bind failed with error 98\nTest 1: FAILED\n") == 1;
@@ -228,7 +231,7 @@ bool IsOneOf(const std::string& caller, const std::string& callers) {
 const char* Reason(Fault fault, const Failure& failure, const Outcome& clean,
                    const Outcome& outcome) {
     // Verdicts that contradict each other are never right.
-    if (fault == Fault::Passed && !Follows(outcome, CardReports(clean.out).size()))
+    if (fault == Fault::Passed && !Follows(outcome, Report(clean.out).cards.size()))
         return nullptr;
     const std::string caller = CallerIn(outcome);
     const auto applies = [&](const Demand& demand) {

@@ -7,6 +7,7 @@
 #include <limits>
 #include <string_view>
 
+#include "Consistency.h"
 #include "Report.h"
 
 namespace sweep {
@@ -62,25 +63,28 @@ std::string StrangeBlock(const Outcome& clean) {
 // More than one card's report differs, or a card has none.
 bool SpoilsOtherCards(const Outcome& clean, const Outcome& outcome) {
     const std::string text = WithoutWorkers(outcome.out);
-    const auto expected = CardReports(clean.out);
-    const auto actual = CardReports(text);
-    if (actual.size() != expected.size())
+    const Report expected(clean.out);
+    const Report actual(text);
+    if (actual.cards.size() != expected.cards.size())
         return true;
-    const auto differ = std::ranges::count_if(
-        expected, [&, i = size_t{0}](auto report) mutable { return report != actual[i++]; });
+    int differ = 0;
+    for (size_t card = 0; card < expected.cards.size(); ++card)
+        differ += expected.cards[card].text != actual.cards[card].text ? 1 : 0;
     return differ > 1;
+}
+
+bool ReportsEveryCard(const Outcome& clean, const Outcome& outcome) {
+    return Report(outcome.out).cards.size() == Report(clean.out).cards.size();
 }
 
 // A run that ended early leaves memory to the system, as does one with a worker given up.
 bool LeavesMemory(const Outcome& clean, const Outcome& outcome) {
-    const bool complete = CardReports(outcome.out).size() == CardReports(clean.out).size();
-    return complete && outcome.tidied && outcome.blocks > clean.blocks;
+    return ReportsEveryCard(clean, outcome) && outcome.tidied && outcome.blocks > clean.blocks;
 }
 
 bool LeavesDescriptors(const Outcome& clean, const Outcome& outcome) {
-    const bool complete = CardReports(outcome.out).size() == CardReports(clean.out).size();
     const int ofWorkers = outcome.tidied ? 0 : kDescriptorsOfWorkers;
-    return complete && outcome.descriptors > clean.descriptors + ofWorkers;
+    return ReportsEveryCard(clean, outcome) && outcome.descriptors > clean.descriptors + ofWorkers;
 }
 
 }  // namespace
@@ -88,9 +92,10 @@ bool LeavesDescriptors(const Outcome& clean, const Outcome& outcome) {
 std::string WhyNotWhole(const Outcome& clean, size_t cards, size_t tests) {
     if (clean.hung || clean.signal != 0 || clean.status != 0 || !clean.err.empty())
         return "it fails";
-    if (CardReports(clean.out).size() != cards || !Follows(clean, cards))
+    const Report report(clean.out);
+    if (report.cards.size() != cards || !Follows(clean, cards))
         return "it does not report every card";
-    const auto verdicts = Verdicts(clean.out);
+    const auto& verdicts = report.verdicts;
     const auto passed = std::ranges::count_if(verdicts, [](auto verdict) {
         return verdict.ends_with(": PASSED") || verdict == "Device Status: OK";
     });
@@ -120,7 +125,7 @@ std::vector<Fault> Judge(const Outcome& clean, const Outcome& outcome) {
         faults.push_back(Fault::Crashed);
     if (LeavesMemory(clean, outcome) || LeavesDescriptors(clean, outcome) || outcome.processes > 0)
         faults.push_back(Fault::Leaked);
-    if (!TellsFailure(outcome) || !Follows(outcome, CardReports(clean.out).size()))
+    if (!TellsFailure(outcome) || !Follows(outcome, Report(clean.out).cards.size()))
         faults.push_back(Fault::Passed);
     if (outcome.modes != clean.modes)
         faults.push_back(Fault::Mode);

@@ -5,8 +5,6 @@
 
 #include <utility>
 
-#include "Report.h"
-
 namespace {
 
 using sweep::Fault;

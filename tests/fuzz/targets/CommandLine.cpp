@@ -23,8 +23,8 @@
 #include "support/Expect.h"
 #include "support/Input.h"
 #include "support/Output.h"
+#include "support/ParsedState.h"
 #include "support/StandIns.h"
-#include "support/ToolState.h"
 
 namespace {
 

@@ -16,8 +16,8 @@
 #include "ZelAccess.h"
 #include "support/Expect.h"
 #include "support/Input.h"
+#include "support/ParsedState.h"
 #include "support/StandIns.h"
-#include "support/ToolState.h"
 
 namespace {
 

@@ -2,28 +2,17 @@
 #include "ZelAccess.h"
 
 #include "CommonException.h"
-#include "Fixture.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_params.h"
+#include "ToolFixture.h"
 
 namespace {
 
 using Calls = std::vector<std::string>;
 
-class Access : public fakes::Fixture {
+class Access : public ToolFixture {
 protected:
-    Access() {
-        ifstSetupParams = {};
-        g_ZelAccess = _ZelAccess();
-        g_ZelAccess.m_totalDevices = 0;
-        zelAccess = &g_ZelAccess;
-    }
-    ~Access() override {
-        g_ZelAccess = _ZelAccess();
-        zelAccess = &g_ZelAccess;
-    }
-
     // Opens the library and its first card.
     static void Open() {
         ASSERT_TRUE(zelAccess->setAccessHandle());
@@ -145,7 +134,7 @@ TEST_F(Access, TellsTheGenerationByTheWholeName) {
                                                    {"Ostrel(R) Vimbra(TM) Coprocessor ", false},
                                                    {"ostrel(R) Vimbra(TM) Coprocessor", false},
                                                    {"Ostrel(R) Vimbra(TM)", false}}) {
-        g_ZelAccess = _ZelAccess();
+        ResetToolState();
         fakes::ResetAll();
         fakes::ZelAccess().cards[0].name = name;
         Open();
@@ -188,17 +177,9 @@ protected:
         EXPECT_TRUE(zelAccess->setAccessHandle());
         zelAccess->InitAdapterforDiag(0, false);
         g_ZelAccess.m_currentDevice = -1;
-        curTstGroup = 0;
-        ifstTstGrps[0].curTest = 0;
         ifstTstGrps[0].dbgLvl = k_DbgLvlFailed;
         ifstTstGrps[0].tstList = &test_;
         ifstTstGrps[0].numTests = 1;
-    }
-    ~AccessWithoutCard() override {
-        ifstTstGrps[0].tstList = nullptr;
-        ifstTstGrps[0].numTests = 0;
-        ifstTstGrps[0].dbgLvl = 0;
-        ifstTstGrps[0].result = 0;
     }
     static std::string FailLine(int line) {
         return "Test 1 Failed in file ZelAccess, line " + std::to_string(line) +

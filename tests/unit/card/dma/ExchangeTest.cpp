@@ -10,6 +10,7 @@
 #include "TestEngine/dma/VorlAcceptDma.h"
 #include "TestEngine/dma/VorlConnectDma.h"
 #include "TestEngine/te_main_params.h"
+#include "ToolState.h"
 
 namespace {
 
@@ -34,7 +35,7 @@ constexpr Shape kOfTheTests{1, 1, 0, 0};
 class Exchange : public ::testing::Test {
 protected:
     Exchange() {
-        ifstSetupParams = {};
+        ResetToolState();
         ifstSetupParams.bQuietMode = 1;
     }
 

@@ -2,43 +2,35 @@
 // lines are on.
 #pragma once
 
-#include "Fixture.h"
 #include "Rows.h"
+#include "SummaryErrors.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/VerdictWatch.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
 #include "TestEngine/te_summary.h"
+#include "ToolFixture.h"
 #include "ZelAccess.h"
 
-class RunningTest : public fakes::Fixture {
+class RunningTest : public ToolFixture {
 protected:
-    RunningTest(const char* group, const char* test) : group_(GroupRow(group)), savedRow_(group_) {
-        ifstSetupParams = {};
-        ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
-        curTstGroup = GroupIndex(group);
-        group_.frontEnd->gen->valid = 1;
-        group_.frontEnd->gen->eventCnt = 77;
-        group_.tstList = group_.frontEnd->tests;
-        group_.numTests = group_.frontEnd->numTests;
-        group_.curTest = TestIndex(group, test);
-        group_.dbgLvl = k_DbgLvlPassed | k_DbgLvlFailed;
+    RunningTest(const char* group, const char* test)
+        : group_(GroupRow(group)), test_(TestIndex(group, test)) {
+        Begin();
+    }
+
+    // From the beginning, with healthy stand-ins.
+    void Restart() {
+        fakes::ResetAll();
+        ResetToolState();
+        Begin();
+    }
+
+    void BeginSummary() const {
         TE::SUMMARY_INSTANCE = TE::TESummary();
         TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");
         TE::SUMMARY_INSTANCE.SetGroupName(group_.frontEnd->summaryName);
-    }
-    ~RunningTest() override {
-        g_ZelAccess = _ZelAccess();
-        curTstGroup = 0;
-        group_.frontEnd->gen->valid = 0;
-        for (U16 i = 0; i < group_.numTests; ++i) {
-            group_.tstList[i].result = 0;
-            group_.tstList[i].passCnt = group_.tstList[i].failCnt = 0;
-        }
-        group_ = savedRow_;
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-        ifstSetupParams = {};
     }
 
     // Runs the test on the open card; everything that it did stands in done_.
@@ -67,23 +59,6 @@ protected:
     }
     std::string PassLine() const {
         return "Test " + std::to_string(group_.curTest + 1) + " Passed \n\n";
-    }
-
-    // The error lines of the summary, without their indent.
-    static std::vector<std::string> SummaryErrors() {
-        std::string name = "x";
-        std::string option = "-summary";
-        char* argv[] = {name.data(), option.data(), nullptr};
-        int consumed = 0;
-        TE::TESummary copy = TE::SUMMARY_INSTANCE;
-        copy.ProcessGlobalOptions(2, argv, &consumed);
-        fakes::CaptureOutput capture;
-        copy.SendSummaryToConsole();
-        std::vector<std::string> errors;
-        std::string text = capture.Out();
-        for (size_t at = text.find("\n  "); at != std::string::npos; at = text.find("\n  ", at + 1))
-            errors.push_back(text.substr(at + 3, text.find('\n', at + 1) - at - 3));
-        return errors;
     }
 
     // Group and test under which the summary notes an error now.
@@ -145,5 +120,17 @@ protected:
     Texts done_;
 
 private:
-    const ifstTstGroup savedRow_;
+    void Begin() {
+        ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
+        curTstGroup = static_cast<U32>(&group_ - ifstTstGrps);
+        group_.frontEnd->gen->valid = 1;
+        group_.frontEnd->gen->eventCnt = 77;
+        group_.tstList = group_.frontEnd->tests;
+        group_.numTests = group_.frontEnd->numTests;
+        group_.curTest = test_;
+        group_.dbgLvl = k_DbgLvlPassed | k_DbgLvlFailed;
+        BeginSummary();
+    }
+
+    const U16 test_;
 };

@@ -13,12 +13,12 @@
 
 #include "CommonException.h"
 #include "FakeLinks.h"
-#include "Fixture.h"
 #include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
 #include "TestEngine/te_summary.h"
+#include "ToolFixture.h"
 #include "ZelAccess.h"
 #include "ZelDiagTool.h"
 
@@ -27,25 +27,11 @@ namespace {
 const std::string kSingle(72, '-');
 const std::string kDouble(72, '=');
 
-class Run : public fakes::Fixture {
+class Run : public ToolFixture {
 protected:
-    Run() { Forget(); }
-    ~Run() override {
-        Forget();
-        fakes::ClearLinks();
-    }
-
     static void Forget() {
-        ifstSetupParams = {};
-        curTstMode = k_NoTestSelected;
-        curTstGroup = 0;
-        testIdG = 0;
-        g_ZelAccess = _ZelAccess();
-        g_ZelAccess.m_totalDevices = 0;
-        zelAccess = &g_ZelAccess;
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-        for (ifstTstGroup& group : ifstTstGrps)
-            group.result = 0;
+        ResetToolState();
+        fakes::ResetAll();
     }
 
     static void Cards(unsigned count) {
@@ -165,7 +151,6 @@ TEST_F(Run, LetsTheLastTestedCardDecide) {
                            {false, true, "0", 0},
                            {true, true, "7", 0}}) {
         Forget();
-        fakes::ResetAll();
         Cards(2);
         fakes::ZelAccess().cards[0].registers[0x1AB54] = row.firstFails ? 0 : 0xB000;
         fakes::ZelAccess().cards[1].registers[0x1AB54] = row.lastFails ? 0 : 0xB000;
@@ -277,7 +262,6 @@ TEST_F(Run, ReportsALibraryThatDoesNotClose) {
     EXPECT_EQ(Tool("-core -gec"), 0);
     EXPECT_EQ(Count(kDouble + "\nFailed to close API for device id: 0\n"), 1U);
     Forget();
-    fakes::ResetAll();
     Cards(2);
     fakes::ZelAccess().cards[0].registers[0x1AB54] = 0;
     fakes::ZelAccess().Fail("ZelCloseAPI", 13);
@@ -396,20 +380,14 @@ TEST_F(Run, BeginsEachGroupWithItsFirstTest) {
 }
 
 // A group whose configuration answers what the row says.
-class CardVerdict : public Run {
-protected:
-    CardVerdict() : saved_(ifstTstGrps[0]) {}
-    ~CardVerdict() override { ifstTstGrps[0] = saved_; }
-    ifstTstGroup saved_;
-};
+class CardVerdict : public Run {};
 
 TEST_F(CardVerdict, CanEndInTheConfiguration) {
     static I16 answer;
-    ifstTstGrps[0].cfg = [](ifstTstGroup*) { return answer; };
     for (const auto& [status, expected] : std::vector<std::pair<I16, int>>{
              {I16{IFST_CARD_OK}, 0}, {I16{IFST_CARD_ABORTED}, 1}, {I16{IFST_CARD_FAILED}, 1}}) {
         Forget();
-        fakes::ResetAll();
+        ifstTstGrps[0].cfg = [](ifstTstGroup*) { return answer; };
         Cards(1);
         answer = status;
         EXPECT_EQ(Tool("-pcie -vlw -core -gec"), expected) << status;
@@ -419,13 +397,12 @@ TEST_F(CardVerdict, CanEndInTheConfiguration) {
 
 TEST_F(CardVerdict, AbortsInAnIllegalState) {
     static U8 state;
-    ifstTstGrps[0].cfg = [](ifstTstGroup* group) -> I16 {
-        group->state = state;
-        return 0;
-    };
     for (const U8 illegal : {U8{0}, U8{7}, U8{8}, U8{11}, U8{255}}) {
         Forget();
-        fakes::ResetAll();
+        ifstTstGrps[0].cfg = [](ifstTstGroup* group) -> I16 {
+            group->state = state;
+            return 0;
+        };
         Cards(2);
         state = illegal;
         EXPECT_EQ(Tool("-pcie -vlw -core -gec"), 1) << int{illegal};

@@ -7,12 +7,12 @@
 
 #include "CommonTool/ShellExecuter.h"
 #include "FakeLinks.h"
-#include "Fixture.h"
 #include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
+#include "ToolFixture.h"
 
 namespace {
 
@@ -22,16 +22,14 @@ constexpr char kCore[] = "-core";
 constexpr char kDma[] = "-dma";
 constexpr char kSmc[] = "-smc";
 
-class CommandLine : public fakes::Fixture {
+class CommandLine : public ToolFixture {
 protected:
     CommandLine() { Rearm(); }
-    ~CommandLine() override { Rearm(); }
 
     // What the run driver does before each parse.
     static void Rearm() {
-        ifstSetupParams = {};
+        ResetToolState();
         ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
-        curTstMode = k_NoTestSelected;
         ResetRows();
     }
     static void ResetRows() {
@@ -280,7 +278,6 @@ TEST_F(CommandLine, CopiesTheHelpTextAndRestoresTheDisplayState) {
     ShellExecuter::SetAppDirAccessPath();
     ifstSetupParams.conc.state = 3;
     EXPECT_EQ(Parse("-help"), 0);
-    fakes::ClearLinks();
     ShellExecuter::SetAppDirAccessPath();
     std::filesystem::remove_all(folder);
     EXPECT_TRUE(out_.ends_with("\nthe text  of help\n\n")) << out_;

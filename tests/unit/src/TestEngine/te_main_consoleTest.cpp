@@ -1,16 +1,13 @@
 // The program's three ways of printing.
 #include "TestEngine/te_main_console.h"
 
-#include "Fixture.h"
 #include "TestEngine/te_main_params.h"
+#include "ToolFixture.h"
 
 namespace {
 
-class Console : public fakes::Fixture {
+class Console : public ToolFixture {
 protected:
-    Console() { ifstSetupParams = {}; }
-    ~Console() override { ifstSetupParams = {}; }
-
     std::string Displayed(const std::string& text) {
         fakes::CaptureOutput capture;
         IFSTDISP("%s", text.c_str());

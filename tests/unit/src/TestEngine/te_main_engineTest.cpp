@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "Fixture.h"
 #include "SI/si_main.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
 #include "TestEngine/te_main_tests.h"
+#include "ToolFixture.h"
 
 namespace {
 
@@ -58,15 +58,11 @@ constexpr TaskArg kArgsWithOwn[] = {{ARGTYPE_U64, "0"},
                                     {ARGTYPE_END, nullptr}};
 constexpr TaskArg kOneArg[] = {{ARGTYPE_U64, "0"}, {ARGTYPE_END, nullptr}};
 
-class Engine : public testing::Test {
+class Engine : public ToolFixture {
 protected:
     Engine() {
-        std::copy(std::begin(ifstTstGrps), std::end(ifstTstGrps), saved_);
-        ifstSetupParams = {};
         ifstSetupParams.failCtlState = IFST_EXIT_ON_FAIL;
         script = {};
-        testIdG = 0;
-        curTstGroup = 0;
         for (int i = 0; i < 3; ++i)
             tests_[i] =
                 ifstMakeTest({kDescriptions[i], "-longName", "-short"}, ScriptedTest, kArgs);
@@ -76,11 +72,7 @@ protected:
         group().state = IFST_GROUP_RUNNING;
         group().curTest = 0;
     }
-    ~Engine() override {
-        std::copy(std::begin(saved_), std::end(saved_), ifstTstGrps);
-        curTstGroup = 0;
-        EXPECT_TRUE(script.calls.empty()) << "an expected call never came";
-    }
+    ~Engine() override { EXPECT_TRUE(script.calls.empty()) << "an expected call never came"; }
 
     ifstTstGroup& group() const { return ifstTstGrps[row_]; }
 
@@ -114,7 +106,6 @@ protected:
     int steps_ = 0;
 
 private:
-    ifstTstGroup saved_[IFST_NUM_TESTGROUPS];
     U32 row_ = 0;
 };
 
@@ -432,7 +423,6 @@ TEST_F(Engine, TalliesATestUnderItsKey) {
         script.calls = {pass == 0 ? Pass : Fail};
         RunGroup();
     }
-    concDatalogParams.testGrpLog = nullptr;
     tstGrpLogInfo* const added = first.nextPtr;
     ASSERT_NE(added, &last) << "the new node comes behind the first";
     EXPECT_STREQ(added->testName, "longName");
@@ -464,7 +454,6 @@ TEST_F(Engine, TalliesATestUnderNoOthersKey) {
     concDatalogParams.testGrpLog = others;
     script.calls = {Pass};
     RunGroup();
-    concDatalogParams.testGrpLog = nullptr;
     EXPECT_EQ(own.passCnt, 1);
     for (const tstGrpLogInfo& other : others)
         EXPECT_EQ(other.passCnt, 0) << &other - others;
@@ -487,10 +476,9 @@ TEST(LoopControl, EndsOnlyLoopsThatItKnows) {
     EXPECT_EQ(ifstCheckTstPendingLoop(&lp), 0) << "a timer that is not armed";
 }
 
-class TimedLoop : public fakes::Fixture {};
+class TimedLoop : public ToolFixture {};
 
 TEST_F(TimedLoop, RunsForItsSeconds) {
-    ifstSetupParams = {};
     ifstLoopCb lp{};
     lp.testLpEna = IFST_LOOP_TIMED;
     lp.lp.timeCtl.timerVal = 3;

@@ -1,30 +1,21 @@
 // What the five test groups' front ends share.
 #include "TestEngine/te_main_frontend.h"
 
-#include "Fixture.h"
 #include "Rows.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/VerdictWatch.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_params.h"
 #include "TestEngine/te_main_tests.h"
+#include "TestEngine/te_summary.h"
+#include "ToolFixture.h"
 #include "ZelAccess.h"
 
 namespace {
 
-class FrontEnd : public fakes::Fixture {
+class FrontEnd : public ToolFixture {
 protected:
-    FrontEnd() {
-        ifstSetupParams = {};
-        g_ZelAccess = _ZelAccess();
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-        TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");
-    }
-    ~FrontEnd() override {
-        zelAccess = &g_ZelAccess;
-        g_ZelAccess = _ZelAccess();
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-    }
+    FrontEnd() { TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s"); }
 
     // Configures a copy of the group's row; its state afterwards.
     U8 Configure(const char* name) {
@@ -48,7 +39,7 @@ TEST_F(FrontEnd, LetsAGroupRunInNormalMode) {
         EXPECT_EQ(Configure(group), IFST_GROUP_RUNNING) << group;
         EXPECT_EQ(out_, "") << group;
     }
-    EXPECT_EQ(CountSummaryErrors(), 0U);
+    EXPECT_EQ(SummaryErrors().size(), 0U);
 }
 
 TEST_F(FrontEnd, SaysThatThereIsNoCardAccess) {
@@ -63,7 +54,7 @@ TEST_F(FrontEnd, SaysThatThereIsNoCardAccess) {
         EXPECT_EQ(out_.substr(0, out_.find(" *** ")), first[i]);
         EXPECT_NE(out_.find("in normal mode, set it to Normal mode"), std::string::npos);
     }
-    EXPECT_EQ(CountSummaryErrors(), 4U);
+    EXPECT_EQ(SummaryErrors().size(), 4U);
 }
 
 TEST_F(FrontEnd, SkipsAGroupWithoutAHandle) {
@@ -72,7 +63,7 @@ TEST_F(FrontEnd, SkipsAGroupWithoutAHandle) {
         EXPECT_EQ(out_, "") << group;
     }
     EXPECT_EQ(SummaryErrors(),
-              std::vector<std::string>(4, "  <none>.<none>: Internal Error; NULL Handle"));
+              std::vector<std::string>(4, "<none>.<none>: Internal Error; NULL Handle"));
 }
 
 TEST_F(FrontEnd, PreparesAndClosesAGroup) {

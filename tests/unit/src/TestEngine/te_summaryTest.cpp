@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "FakeLinks.h"
+#include "Fixture.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ using TE::TESummary;
 
 const std::string kRule(78, '=');
 
-class Summary : public testing::Test {
+class Summary : public fakes::Fixture {
 protected:
     Summary() {
         for (const char* card : {"0", "1", "2", "12"})
@@ -24,7 +24,6 @@ protected:
                            std::string("../../devices/pci0000:00/0000:00:02.0/0000:0") + card +
                                ":00.0/zel/zel" + card);
     }
-    ~Summary() override { fakes::ClearLinks(); }
 
     // The words behind the program's name; the result and what was consumed.
     std::pair<int, int> Parse(std::vector<std::string> words) {

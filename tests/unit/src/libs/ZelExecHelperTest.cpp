@@ -33,7 +33,6 @@ protected:
             fakes::Shell().SetFile(file, true);
         fakes::Shell().OnCommand(nullptr);
     }
-    ~ZelExec() override { fakes::ClearLinks(); }
 
     // The text of the exception; empty without one.
     std::string Execute(ZelExecHelper&& helper = ZelExecHelper()) {

@@ -28,7 +28,6 @@ protected:
         // Scripted from the start: no test of these reaches a real shell.
         fakes::Shell().OnCommand(nullptr);
     }
-    ~ZelPut() override { fakes::ClearLinks(); }
 
     // The text of the exception; empty without one.
     template <typename What>

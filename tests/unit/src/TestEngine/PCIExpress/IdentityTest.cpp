@@ -98,11 +98,7 @@ TEST_F(SubSystem, FailsWhenAListCannotBeRead) {
          {Row{"revisionID", "settings->GetWords revID failed with return value = 7\n", 58},
           {"subsystemVendorID", "settings->GetWords of SSVID failed with return value = 7\n", 68},
           {"subsystemID", "settings->GetWords of SSID failed with return value = 7\n", 78}}) {
-        fakes::ResetAll();
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-        TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");
-        TE::SUMMARY_INSTANCE.SetGroupName("PcieDiag");
-        g_ZelAccess = _ZelAccess();
+        Restart();
         fakes::SettingsFake().Fail(kSection, row.key, 7);
         Run();
         ExpectUnreadable(row.printed, row.line);
@@ -168,8 +164,7 @@ TEST_F(SubSystem, FailsWhenAListIsEmpty) {
     };
     for (const Row& row :
          {Row{"subsystemVendorID", 97}, {"subsystemID", 121}, {"revisionID", 143}}) {
-        fakes::ResetAll();
-        g_ZelAccess = _ZelAccess();
+        Restart();
         fakes::SettingsFake().SetWords(kSection, row.key, {});
         Run();
         EXPECT_NE(err_.find(", line " + std::to_string(row.line) + " "), std::string::npos) << err_;

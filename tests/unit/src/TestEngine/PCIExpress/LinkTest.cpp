@@ -27,9 +27,7 @@ TEST_F(LinkSpeed, FailsAtTheLowerSpeed) {
 
 TEST_F(LinkSpeed, FailsAtAnyOtherSpeed) {
     for (const U32 speed : {0U, 3U, 4U, 0xFFFFFFFFU}) {
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-        TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");
-        TE::SUMMARY_INSTANCE.SetGroupName("PcieDiag");
+        BeginSummary();
         Card().linkSpeed = speed;
         Run();
         ExpectFailed(kFile, 59, "FAILED: Invalid Link Speed found",
@@ -73,7 +71,7 @@ TEST_F(LinkWidth, FailsWhenTrainedDown) {
 TEST_F(LinkWidth, GivesTheVerdictBeforeItTellsTheSummary) {
     Card().linkWidth = 8;
     EXPECT_EQ(ErrorsBeforeVerdict(), 0);
-    EXPECT_EQ(CountSummaryErrors(), 1U);
+    EXPECT_EQ(SummaryErrors().size(), 1U);
 }
 
 TEST_F(LinkWidth, FailsAtAWiderLinkToo) {

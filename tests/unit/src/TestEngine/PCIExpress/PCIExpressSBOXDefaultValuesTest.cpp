@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "Fixture.h"
 #include "Rows.h"
 #include "TestEngine/PCIExpress/PCIExpress.h"
 #include "TestEngine/PCIExpress/SboxRegisters.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_summary.h"
+#include "ToolFixture.h"
 #include "ZelAccess.h"
 
 namespace {
@@ -70,7 +70,7 @@ U32 ReadsBefore(std::size_t index) {
 }
 
 // A card whose registers hold their values after power-on, open for tests.
-class SboxScan : public fakes::Fixture {
+class SboxScan : public ToolFixture {
 protected:
     SboxScan() {
         for (const auto& row : Registers())
@@ -262,25 +262,8 @@ protected:
         m_PCIExpressCb.gen.eventCnt = 7;
         Group().curTest = TestIndex("-pcie", "-vsrdv");
         Group().dbgLvl = k_DbgLvlFailed | k_DbgLvlPassed;
-        Group().result = IFST_PASSED;
-        Test() =
-            ifstMakeTest(k_Row_PCIExpress_PCIExpressSBOXDefaultValues, Test().tst, Test().Args);
-        TE::SUMMARY_INSTANCE = TE::TESummary();
         TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "", "");
         TE::SUMMARY_INSTANCE.SetGroupName("PcieDiag");
-    }
-
-    ~SboxTest() override {
-        m_PCIExpressCb = {};
-        Group().curTest = 0;
-        Group().dbgLvl = 0;
-        Group().result = IFST_PASSED;
-        Group().passCnt = 0;
-        Group().failCnt = 0;
-        Test().passCnt = 0;
-        Test().failCnt = 0;
-        Test().result = IFST_PASSED;
-        TE::SUMMARY_INSTANCE = TE::TESummary();
     }
 
     static ifstTstGroup& Group() { return GroupRow("-pcie"); }

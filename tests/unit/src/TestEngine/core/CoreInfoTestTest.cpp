@@ -39,7 +39,7 @@ TEST_F(EnabledCores, FailsWhenTheLibraryIsNotOpen) {
 TEST_F(EnabledCores, GivesTheVerdictBeforeItTellsTheSummary) {
     fakes::ZelAccess().Fail("ZelGetNumCores", 13);
     EXPECT_EQ(ErrorsBeforeVerdict(), 0);
-    EXPECT_EQ(CountSummaryErrors(), 1U);
+    EXPECT_EQ(SummaryErrors().size(), 1U);
 }
 
 class Threads : public RunningTest {
@@ -61,9 +61,7 @@ TEST_F(Threads, PassesWithFourOnEveryCore) {
 
 TEST_F(Threads, FailsWithAnyOtherMask) {
     for (U32 mask = 0; mask < 0xF; ++mask) {
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-        TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");
-        TE::SUMMARY_INSTANCE.SetGroupName("CoreDiag");
+        BeginSummary();
         Card().registers[0x1AB30] = mask;
         Run();
         ExpectFailed(kFile, 57, "Invalid number of threads found.\n",

@@ -74,7 +74,6 @@ protected:
         fakes::Shell().SetFile("/opt/tools/" + Ev1x(), true);
         fakes::Shell().OnCommand(nullptr);
     }
-    ~Workload() override { fakes::ClearLinks(); }
 
     static std::string Er1x() { return GetParam().workload + "_er1x"; }
     static std::string Ev1x() { return GetParam().workload + "_ev1x"; }
@@ -125,9 +124,7 @@ TEST_P(Workload, FindsThePassTextAnywhere) {
 
 TEST_P(Workload, ComparesThePassTextWithLetterCase) {
     for (const char* output : {"test passed", "Test Passed", "TEST  PASSED", "TEST\nPASSED"}) {
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-        TE::SUMMARY_INSTANCE.SetZelNumberAndVersions(0, "f", "s");
-        TE::SUMMARY_INSTANCE.SetGroupName("CoreDiag");
+        BeginSummary();
         RunWith({output, 0});
         EXPECT_EQ(out_, Banner() + Block("executing", GetParam().notPassedReason, output));
         EXPECT_EQ(err_, FailLine(GetParam().file, GetParam().line, GetParam().notPassedReason));
@@ -273,17 +270,17 @@ class VpuOrder : public Order {};
 
 TEST_P(VpuOrder, SummaryBeforeVerdict) {
     EXPECT_EQ(ErrorsBeforeVerdict({"", kRefused}), 1);
-    EXPECT_EQ(CountSummaryErrors(), 1U);
+    EXPECT_EQ(SummaryErrors().size(), 1U);
 }
 
 TEST_P(CacheOrder, VerdictBeforeSummary) {
     EXPECT_EQ(ErrorsBeforeVerdict({"", kRefused}), 0);
-    EXPECT_EQ(CountSummaryErrors(), 1U);
+    EXPECT_EQ(SummaryErrors().size(), 1U);
 }
 
 TEST_P(CacheOrder, FirstOfTwoLinesBeforeTheVerdict) {
     EXPECT_EQ(ErrorsBeforeVerdict({"", 0}), 1);
-    EXPECT_EQ(CountSummaryErrors(), 2U);
+    EXPECT_EQ(SummaryErrors().size(), 2U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Core, CacheOrder, ::testing::Values(kCache));

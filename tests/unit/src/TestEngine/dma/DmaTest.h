@@ -49,9 +49,6 @@ protected:
     ~DmaTest() override {
         AwaitWorkers();
         EXPECT_EQ(fakes::FakeThreads::CountOwned(), ownedBefore_) << "neither joined nor detached";
-        fakes::Threads().Verify();
-        fakes::Threads().Reset();
-        fakes::ClearLinks();
     }
 
     void Run(I16 expectedStatus = k_TestFinished) {

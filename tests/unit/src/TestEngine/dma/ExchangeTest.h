@@ -5,20 +5,15 @@
 #include <string>
 #include <vector>
 
-#include "Fixture.h"
+#include "SummaryErrors.h"
 #include "TestEngine/dma/VorlExchange.h"
 #include "TestEngine/te_main_params.h"
 #include "TestEngine/te_summary.h"
+#include "ToolFixture.h"
 
-class ExchangeTest : public fakes::Fixture {
+class ExchangeTest : public ToolFixture {
 protected:
     using Texts = std::vector<std::string>;
-
-    ExchangeTest() { ifstSetupParams = {}; }
-    ~ExchangeTest() override {
-        ifstSetupParams = {};
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-    }
 
     template <typename Half>
     unsigned int Run(Half half) {
@@ -49,24 +44,9 @@ protected:
 
     // The texts that the summary got, without group and test.
     static Texts Errors() {
-        std::string name = "x";
-        std::string option = "-summary";
-        char* argv[] = {name.data(), option.data(), nullptr};
-        int consumed = 0;
-        TE::TESummary copy = TE::SUMMARY_INSTANCE;
-        copy.ProcessGlobalOptions(2, argv, &consumed);
-        std::string text;
-        {
-            fakes::CaptureOutput capture;
-            copy.SendSummaryToConsole();
-            text = capture.Out();
-        }
         Texts errors;
-        for (size_t at = text.find("\n  "); at != std::string::npos;
-             at = text.find("\n  ", at + 1)) {
-            const std::string line = text.substr(at + 3, text.find('\n', at + 1) - at - 3);
+        for (const std::string& line : SummaryErrors())
             errors.push_back(line.substr(line.find(": ") + 2));
-        }
         return errors;
     }
 

@@ -4,42 +4,32 @@
 
 #include <cstring>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "Fixture.h"
 #include "Rows.h"
+#include "SummaryErrors.h"
 #include "TestEngine/TestGroups.h"
 #include "TestEngine/memory/memory.h"
 #include "TestEngine/memory/memoryErrorList.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_params.h"
 #include "TestEngine/te_summary.h"
+#include "ToolFixture.h"
 #include "ZelAccess.h"
 
 using Texts = std::vector<std::string>;
 
-class MemoryFixture : public fakes::Fixture {
+class MemoryFixture : public ToolFixture {
 protected:
     static constexpr U64 kMiB = 0x100000;
     static constexpr U64 kChunk = 0x1000000;
     static constexpr U64 kGiB = U64{1} << 30;
 
     MemoryFixture() {
-        ifstSetupParams = {};
-        m_memoryCb = {};
         memory_ResetOptions();
         Group().dbgLvl = k_DbgLvlFailed | k_DbgLvlPassed;
-        Group().result = IFST_PASSED;
-        Group().passCnt = Group().failCnt = 0;
-        Group().curTest = 0;
         curTstGroup = GroupIndex("-mem");
-        for (ifstTstCb& test : k_memoryFrontEnd.Tests()) {
-            test.state = IFST_TEST_IDLE;
-            test.result = IFST_PASSED;
-            test.passCnt = test.failCnt = 0;
-        }
         OpenCard(fakes::Card());
         memory_TGInit(&Group());
         BeginSummary();
@@ -47,11 +37,6 @@ protected:
     ~MemoryFixture() override {
         memory_TGClean(&Group());
         zelAccess->CloseAccessHandle();
-        zelAccess->m_currentDevice = -1;
-        TE::SUMMARY_INSTANCE = TE::TESummary();
-        Group().dbgLvl = 0;
-        curTstGroup = 0;
-        ifstSetupParams = {};
     }
 
     static ifstTstGroup& Group() { return GroupRow("-mem"); }
@@ -81,14 +66,7 @@ protected:
 
     // The error lines of the card so far, without their indent; begins the summary anew.
     static Texts TakeErrors() {
-        testing::internal::CaptureStdout();
-        TE::SUMMARY_INSTANCE.SendSummaryToConsole();
-        std::istringstream summary(testing::internal::GetCapturedStdout());
-        Texts errors;
-        for (std::string line; std::getline(summary, line);) {
-            if (line.starts_with("  "))
-                errors.push_back(line.substr(2));
-        }
+        Texts errors = SummaryErrors();
         BeginSummary();
         return errors;
     }
@@ -128,6 +106,4 @@ protected:
 
     std::string out;
     std::string err;
-
-private:
 };

@@ -29,13 +29,12 @@ TEST_F(Firmware, FailsWithTraceThenVerdictThenSummary) {
 TEST_F(Firmware, GivesTheVerdictBeforeItTellsTheSummary) {
     fakes::ZelAccess().Fail("ZelGetSMCFWVersion", 13);
     EXPECT_EQ(ErrorsBeforeVerdict(), 0);
-    EXPECT_EQ(CountSummaryErrors(), 1U);
+    EXPECT_EQ(SummaryErrors().size(), 1U);
 }
 
 TEST_F(Firmware, DoesNothingOnAnotherCard) {
     for (const char* name : {"Ostrel(R) Vimbra(TM) Coprocessor X", "", "Other"}) {
-        fakes::ResetAll();
-        g_ZelAccess = _ZelAccess();
+        Restart();
         Card().name = name;
         Run();
         EXPECT_EQ(done_, Texts{"trace 11 \"Test not supported on this device\\n\""});
@@ -106,7 +105,7 @@ TEST_F(Hardware, FailsWithTheFirmwareMessage) {
 TEST_F(Hardware, TellsTheSummaryBeforeItGivesTheVerdict) {
     fakes::ZelAccess().Fail("ZelGetSMCHWRevision", 13);
     EXPECT_EQ(ErrorsBeforeVerdict(), 1);
-    EXPECT_EQ(CountSummaryErrors(), 1U);
+    EXPECT_EQ(SummaryErrors().size(), 1U);
 }
 
 TEST_F(Hardware, DoesNothingOnAnotherCard) {
@@ -150,7 +149,7 @@ TEST_F(Uuid, FailsWhenItCannotRead) {
 TEST_F(Uuid, TellsTheSummaryBeforeItGivesTheVerdict) {
     fakes::ZelAccess().Fail("ZelGetUUID", 13);
     EXPECT_EQ(ErrorsBeforeVerdict(), 1);
-    EXPECT_EQ(CountSummaryErrors(), 1U);
+    EXPECT_EQ(SummaryErrors().size(), 1U);
 }
 
 TEST_F(Uuid, DoesNothingWithoutAnOpenCard) {

@@ -1,11 +1,9 @@
 // Resets, shows and checks what the command line sets.
-#include "ToolState.h"
+#include "ParsedState.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <sstream>
-#include <vector>
 
 #include "Expect.h"
 #include "FakeTrace.h"
@@ -16,33 +14,11 @@
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_frontend.h"
 #include "TestEngine/te_main_params.h"
-#include "TestEngine/te_summary.h"
+#include "ToolState.h"
 
 namespace fuzz {
 
 namespace {
-
-// The group rows and tables of tests as the program starts with them.
-struct InitialTables {
-    std::vector<ifstTstGroup> groups{std::begin(ifstTstGrps), std::end(ifstTstGrps)};
-    std::vector<std::vector<ifstTstCb>> tests;
-
-    InitialTables() {
-        for (const ifstTstGroup& group : ifstTstGrps)
-            tests.emplace_back(group.frontEnd->tests,
-                               group.frontEnd->tests + group.frontEnd->numTests);
-    }
-};
-
-void ResetGroup(std::size_t index, const InitialTables& initial) {
-    const ifstGroupFrontEnd& frontEnd = *ifstTstGrps[index].frontEnd;
-    ifstTstGrps[index] = initial.groups[index];
-    std::copy(initial.tests[index].begin(), initial.tests[index].end(), frontEnd.tests);
-    *frontEnd.gen = {};
-    *frontEnd.debugLevel = 0;
-    std::fill_n(frontEnd.fileName, k_GroupFileNameSize, '\0');
-    *frontEnd.parseState = {};
-}
 
 bool IsOneOf(U32 value, std::initializer_list<U32> values) {
     return std::find(values.begin(), values.end(), value) != values.end();
@@ -51,13 +27,7 @@ bool IsOneOf(U32 value, std::initializer_list<U32> values) {
 }  // namespace
 
 void BeginProcess() {
-    static const InitialTables initial;
-    for (std::size_t i = 0; i < IFST_NUM_TESTGROUPS; ++i)
-        ResetGroup(i, initial);
-    m_memoryCb = {};
-    curTstMode = k_NoTestSelected;
-    ifstSetupParams = {};
-    TE::SUMMARY_INSTANCE = TE::TESummary();
+    ResetToolState();
     fakes::ZelAccess().Reset();
     fakes::Trace().Reset();
     fakes::TheJournal().Clear();

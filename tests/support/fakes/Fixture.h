@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 
 #include "FakeClock.h"
+#include "FakeLinks.h"
 #include "FakeMemory.h"
 #include "FakeSettings.h"
 #include "FakeShell.h"
+#include "FakeThreads.h"
 #include "FakeTrace.h"
 #include "FakeVorl.h"
 #include "FakeZelAccess.h"

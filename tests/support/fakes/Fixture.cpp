@@ -11,6 +11,8 @@ void ResetAll() {
     Memory().Reset();
     Vorl().Reset();
     Shell().Reset();
+    Threads().Reset();
+    ClearLinks();
     TheJournal().Clear();
 }
 
@@ -20,6 +22,7 @@ void VerifyAll() {
     Memory().Verify();
     Vorl().Verify();
     Shell().Verify();
+    Threads().Verify();
 }
 
 Fixture::Fixture() {

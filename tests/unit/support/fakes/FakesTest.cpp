@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -127,6 +128,19 @@ TEST_F(FakesTest, LeftoversFailTheTest) {
     fakes::SettingsFake().FailLoad(1);
     EXPECT_NONFATAL_FAILURE(fakes::VerifyAll(), "settings.Load was to fail");
     fakes::ResetAll();
+    fakes::Vorl().Fail("vorl_open", EMFILE);
+    EXPECT_NONFATAL_FAILURE(fakes::VerifyAll(), "vorl_open was to fail");
+    fakes::ResetAll();
+    fakes::Threads().Fail("pthread_create", EAGAIN);
+    EXPECT_NONFATAL_FAILURE(fakes::VerifyAll(), "pthread_create was to fail");
+    fakes::ResetAll();
+    fakes::Memory().FailPlain();
+    EXPECT_NONFATAL_FAILURE(fakes::VerifyAll(), "malloc");
+    fakes::ResetAll();
+    fakes::Shell().Answer("one");
+    EXPECT_NONFATAL_FAILURE(fakes::VerifyAll(), "command never run: \"one\"");
+    fakes::ResetAll();
+    fakes::VerifyAll();
 }
 
 U32 InitWithRoomFor(U32 count) {
@@ -242,6 +256,30 @@ TEST_F(FakesTest, EveryTestBeginsAnew) {
     EXPECT_EQ(fakes::ZelAccess().cards.size(), 1U);
     EXPECT_EQ(geteuid(), 0U);
     EXPECT_EQ(fakes::Clock().Microseconds(), fakes::FakeClock::kStartMicroseconds);
+}
+
+TEST_F(FakesTest, ATestLeavesNothingToTheNext) {
+    fakes::ZelAccess().readsTouchNothing = true;
+    fakes::SettingsFake().SetWords("s", "a", {1});
+    fakes::Trace().SetLevel(DLVL_DIAG1);
+    fakes::Clock().Advance(1);
+    fakes::SetEffectiveUser(1000);
+    fakes::Vorl().Spoil(0, 0, 1);
+    EXPECT_GE(vorl_open(), 0);
+    fakes::Shell().SetFile("/no/such/file", true);
+    fakes::SetLink("/no/such/link", "target");
+    fakes::ResetAll();
+    EXPECT_FALSE(fakes::ZelAccess().readsTouchNothing);
+    int count = 0;
+    EXPECT_NE(settings->GetWords("s", "a", &count, nullptr), 0);
+    EXPECT_EQ(fakes::Trace().Level(), DLVL_UNDEFINED);
+    EXPECT_EQ(fakes::Clock().Microseconds(), fakes::FakeClock::kStartMicroseconds);
+    EXPECT_EQ(geteuid(), 0U);
+    EXPECT_TRUE(fakes::Vorl().OpenEndpoints().empty());
+    EXPECT_EQ(std::fopen("/no/such/file", "r"), nullptr);
+    char target[8];
+    EXPECT_EQ(readlink("/no/such/link", target, sizeof target), -1);
+    EXPECT_THAT(fakes::TheJournal().LinesWith("vorl_"), IsEmpty());
 }
 
 }  // namespace
