@@ -14,10 +14,12 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release" AND ZELDIAG_SANITIZE STREQUAL "")
 endif()
 
 # Makes a program static, and position-independent all the same. CMake knows -pie only, which would
-# undo -static-pie; and the C library's start of such a program does not survive a RUNPATH.
+# undo -static-pie; and the C library's start of such a program does not survive a RUNPATH. Sanitizers do
+# not go with static linking.
 function(zel_static target)
   set_property(TARGET ${target} PROPERTY POSITION_INDEPENDENT_CODE)
   set_target_properties(${target} PROPERTIES INSTALL_RPATH "")
   target_compile_options(${target} PRIVATE -fPIE)
   target_link_options(${target} PRIVATE -static-pie)
+  zel_without_sanitizers(${target})
 endfunction()

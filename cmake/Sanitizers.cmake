@@ -12,6 +12,9 @@ endif()
 if(sanitizers)
   add_compile_options(${sanitizers} -fno-omit-frame-pointer -g -O1)
   add_link_options(${sanitizers})
+
+  add_library(zel_sanitizer_options OBJECT cmake/SanitizerOptions.cpp)
+  link_libraries("$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:zel_sanitizer_options>>")
 endif()
 
 # For libFuzzer: every object tells which edges run, and how it compares. The fuzz targets alone are
@@ -24,12 +27,13 @@ if(ZELDIAG_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# For what is linked statically, with which sanitizers do not go.
+# Takes the sanitizers off a target: for what runs on a card, which has no libraries, and what is loaded
+# into programs that have no sanitizer.
 function(zel_without_sanitizers target)
-  foreach(property COMPILE_OPTIONS LINK_OPTIONS)
+  foreach(property COMPILE_OPTIONS LINK_OPTIONS LINK_LIBRARIES)
     get_target_property(options ${target} ${property})
     if(options)
-      list(FILTER options EXCLUDE REGEX "^-f(no-)?sanitize")
+      list(FILTER options EXCLUDE REGEX "^-f(no-)?sanitize|zel_sanitizer_options")
       set_target_properties(${target} PROPERTIES ${property} "${options}")
     endif()
   endforeach()
