@@ -1,0 +1,1 @@
+yes '[[card]]' | head -n 256
