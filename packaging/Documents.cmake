@@ -32,24 +32,32 @@ foreach(page IN LISTS pages)
   install_compressed(${page} share/man/man${section} ${name} ${component})
 endforeach()
 
-file(GLOB completions CONFIGURE_DEPENDS completion/*.bash)
-foreach(completion IN LISTS completions)
-  cmake_path(GET completion STEM program)
+# All of them stand in one folder of the build tree, where the tests look: those that name tests are filled
+# there, the others are put there as they are.
+set(completion_folder ${CMAKE_CURRENT_BINARY_DIR}/completion)
+file(MAKE_DIRECTORY ${completion_folder})
+file(GLOB completions CONFIGURE_DEPENDS completion/*)
+foreach(source IN LISTS completions)
+  cmake_path(GET source FILENAME name)
+  if(name MATCHES "\\.in$")
+    cmake_path(REMOVE_EXTENSION name LAST_ONLY)
+    zel_fill(${source} ${completion_folder}/${name})
+  else()
+    configure_file(${source} ${completion_folder}/${name} COPYONLY)
+  endif()
+  string(REGEX REPLACE "^_|\\.bash$" "" program ${name})
   component_of(${program} component)
-  install(FILES ${completion} DESTINATION share/bash-completion/completions RENAME ${program}
-          COMPONENT ${component})
-endforeach()
-
-# Debian's zsh looks in vendor-completions.
-file(GLOB completions CONFIGURE_DEPENDS completion/_*)
-foreach(completion IN LISTS completions)
-  cmake_path(GET completion FILENAME name)
-  string(SUBSTRING ${name} 1 -1 program)
-  component_of(${program} component)
-  install(FILES ${completion} DESTINATION share/zsh/site-functions COMPONENT ${component})
-  set(link ${ZELDIAG_LINKS}/${name})
-  file(CREATE_LINK ../site-functions/${name} ${link} SYMBOLIC)
-  install(FILES ${link} DESTINATION share/zsh/vendor-completions COMPONENT ${component})
+  if(name MATCHES "\\.bash$")
+    install(FILES ${completion_folder}/${name} DESTINATION share/bash-completion/completions
+            RENAME ${program} COMPONENT ${component})
+  else()
+    install(FILES ${completion_folder}/${name} DESTINATION share/zsh/site-functions
+            COMPONENT ${component})
+    # Debian's zsh looks in vendor-completions.
+    set(link ${ZELDIAG_LINKS}/${name})
+    file(CREATE_LINK ../site-functions/${name} ${link} SYMBOLIC)
+    install(FILES ${link} DESTINATION share/zsh/vendor-completions COMPONENT ${component})
+  endif()
 endforeach()
 
 foreach(component tool simulated_platform card_programs)

@@ -102,6 +102,7 @@ struct ifstTstCb {
     ifstTest tst;
     const TaskArg* Args;
     U8 state;
+    const char* brief;
     const char* help;  // or null
     U32 testId;
     U64 tstSpecCb;

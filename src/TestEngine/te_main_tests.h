@@ -12,6 +12,7 @@ struct ifstTestRow {
     const char* description;  // the title behind "Test N: "
     const char* longNm;
     const char* shortNm;
+    const char* brief;  // what the shells' completion says beside the names
     const char* help = nullptr;
 };
 
@@ -34,6 +35,7 @@ constexpr ifstTstCb ifstMakeTest(const ifstTestRow& row, ifstTest entry, const T
     test.tstDescr2 = "";
     test.longNm = row.longNm;
     test.shortNm = row.shortNm;
+    test.brief = row.brief;
     test.help = row.help;
     test.tst = entry;
     test.Args = args;

@@ -20,7 +20,7 @@ using testing::IsSupersetOf;
 using testing::Not;
 using testing::UnorderedElementsAreArray;
 
-constexpr char kFolder[] = PROJECT_FOLDER "/packaging/completion";
+constexpr char kFolder[] = COMPLETION_FOLDER;
 constexpr char kFleets[] = PROJECT_FOLDER "/platform/simulated/fleets/";
 
 class Completion : public testing::TestWithParam<std::string> {

@@ -77,6 +77,7 @@ const std::set<std::string>& HelpLines() {
     return lines;
 }
 
+// What tests are called by, in the report and by completion.
 const std::set<std::string>& TestTitles() {
     static const std::set<std::string> titles = [] {
         std::set<std::string> all;
@@ -84,6 +85,8 @@ const std::set<std::string>& TestTitles() {
             all.insert(group.title);
             for (const std::string& title : group.testTitles)
                 all.insert(Trimmed(title));
+            for (const DocTest& test : group.tests)
+                all.insert(test.brief);
         }
         return all;
     }();

@@ -16,7 +16,7 @@ DocGroup ReadGroup(const ifstTstGroup& row) {
     DocGroup group{row.shortNm, row.longNm, row.name, {}, {}};
     for (U16 i = 0; i < row.frontEnd->numTests; ++i) {
         const ifstTstCb& test = row.frontEnd->tests[i];
-        group.tests.push_back({test.shortNm, test.longNm});
+        group.tests.push_back({test.shortNm, test.longNm, test.brief});
         group.testTitles.emplace_back(test.tstDescr1);
     }
     return group;

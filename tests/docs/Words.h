@@ -9,6 +9,7 @@
 struct DocTest {
     std::string shortName;
     std::string longName;
+    std::string brief;
 };
 
 struct DocGroup {

@@ -80,4 +80,5 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressSBOXDefaultValues = {
     .description = "Verify SBOX registers after reset",
     .longNm = "-verifySBoxRegDefaultValues",
     .shortNm = "-vsrdv",
+    .brief = "SBOX registers hold their defaults",
 };

@@ -47,4 +47,5 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyBootstrap = {
     .description = "Verify Coprocessor Bootstrap status",
     .longNm = "-verifyBootStrap",
     .shortNm = "-vbs",
+    .brief = "the POST code is that of a card that booted",
 };

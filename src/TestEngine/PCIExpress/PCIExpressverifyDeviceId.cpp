@@ -39,4 +39,5 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyDeviceId = {
     .description = "Verify Coprocessor Device ID",
     .longNm = "-verifyDeviceId",
     .shortNm = "-vdi",
+    .brief = "the device id is allowed",
 };

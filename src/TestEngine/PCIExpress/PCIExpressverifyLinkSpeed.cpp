@@ -44,4 +44,5 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyLinkSpeed = {
     .description = "Verify PCIe Gen 2 Link Speed",
     .longNm = "-verifyLinkSpeed",
     .shortNm = "-vls",
+    .brief = "the link trained to 5 GT/s",
 };

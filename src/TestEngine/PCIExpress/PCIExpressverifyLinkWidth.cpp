@@ -34,4 +34,5 @@ constinit const ifstTestRow k_Row_PCIExpress_PCIExpressverifyLinkWidth = {
     .description = "Verify Link Width",
     .longNm = "-verifyLinkWidth",
     .shortNm = "-vlw",
+    .brief = "the link trained to 16 lanes",
 };

@@ -95,4 +95,5 @@ constinit const ifstTestRow k_Row_PCIExpress_vRevSubSystemID = {
     .description = "Verify Coprocessor Revision, Subsystem and Vendor ID",
     .longNm = "-verifyRevSubSysID",
     .shortNm = "-vrs",
+    .brief = "vendor, subsystem and revision are allowed",
 };

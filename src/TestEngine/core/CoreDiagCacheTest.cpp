@@ -30,6 +30,7 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagCacheTest = {
     .description = "Cache test",
     .longNm = "-Cache",
     .shortNm = "-c",
+    .brief = "run a cache workload on the card",
     .help =
         "ZelDiag -CoreDiag -Cache\n| or ZelDiag -cd -c\n| Executes cache tests on the device.\n",
 };

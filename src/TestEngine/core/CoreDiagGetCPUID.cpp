@@ -70,6 +70,7 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagGetCPUID = {
     .description = "Get CPU ID",
     .longNm = "-GetCPUID",
     .shortNm = "-gid",
+    .brief = "the cores are of the coprocessor family",
     .help =
         "ZelDiag -CoreDiag -GetCPUID\n| or ZelDiag -cd -gid\n|  Gets the Information about CPU "
         "id.\n",

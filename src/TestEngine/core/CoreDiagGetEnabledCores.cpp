@@ -31,6 +31,7 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagGetEnabledCores = {
     .description = "Get list of enabled cores",
     .longNm = "-GetEnabledCores",
     .shortNm = "-gec",
+    .brief = "show the number of cores",
     .help =
         "ZelDiag -CoreDiag -GetEnabledCores\n| or ZelDiag -cd -gec\n| Gets the list of current "
         "enabled cores.\n",

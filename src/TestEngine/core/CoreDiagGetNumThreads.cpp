@@ -62,6 +62,7 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagGetNumThreads = {
     .description = "Get number of threads",
     .longNm = "-GetNumThreads",
     .shortNm = "-gnt",
+    .brief = "four threads are enabled on every core",
     .help =
         "ZelDiag -CoreDiag -GetNumThreads\n| or ZelDiag -cd -gec\n| Gets the number of threads.\n",
 };

@@ -29,5 +29,6 @@ constinit const ifstTestRow k_Row_CoreDiag_CoreDiagVpuTest = {
     .description = "VPU test",
     .longNm = "-Vpu",
     .shortNm = "-v",
+    .brief = "run a vector-unit workload on the card",
     .help = "ZelDiag -CoreDiag -Vpu\n| or ZelDiag -cd -v\n| Executes vpu tests on the device.\n",
 };

@@ -105,4 +105,5 @@ constinit const ifstTestRow k_Row_Dma_DmaHostToZel = {
     .description = "verify DMA from Host to Coprocessor ",
     .longNm = "-verifyDMAHostToCoprocessor",
     .shortNm = "-vdh2l",
+    .brief = "transfers that the host begins",
 };

@@ -161,4 +161,5 @@ constinit const ifstTestRow k_Row_Dma_DmaZelToHost = {
     .description = "verify DMA from Coprocessor to Host",
     .longNm = "-verifyDMACoprocessorToHost",
     .shortNm = "-vdl2h",
+    .brief = "transfers that the card begins",
 };

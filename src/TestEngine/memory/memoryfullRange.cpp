@@ -48,4 +48,5 @@ constinit const ifstTestRow k_Row_memory_memoryfullRange = {
     .description = "Full range test",
     .longNm = "-fullRange",
     .shortNm = "-full",
+    .brief = "write, read and compare the whole memory",
 };

@@ -117,4 +117,5 @@ constinit const ifstTestRow k_Row_memory_memorygddrInfo = {
     .description = "Coprocessor memory info",
     .longNm = "-gddrInfo",
     .shortNm = "-info",
+    .brief = "show the memory, judge its maker",
 };

@@ -81,4 +81,5 @@ constinit const ifstTestRow k_Row_memory_memorywrite = {
     .description = "Write test",
     .longNm = "-write",
     .shortNm = "-wr",
+    .brief = "write, read and compare a range",
 };

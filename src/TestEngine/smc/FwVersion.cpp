@@ -33,4 +33,5 @@ constinit const ifstTestRow k_Row_Smc_FwVersion = {
     .description = "SMC get firmware version",
     .longNm = "-fwversion",
     .shortNm = "-fwv",
+    .brief = "show the firmware version",
 };

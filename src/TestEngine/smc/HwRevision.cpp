@@ -64,4 +64,5 @@ constinit const ifstTestRow k_Row_Smc_HwRevision = {
     .description = "SMC get hardware revision",
     .longNm = "-hwrevision",
     .shortNm = "-hwr",
+    .brief = "show the hardware revision",
 };

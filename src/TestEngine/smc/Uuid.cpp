@@ -50,4 +50,5 @@ constinit const ifstTestRow k_Row_Smc_Uuid = {
     .description = "SMC get UUID",
     .longNm = "-uuid",
     .shortNm = "-uniqueid",
+    .brief = "show the UUID",
 };

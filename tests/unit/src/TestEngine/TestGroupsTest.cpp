@@ -47,6 +47,8 @@ TEST(Registry, HasNoIncompleteRow) {
             const ifstTstCb& test = group.frontEnd->tests[i];
             EXPECT_STRNE(test.tstDescr1, "") << test.longNm;
             EXPECT_STREQ(test.tstDescr2, "") << test.longNm;
+            ASSERT_NE(test.brief, nullptr) << test.longNm;
+            EXPECT_STRNE(test.brief, "") << test.longNm;
             EXPECT_NE(test.tst, nullptr) << test.longNm;
             ASSERT_NE(test.Args, nullptr) << test.longNm;
             EXPECT_EQ(test.Args[0].Type, ARGTYPE_U64) << test.longNm;

@@ -65,7 +65,7 @@ protected:
         script = {};
         for (int i = 0; i < 3; ++i)
             tests_[i] =
-                ifstMakeTest({kDescriptions[i], "-longName", "-short"}, ScriptedTest, kArgs);
+                ifstMakeTest({kDescriptions[i], "-longName", "-short", ""}, ScriptedTest, kArgs);
         group().tstList = tests_;
         group().numTests = 3;
         group().tstCb = 4711;
@@ -144,7 +144,7 @@ TEST_F(Engine, HandsOverControlBlockAndIndex) {
 TEST_F(Engine, WritesTheIndexInDecimalBehindTheHexadecimalPrefix) {
     ifstTstCb many[12];
     for (ifstTstCb& test : many)
-        test = ifstMakeTest({"Many", "-many", "-m"}, ScriptedTest, kArgs);
+        test = ifstMakeTest({"Many", "-many", "-m", ""}, ScriptedTest, kArgs);
     many[10].state = IFST_TEST_SELECTED;
     group().tstList = many;
     group().numTests = 12;

@@ -99,7 +99,7 @@ class OwnArguments : public FrontEnd {
 protected:
     OwnArguments() : frontEnd_(*GroupRow("-core").frontEnd) {
         for (ifstTstCb& test : tests_)
-            test = ifstMakeTest({"Some", "-some", "-s"}, nullptr, args_);
+            test = ifstMakeTest({"Some", "-some", "-s", ""}, nullptr, args_);
         tests_[2].longNm = "-third";
         frontEnd_.tests = tests_;
         frontEnd_.numTests = 3;
