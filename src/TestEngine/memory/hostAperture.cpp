@@ -5,8 +5,8 @@
 #include <limits>
 
 #include "CommonTool/Trace.h"
+#include "TestEngine/memory/memoryCardMode.h"
 #include "TestEngine/memory/memoryProgress.h"
-#include "TestEngine/memory/memoryUsageMode.h"
 #include "TestEngine/memory/transferBuffer.h"
 #include "TestEngine/te_main_console.h"
 #include "TestEngine/te_summary.h"

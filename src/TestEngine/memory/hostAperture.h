@@ -1,4 +1,4 @@
-// Tests a card's memory from the host: writes the pattern, reads it back and compares, chunk by chunk
+// Tests a range of a card's memory from the host: writes the pattern, reads it back and compares, chunk by chunk
 // through one buffer. The card is switched from its ready state into memory-diagnostic mode before
 // the first range of a test; the caller takes it back.
 #pragma once
@@ -10,8 +10,7 @@
 inline constexpr U64 k_OlderLowestAddress = 0x100000;
 inline constexpr U64 k_OlderBytesHeldBack = 64;
 
-// The current generation is tested in two passes: up to the first address, then from the second on.
-inline constexpr U64 k_LowPassBytes = 0xFF000000;
+// The second pass over the current generation's memory starts here.
 inline constexpr U64 k_HighPassStart = 0x100000000;
 
 inline constexpr char k_ElapsedLabel[] = "\nhost-based memory testing - time elapsed:";
@@ -28,9 +27,3 @@ enum MemoryCachingType : U32 { MNonCached = 0, MCached = 1, MWriteCombined = 2 }
 int hostApertureMemTest(unsigned long start, unsigned long length, unsigned int dataWidth,
                         unsigned long* pattern, _GddrDiagErrorList** errors, bool breakOnFail,
                         bool& modeSet, bool fullRange, unsigned long doneBefore, bool showTotals);
-
-// Tests the whole memory, in one or two passes; 1 or 0 as above. Unless `memTestMode` is 1 it prints
-// that it skips the test, and returns 1. `start` counts for the older generation only.
-int fullRangeMemTest(unsigned long start, unsigned int dataWidth, unsigned long* pattern,
-                     _GddrDiagErrorList** errors, bool breakOnFail, unsigned int memTestMode,
-                     bool& modeSet);

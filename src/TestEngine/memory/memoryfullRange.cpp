@@ -1,9 +1,9 @@
 // The FullRange test: the whole of the card's memory, from the host. The card goes from its ready
 // state into memory-diagnostic mode and back.
 #include "CommonTool/Trace.h"
-#include "TestEngine/memory/hostAperture.h"
 #include "TestEngine/memory/memory.h"
 #include "TestEngine/memory/memoryTestRun.h"
+#include "TestEngine/memory/wholeMemory.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_summary.h"
 #include "ZelAccess.h"

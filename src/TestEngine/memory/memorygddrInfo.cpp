@@ -7,7 +7,7 @@
 #include "SI/cm_stub0.h"
 #include "Settings.h"
 #include "TestEngine/memory/memory.h"
-#include "TestEngine/memory/memoryUsageMode.h"
+#include "TestEngine/memory/memoryCardMode.h"
 #include "TestEngine/te_main.h"
 #include "TestEngine/te_main_cardtest.h"
 #include "TestEngine/te_main_console.h"

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "MemoryFixture.h"
-#include "TestEngine/memory/hostAperture.h"
+#include "TestEngine/memory/wholeMemory.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Moves the open card into a usage mode in which the host may reach its memory.
-#include "TestEngine/memory/memoryUsageMode.h"
+#include "TestEngine/memory/memoryCardMode.h"
 
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
 // The way into memory-diagnostic mode, and every way in which it fails.
-#include "TestEngine/memory/memoryUsageMode.h"
+#include "TestEngine/memory/memoryCardMode.h"
 
 #include <unistd.h>
 

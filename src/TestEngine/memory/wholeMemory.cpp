@@ -1,16 +1,20 @@
-// Tests the whole of a card's memory from the host.
+#include "TestEngine/memory/wholeMemory.h"
+
 #include <algorithm>
 
 #include "CommonTool/Trace.h"
 #include "TestEngine/memory/hostAperture.h"
 #include "TestEngine/memory/memory.h"
+#include "TestEngine/memory/memoryCardMode.h"
 #include "TestEngine/memory/memoryProgress.h"
-#include "TestEngine/memory/memoryUsageMode.h"
 #include "TestEngine/te_main_console.h"
 #include "TestEngine/te_summary.h"
 #include "ZelAccess.h"
 
 namespace {
+
+// The first pass over the current generation's memory ends here.
+constexpr U64 kLowPassBytes = 0xFF000000;
 
 struct Pass {
     U64 start;
@@ -21,7 +25,7 @@ struct Pass {
 // memory.
 Pass LowPass(bool current, U64 start, U64 memoryBytes) {
     if (current)
-        return {0, std::min(memoryBytes, k_LowPassBytes)};
+        return {0, std::min(memoryBytes, kLowPassBytes)};
     const bool below = start < k_OlderLowestAddress;
     const U64 length = below ? start + memoryBytes - k_OlderLowestAddress : 0;
     return {std::max(start, k_OlderLowestAddress), length - k_OlderBytesHeldBack};
