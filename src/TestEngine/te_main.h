@@ -1,9 +1,16 @@
 // The test engine: runs the selected tests of the selected groups on every selected card.
 //
-//   te_main          the run driver: from the command line to the exit status
-//   te_main_cards    one card: its groups in table order, and their report
-//   te_main_cmdline  the command line
-//   te_main_engine   one step of a group's tests, loops, verdicts
+//   te_main           the run driver: from the command line to the exit status
+//   te_main_cards     one card: its groups in table order, and their report
+//   te_main_cardtest  what the tests that ask an open card have in common
+//   te_main_cmdline   the command line
+//   te_main_console   the ways of printing
+//   te_main_engine    one step of a group's tests, loops, verdicts
+//   te_main_frontend  what the groups' front ends share: words of the command line, usage
+//   te_main_params    the run's parameters
+//   te_main_records   the records of groups and tests
+//   te_main_tests     how a test joins its group
+//   te_summary        the report at the end
 //
 // Single-threaded; verdicts are given on the thread that runs the engine, but for one failure that a
 // DMA worker reports while that thread only waits.

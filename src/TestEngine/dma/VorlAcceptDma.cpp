@@ -53,7 +53,7 @@ private:
         return true;
     }
 
-    // EAGAIN counts as a connection; the registration on the endpoint that is none then fails.
+    // EAGAIN counts as a connection; the registration on the invalid endpoint then fails.
     bool Accept(U32* threadAcceptState) {
         vorl_portID peer{1, k_VorlPort};
         if (VorlWait(cancelState_, vorl_accept, listening_.Get(), &peer, connected_.Receive(),

@@ -67,7 +67,7 @@ I16 memory_TGCfg(ifstTstGroup* group);
 I16 memory_TGClean(ifstTstGroup* group);
 void memoryUsage();
 
-// An option of the group's own. `take` is false when the value is none for it.
+// An option of the group's own. `take` is false when the value is invalid.
 struct MemoryOption {
     const char* key;  // in lower case; the command line takes any
     bool (*take)(const char* value);
@@ -83,7 +83,7 @@ struct MemoryWidth {
 std::span<const MemoryWidth> memory_Widths();
 
 // Takes a word of the form "key=value" that is one of the group's options, the key in any letter
-// case; 1 when it was taken, 0 when the key or the value is none.
+// case; 1 when it was taken, 0 when the key or the value is invalid.
 int memory_TGParseUserCustom(const char* word);
 
 // Every option begins from its initial value at each parse, so that like cards are tested alike.

@@ -18,7 +18,7 @@ namespace {
 constexpr char kFile[] = "TestEngine/memory/memorywrite";
 constexpr char kInvalid[] = "Memory Test parameter validation fail";
 
-// The pattern's first element, two digits a byte; empty at a width that is none.
+// The pattern's first element, two digits a byte; empty at an invalid width.
 std::string ElementText(const GDDRDiagCb& params) {
     const U32 width = params.dataWidth;
     if (width != 1 && width != 2 && width != 4 && width != 8)

@@ -68,7 +68,7 @@ bool TransferBuffer::VerifyElements(U32 begin, U32 end, Report& report) {
 template <typename Report>
 bool TransferBuffer::Verify(U32 length, Report report) {
     const U32 end = length - length % step_;
-    // At a width that is none, every element differs.
+    // At an invalid width every element differs.
     if (!hasPattern_)
         return VerifyElements(0, end, report);
     for (U32 begin = 0; begin < end; begin += kBlockBytes) {

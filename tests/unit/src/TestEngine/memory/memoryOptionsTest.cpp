@@ -42,7 +42,7 @@ TEST_F(MemoryOptions, TakesSizesInDecimalAndHexadecimal) {
     EXPECT_EQ(Params().memSize, 0x40U);
     EXPECT_EQ(Take("-memSize=0X40"), 0);
     EXPECT_EQ(Take("-memSize=-1"), 0);
-    EXPECT_EQ(Params().memSize, 0x40U) << "a value that is none changes nothing";
+    EXPECT_EQ(Params().memSize, 0x40U) << "an invalid value changes nothing";
 }
 
 TEST_F(MemoryOptions, TakesWidthsWithCase) {
