@@ -58,13 +58,6 @@ U32 ReadSbox(U32 offset, std::span<const SboxValue> changed) {
     return PowerOnSbox()[offset / 4];
 }
 
-template <std::size_t Size>
-void CopyText(char (&out)[Size], std::string_view text) {
-    const std::size_t length = std::min(text.size(), Size - 1);
-    std::memcpy(out, text.data(), length);
-    out[length] = '\0';
-}
-
 void Describe(const CardState& card, ZelDeviceOnSystem& record) {
     record = {};
     record.deviceId = card.deviceId;
