@@ -5,5 +5,5 @@
 #include <vector>
 
 // Each text as the compiler sees it: neighbours joined, escapes replaced. Comments, character constants and
-// names of headers are left out. Throws on a raw string, of which the project has none.
+// names of headers are left out.
 std::vector<std::string> ReadLiterals(const std::string& source);
