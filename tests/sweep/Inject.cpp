@@ -12,7 +12,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -51,6 +50,9 @@ int TakeExecutable(dl_phdr_info* object, std::size_t /*size*/, void* /*unused*/)
     }
     return 1;
 }
+
+// The operation of a platform library that this thread runs.
+thread_local const char* call = nullptr;
 
 // The walk over the callers may allocate, which is not the tool's doing.
 thread_local bool walking = false;
@@ -189,13 +191,23 @@ bool Fails(Kind kind, const char* what) {
     return true;
 }
 
-bool FailsAllocation(std::size_t bytes) {
+bool FailsAllocation() {
     if (!IsItsTurn(Kind::Allocation))
         return false;
-    std::snprintf(run->what, sizeof run->what, "%zu bytes", bytes);
-    RecordSite();
+    const Callers callers = WalkCallers();
+    const char* const asker = call != nullptr ? call : AskingLibrary(callers);
+    std::strncpy(run->what, asker, sizeof run->what - 1);
+    TakeSite(callers, run->site);
     run->struck = 1;
     return true;
+}
+
+InCall::InCall(const char* name) : outer_(call) {
+    call = name;
+}
+
+InCall::~InCall() {
+    call = outer_;
 }
 
 void NoteAllocation(void* memory, std::size_t bytes) {

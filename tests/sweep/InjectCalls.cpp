@@ -32,13 +32,17 @@ int FailedVorl() {
 
 template <CallFault fault, FailedCall failed, typename Result, typename Failure, typename Call>
 Result Swept(const char* name, Failure failure, Call call) {
-    if constexpr (fault == CallFault::Never) {
+    const auto within = [&] {
+        const sweep::InCall running(name);
         return call();
+    };
+    if constexpr (fault == CallFault::Never) {
+        return within();
     } else if constexpr (failed == FailedCall::Closed) {
-        const Result result = call();
+        const Result result = within();
         return sweep::Fails(sweep::Kind::Call, name) ? failure() : result;
     } else {
-        return sweep::Fails(sweep::Kind::Call, name) ? failure() : call();
+        return sweep::Fails(sweep::Kind::Call, name) ? failure() : within();
     }
 }
 

@@ -90,8 +90,8 @@ void __libc_free(void* memory);
 
 namespace {
 
-bool OutOfMemory(std::size_t bytes) {
-    if (!sweep::FailsAllocation(bytes))
+bool OutOfMemory() {
+    if (!sweep::FailsAllocation())
         return false;
     errno = ENOMEM;
     return true;
@@ -108,16 +108,15 @@ void* CountedBlock(void* memory, std::size_t bytes) {
 }  // namespace
 
 void* malloc(std::size_t bytes) {
-    return OutOfMemory(bytes) ? nullptr : CountedBlock(__libc_malloc(bytes), bytes);
+    return OutOfMemory() ? nullptr : CountedBlock(__libc_malloc(bytes), bytes);
 }
 
 void* calloc(std::size_t count, std::size_t bytes) {
-    return OutOfMemory(count * bytes) ? nullptr
-                                      : CountedBlock(__libc_calloc(count, bytes), count * bytes);
+    return OutOfMemory() ? nullptr : CountedBlock(__libc_calloc(count, bytes), count * bytes);
 }
 
 void* realloc(void* memory, std::size_t bytes) {
-    if (OutOfMemory(bytes))
+    if (OutOfMemory())
         return nullptr;
     if (memory == nullptr)
         return CountedBlock(__libc_realloc(memory, bytes), bytes);
@@ -129,7 +128,7 @@ void* realloc(void* memory, std::size_t bytes) {
 }
 
 void* memalign(std::size_t alignment, std::size_t bytes) {
-    return OutOfMemory(bytes) ? nullptr : CountedBlock(__libc_memalign(alignment, bytes), bytes);
+    return OutOfMemory() ? nullptr : CountedBlock(__libc_memalign(alignment, bytes), bytes);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t bytes) {

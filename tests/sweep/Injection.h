@@ -48,7 +48,7 @@ struct Injection {
     // Filled while the tool runs.
     std::array<std::atomic<std::uint64_t>, kKinds> counts;
     std::atomic<std::uint32_t> struck;
-    char what[64];  // the operation, or the command, that failed
+    char what[64];  // the operation or the command that failed, or who asked for the memory
     // The return addresses inside the tool's executable that lead to it, counted from where the
     // executable is loaded, innermost first; 0 behind the last.
     std::array<std::uint64_t, kDepth> site;

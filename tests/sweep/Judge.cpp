@@ -23,16 +23,16 @@ constexpr std::uint64_t kLongestSleep = 36 + 60;
 // functions, and how many blocks that are at most.
 struct KeptOnPurpose {
     const char* library;
-    const char* callers;  // the function, behind it those into which the compiler may have taken it
+    const char* caller;  // empty: any
     int most;
     const char* what;
 };
 constexpr int kAnyNumber = std::numeric_limits<int>::max();
 constexpr KeptOnPurpose kKeptOnPurpose[] = {
-    {"libSettings.so", "main", kAnyNumber, "the settings, some blocks for each of their lines"},
+    {"libSettings.so", "Run", kAnyNumber, "the settings, some blocks for each of their lines"},
     {"libc.so.6", "cmGetSysTimeStr", 3, "the time zone"},
     {"libc.so.6", "DISPLINES", 1, "the buffer of standard output"},
-    {"libc.so.6", "PutInheritedRight", 2, "the streams of standard output and standard error"},
+    {"libc.so.6", "OpenWaiting", 2, "the streams of standard output and standard error"},
     {"libvorl.so", "", 2, "the table of endpoints"},
     {"ld-linux-x86-64.so.2", "", 5, "threads' own variables: stacks are kept for later threads"},
 };
@@ -51,7 +51,8 @@ std::string StrangeBlock(const Outcome& clean) {
         const std::string caller = CallerIn(block.callers);
         const auto* const known =
             std::ranges::find_if(kKeptOnPurpose, [&](const KeptOnPurpose& kept) {
-                return block.library == kept.library && IsOneOf(caller, kept.callers);
+                return block.library == kept.library &&
+                       (*kept.caller == '\0' || caller == kept.caller);
             });
         const auto row = static_cast<size_t>(known - std::begin(kKeptOnPurpose));
         if (known == std::end(kKeptOnPurpose) || ++found[row] > known->most)

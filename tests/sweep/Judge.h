@@ -46,9 +46,6 @@ inline std::string CallerIn(const Outcome& outcome) {
     return CallerIn(outcome.site);
 }
 
-// Whether `caller` is one of the functions named in `callers`, with blanks between them; empty: any.
-bool IsOneOf(const std::string& caller, const std::string& callers);
-
 // Why `fault` is right after all; null when it is not.
 const char* Reason(Fault fault, const Failure& failure, const Outcome& clean,
                    const Outcome& outcome);

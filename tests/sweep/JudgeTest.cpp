@@ -55,8 +55,8 @@ Outcome RunOf(const Card& first = {}, const Card& second = {}) {
     outcome.struck = true;
     outcome.tidied = true;
     outcome.blocks = 4;
-    outcome.kept = {{96, "libSettings.so", {"main"}},
-                    {64, "libSettings.so", {"main"}},
+    outcome.kept = {{96, "libSettings.so", {"Run", "main"}},
+                    {64, "libSettings.so", {"Run", "main"}},
                     {20, "libc.so.6", {"cmGetSysTimeStr", "InitUTask", "main"}},
                     {4096, "libc.so.6", {"DISPLINES", "IFSTDISP", "main"}}};
     outcome.descriptors = 1;
@@ -120,7 +120,7 @@ TEST(CleanRun, KeepsNoBlockThatHasNoName) {
     const auto isWholeWith = [](const sweep::Kept& block) {
         return IsWhole(With(RunOf(), [&](Outcome& run) { run.kept.push_back(block); }));
     };
-    EXPECT_TRUE(isWholeWith({32, "libSettings.so", {"std::string::string", "main"}}));
+    EXPECT_TRUE(isWholeWith({32, "libSettings.so", {"std::string::string", "Run", "main"}}));
     EXPECT_TRUE(isWholeWith({20, "libc.so.6", {"cmGetSysTimeStr", "main"}}));
     EXPECT_FALSE(isWholeWith({1, "ZelDiag", {"main"}}));
     EXPECT_FALSE(isWholeWith({8, "ZelDiag", {"cmGetSysTimeStr", "main"}}));
@@ -210,18 +210,20 @@ TEST(Judge, CountsOtherCards) {
 
 TEST(Demand, IsNoVersionWhereItIsToldThatThereIsNone) {
     const auto noFlash = [](const char* function) {
-        return Struck(RunOf({.flash = "NA"}), "ZelGetZelVersion", {function, "InitUTask", "main"});
+        return Struck(RunOf({.flash = "NA"}), "ZelGetZelVersion",
+                      {function, "OpenCard", "InitUTask", "main"});
     };
-    EXPECT_TRUE(IsDemanded(Fault::Passed, Kind::Call, noFlash("OpenCard")));
+    EXPECT_TRUE(IsDemanded(Fault::Passed, Kind::Call, noFlash("FlashVersion")));
     EXPECT_FALSE(IsDemanded(Fault::Passed, Kind::Call, noFlash("_ZelAccess::ShowVersion")));
-    EXPECT_FALSE(IsDemanded(Fault::Passed, Kind::Call, noFlash("OpenCard"), RunOf({.flash = "NA"})))
+    EXPECT_FALSE(
+        IsDemanded(Fault::Passed, Kind::Call, noFlash("FlashVersion"), RunOf({.flash = "NA"})))
         << "it is no news";
     EXPECT_FALSE(IsDemanded(Fault::Passed, Kind::Call,
-                            Struck(RunOf(), "ZelGetZelVersion", {"OpenCard", "InitUTask"})))
+                            Struck(RunOf(), "ZelGetZelVersion", {"FlashVersion", "OpenCard"})))
         << "it is not told";
     EXPECT_FALSE(IsDemanded(
         Fault::Passed, Kind::Call,
-        Struck(RunOf({.flash = "NA", .test2 = "FAILED"}), "ZelGetZelVersion", {"OpenCard"})))
+        Struck(RunOf({.flash = "NA", .test2 = "FAILED"}), "ZelGetZelVersion", {"FlashVersion"})))
         << "the verdicts do not follow";
 }
 
@@ -234,12 +236,20 @@ TEST(Demand, IsTheEndOfTheRunForTheLibrarysVersionOnly) {
                             Struck(ended, "ZelGetZelVersion", {"OpenCard", "InitUTask"})));
 }
 
-TEST(Demand, TellsAllocationsOfOneSizeApart) {
-    const auto without = [](const char* function) {
-        return Struck(RunOf(), "1024 bytes", {"ssMemAlloc", "ssTextAlloc", function, "main"});
+TEST(Demand, TellsAllocationsApartByWhoAsks) {
+    const auto isDemanded = [](const char* asker, std::vector<std::string> site,
+                               const char* said = "", const char* part = "core") {
+        return IsDemanded(Fault::Passed, Kind::Allocation,
+                          Struck(RunOf({.said = said}), asker, std::move(site)), RunOf(), part);
     };
-    EXPECT_TRUE(IsDemanded(Fault::Passed, Kind::Allocation, without("DISPLINES")));
-    EXPECT_FALSE(IsDemanded(Fault::Passed, Kind::Allocation, without("setMemDiagUsageMode")));
+    EXPECT_TRUE(isDemanded("ZelDiag", {"ssMemAlloc", "ssTextAlloc", "DISPLINES", "main"}));
+    EXPECT_TRUE(isDemanded("ZelDiag", {"DISPLINES", "main"}, "less of what is displayed\n"));
+    EXPECT_TRUE(isDemanded("libc.so.6", {"DISPLINES", "main"}));
+    EXPECT_FALSE(isDemanded("libc.so.6", {"DISPLINES", "main"}, "less of what is displayed\n"));
+    EXPECT_FALSE(isDemanded("ZelDiag", {"ssMemAlloc", "setMemDiagUsageMode", "DISPLINES"}));
+    EXPECT_TRUE(isDemanded("vorl_connect", {"vorl_connect_dma"}, "", "dma"));
+    EXPECT_FALSE(isDemanded("vorl_bind", {"vorl_connect_dma"}, "", "dma"));
+    EXPECT_FALSE(isDemanded("vorl_connect", {"vorl_connect_dma"}, "", "core"));
 }
 
 TEST(Demand, TellsOperationsOfSimilarNamesApart) {
@@ -268,7 +278,7 @@ TEST(Demand, IsALostPortWhereTheHostStillWaitedForACard) {
     second.said = lost;
     const auto isDemanded = [&](const Card& first, const char* part, Kind kind,
                                 const char* function) {
-        const Outcome outcome = Struck(RunOf(first, second), "51 bytes", {function});
+        const Outcome outcome = Struck(RunOf(first, second), "ZelDiag", {function});
         return IsDemanded(Fault::NextCard, kind, outcome, RunOf(), part);
     };
     constexpr char kConnect[] = "Dma_DmaZelToHost";

@@ -3,21 +3,27 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
+#include <vector>
 
 namespace sweep {
 
 class Symbols {
 public:
-    // Throws std::runtime_error when the program's symbols cannot be read.
-    explicit Symbols(const std::string& program);
+    // Throws std::runtime_error when the program has no debug information.
+    explicit Symbols(std::string program);
 
-    // The function in which the address lies, without its arguments; counted from where the program
-    // is loaded.
-    std::string NameAt(std::uint64_t address) const;
+    // The functions in which an address lies, without their arguments, innermost first: more than one
+    // where the compiler has taken one into another. Those of system headers are left out. Addresses
+    // count from where the program is loaded.
+    std::vector<std::string> NamesAt(std::span<const std::uint64_t> addresses);
 
 private:
-    std::map<std::uint64_t, std::string> names_;
+    void LookUp(std::span<const std::uint64_t> addresses);
+
+    std::string program_;
+    std::map<std::uint64_t, std::vector<std::string>> names_;
 };
 
 }  // namespace sweep

@@ -134,14 +134,14 @@ Tool::~Tool() {
     close(file_);
 }
 
-std::vector<std::string> Tool::NamesOf(const std::array<std::uint64_t, kDepth>& site) const {
-    std::vector<std::string> names;
+std::vector<std::string> Tool::NamesOf(const std::array<std::uint64_t, kDepth>& site) {
+    std::vector<std::uint64_t> calls;
     for (const std::uint64_t address : site) {
         // The call lies before the address to which it returns.
         if (address != 0)
-            names.push_back(symbols_.NameAt(address - 1));
+            calls.push_back(address - 1);
     }
-    return names;
+    return symbols_.NamesAt(calls);
 }
 
 Outcome Tool::Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode) {

@@ -28,7 +28,7 @@ public:
 
 private:
     // The tool's functions that hold the addresses.
-    std::vector<std::string> NamesOf(const std::array<std::uint64_t, kDepth>& site) const;
+    std::vector<std::string> NamesOf(const std::array<std::uint64_t, kDepth>& site);
 
     std::vector<std::string> words_;
     std::unique_ptr<simulated::HostState> host_;
