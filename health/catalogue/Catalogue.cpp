@@ -70,6 +70,7 @@ TestRow Row(const toml::table& group, const toml::table& test, int number) {
     row.resources = Texts(test, "resources");
     row.needs = Texts(test, "needs");
     row.generations = Texts(test, "generations");
+    row.options = Texts(test, "options");
     row.expectedSeconds = Number(test, "expected");
     row.deadlineSeconds = Number(test, "deadline");
     row.perGibSeconds = test["per_gib"].value_or(0.0);

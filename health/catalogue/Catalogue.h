@@ -28,6 +28,7 @@ struct TestRow {
     std::vector<std::string> resources;
     std::vector<std::string> needs;
     std::vector<std::string> generations;
+    std::vector<std::string> options;  // "-memSize": those that it takes, each with a value
     double expectedSeconds = 0;
     double deadlineSeconds = 0;
     double perGibSeconds = 0;

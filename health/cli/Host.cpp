@@ -79,8 +79,13 @@ const Stop& Interrupted() {
         action.sa_handler = OnSignal;
         action.sa_flags = SA_RESTART;
         sigemptyset(&action.sa_mask);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-            sigaction(signal, &action, nullptr);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+            struct sigaction before {};
+            sigaction(signal, nullptr, &before);
+            // nohup's wish.
+            if (signal != SIGHUP || before.sa_handler != SIG_IGN)
+                sigaction(signal, &action, nullptr);
+        }
     }
     return wishes->stop;
 }

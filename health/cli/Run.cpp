@@ -38,7 +38,7 @@ struct Options {
     std::string plan = "standard";
     std::vector<std::string> cards;
     int jobs = 0;
-    std::string output;
+    std::optional<std::string> output;
     double deadline = 0;
     int repeat = 1;
     double wait = 0;
@@ -75,7 +75,6 @@ void AddShared(CLI::App& command, Options& options) {
     command
         .add_option("--cards", options.cards,
                     "These cards only: zel0, or a PCIe address; several with commas")
-        ->delimiter(',')
         ->type_name("CARD");
     command.add_option("--jobs", options.jobs, "Cards at once; without it all")
         ->check(CLI::Range(1, 256))
@@ -98,14 +97,27 @@ void AddShared(CLI::App& command, Options& options) {
         ->type_name("PATH");
 }
 
+// "zel0,zel1" as two; what is empty stays, and is no card.
+std::vector<std::string> Split(const std::vector<std::string>& words) {
+    std::vector<std::string> parts;
+    for (std::string_view rest : words) {
+        for (auto comma = rest.find(','); comma != rest.npos; comma = rest.find(',')) {
+            parts.emplace_back(rest.substr(0, comma));
+            rest.remove_prefix(comma + 1);
+        }
+        parts.emplace_back(rest);
+    }
+    return parts;
+}
+
 // Cards by any of their names. One that this host does not have is asked for all the same, and missing.
 std::vector<std::string> CardNames(const std::vector<std::string>& words) {
     std::vector<std::string> names;
-    for (const std::string& word : words) {
+    for (const std::string& word : Split(words)) {
         const auto name = CardName(word);
         if (!name) {
-            throw Unanswerable("--cards: " + word +
-                               " is no card; one is called zel0, or 0000:02:00.0");
+            throw Unanswerable("--cards: \"" + word +
+                               "\" is no card; one is called zel0, or 0000:02:00.0");
         }
         names.push_back(*name);
     }
@@ -123,7 +135,9 @@ RunSettings Settings(const Options& options) {
     } catch (const std::runtime_error& error) {
         throw Unanswerable(error.what());
     }
-    settings.tool = options.tool.empty() ? ProgramFolder() + "/ZelDiag" : options.tool;
+    // A name without a folder would be looked for in PATH when it is started.
+    settings.tool = options.tool.empty() ? ProgramFolder() + "/ZelDiag"
+                                         : std::filesystem::absolute(options.tool).string();
     if (access(settings.tool.c_str(), X_OK) != 0) {
         throw Unanswerable(settings.tool + ": there is no such program; --tool names the tool");
     }
@@ -139,11 +153,11 @@ RunSettings Settings(const Options& options) {
 }
 
 std::unique_ptr<Stream> OpenStream(const Options& options) {
-    if (options.output.empty()) {
+    if (!options.output) {
         return nullptr;
     }
     try {
-        return std::make_unique<Stream>(options.output);
+        return std::make_unique<Stream>(*options.output);
     } catch (const std::runtime_error& error) {
         throw Unanswerable(error.what());
     }
@@ -226,7 +240,7 @@ int Tell(const PluginLine& line, int status, std::FILE* out) {
 
 // The answer of a stored run of the same question; null when there is none that is young enough.
 std::optional<int> StoredAnswer(const Options& options, const std::filesystem::path& file) {
-    if (options.maxAge <= 0 || !options.cards.empty()) {
+    if (options.maxAge <= 0) {
         return std::nullopt;
     }
     const std::vector<Json> records = ReadStoredRun(file, Milliseconds(options.maxAge));
@@ -239,9 +253,12 @@ std::optional<int> StoredAnswer(const Options& options, const std::filesystem::p
         for (const Json& record : records) {
             line.Read(record);
         }
-        status = std::clamp(records.back().value("status", 3), 0, 3);
+        status = records.back().value("status", -1);
     } catch (const Json::exception&) {
         return std::nullopt;  // lines of JSON, but no records
+    }
+    if (status < kGood || status > kUnknown) {
+        return std::nullopt;
     }
     if (const auto stream = OpenStream(options)) {
         for (const Json& record : records) {
@@ -260,8 +277,8 @@ int Check(const Options& options) {
     PluginLine line;
     StoredRun stored(file);
     std::vector<RecordReader*> readers = {&line};
-    // The answer for some cards is none for all.
-    if (options.cards.empty()) {
+    // The answer for some cards is none for all, and that of another tool is none for this.
+    if (options.cards.empty() && options.tool.empty()) {
         readers.push_back(&stored);
     }
     const int status = RunWith(options, readers, [] {});
@@ -277,6 +294,8 @@ int Answer(const std::function<int()>& command) {
     }
     // Whoever reads what is written may go.
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that may not grow is told like a full disk; the cards are to be restored all the same.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         return command();
     } catch (const Unanswerable& error) {
@@ -308,10 +327,13 @@ void DeclareCheck(CLI::App& app, const std::vector<std::string>& words, int& sta
     const auto options = std::make_shared<Options>();
     options->plan = "check";
     AddShared(*command, *options);
+    // The answer for all cards is none for some of them.
     command
         ->add_option("--max-age", options->maxAge,
                      "Answer from the last check when it is not older")
         ->check(Seconds(0))
+        ->excludes("--cards")
+        ->excludes("--tool")
         ->type_name("SECONDS");
     options->words = words;
     command->callback([options, &status] { status = Answer([&] { return Check(*options); }); });

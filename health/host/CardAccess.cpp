@@ -116,16 +116,19 @@ CardReply ZelCard::Ask(const std::vector<std::string>& words, const Stop& stop) 
                 fmt::format("{} was ended by signal {}", program_, child.code));
 }
 
-CardList ListCards(const CardAccess& access, const Stop& stop) {
+CardList ListCards(const CardAccess& access, const Stop& stop, const CardChoice& isWanted) {
     CardList list;
     list.enumeration = access.Ask({"facts"}, stop);
     if (!list.enumeration.Answered())
         return list;
-    for (const json& identity : list.enumeration.answer.value("cards", json::array()))
-        list.cards.push_back({.card = identity.value("card", ""),
+    for (const json& identity : list.enumeration.answer.value("cards", json::array())) {
+        CardList::Entry entry{.card = identity.value("card", ""),
                               .pcie = identity.value("pcie", ""),
                               .facts = identity,
-                              .error = ""});
+                              .error = ""};
+        if (!isWanted || isWanted(entry.card, entry.pcie))
+            list.cards.push_back(std::move(entry));
+    }
     AskAll(access, list.cards, stop);
     return list;
 }

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -70,7 +71,10 @@ struct CardList {
     std::vector<Entry> cards;
 };
 
+// Whether a card of that name and PCIe address is asked.
+using CardChoice = std::function<bool(const std::string& card, const std::string& pcie)>;
+
 // Enumerates the cards and asks all of them at once.
-CardList ListCards(const CardAccess& access, const Stop& stop);
+CardList ListCards(const CardAccess& access, const Stop& stop, const CardChoice& isWanted = {});
 
 }  // namespace zelhealth

@@ -1,6 +1,7 @@
 // Reads /proc.
 #include "host/Processes.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -76,6 +77,8 @@ std::optional<Process> ReadProcess(pid_t pid, const fs::path& proc) {
     if (!(fields >> process.id.startTime))
         return std::nullopt;
     process.ended = state == 'Z' || state == 'X';
+    struct stat owner {};
+    process.ofRoot = stat(folder.c_str(), &owner) == 0 && owner.st_uid == 0;
     process.killed = KillIsPending(folder / "status");
 
     std::error_code hidden;

@@ -22,6 +22,7 @@ struct Process {
     ProcessId id;
     pid_t parent = 0;
     bool ended = false;   // a zombie: nothing of it runs any more
+    bool ofRoot = false;  // by its effective user
     bool killed = false;  // SIGKILL is on its way, and waits until a call into the kernel returns
     std::string
         program;  // the file name of its executable; of a kernel thread, or without leave, its name

@@ -56,7 +56,8 @@ std::vector<ToolRun> FindToolRuns(const std::string& tool, const std::filesystem
     std::vector<ToolRun> runs;
     for (const auto& [pid, process] : processes) {
         const bool isTool = process.program == tool || process.program == kToolName;
-        if (isTool && !process.ended)
+        // Without root rights the tool does nothing, and whoever has none must not keep others from theirs.
+        if (isTool && process.ofRoot && !process.ended)
             runs.push_back({process, KindOf(processes, process)});
     }
     return runs;

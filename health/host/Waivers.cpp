@@ -3,9 +3,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 
+#include "catalogue/Catalogue.h"
 #include "host/TomlFile.h"
 
 namespace zelhealth {
@@ -42,8 +44,11 @@ Waiver ReadWaiver(const TomlTable& table) {
                   .test = table.Text("test"),
                   .until = ReadDay(table),
                   .why = table.Text("why")};
-    if (waiver.test != "*" && waiver.test.find('.') == std::string::npos)
-        table.Fail("test", "takes a group and a test, such as \"pcie.vlw\"");
+    const auto& tests = Catalogue::BuiltIn().Tests();
+    if (std::none_of(tests.begin(), tests.end(),
+                     [&waiver](const TestRow& row) { return Matches(waiver.test, row.Id()); }))
+        table.Fail("test",
+                   "names no test; it takes one such as \"pcie.vlw\", \"pcie.*\", or \"*\"");
     if (waiver.why.empty())
         table.Fail("why", "must say why");
     return waiver;

@@ -1,6 +1,7 @@
 #include "plan/Plan.h"
 
 #include <fmt/format.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <fstream>
@@ -136,7 +137,7 @@ private:
         for (const toml::node& node : *tests) {
             const toml::table* const table = node.as_table();
             if (table == nullptr) {
-                Refuse(node, "test takes tables");
+                Refuse(node, "test takes tables, [[test]]; a list of names is called tests");
             }
             ReadTest(*table);
         }
@@ -160,7 +161,7 @@ private:
         }
         if (const toml::array* const options = Array(table, "options")) {
             for (const toml::node& option : *options) {
-                test.options.push_back(Option(option));
+                test.options.push_back(Option(*test.row, option));
             }
         }
         Add(*name, test);
@@ -178,14 +179,21 @@ private:
         return *row;
     }
 
-    // Options of the tool that belong to a test, which are those with a value; anything else would
-    // select other tests, or change what the tool prints.
-    std::string Option(const toml::node& node) const {
+    // Anything but the test's own options would select other tests, or change what the tool prints.
+    std::string Option(const TestRow& row, const toml::node& node) const {
         const auto option = node.value<std::string>();
-        if (!node.is_string() || !option->starts_with('-') ||
-            option->find('=') == std::string::npos || option->starts_with("-dbgLvl") ||
-            option->starts_with("-debugLevel")) {
+        const std::size_t equals = option ? option->find('=') : std::string::npos;
+        if (!node.is_string() || equals == std::string::npos) {
             Refuse(node, "options takes texts such as \"-memSize=0x1000000\"");
+        }
+        const std::string name = option->substr(0, equals);
+        const bool known = std::any_of(
+            row.options.begin(), row.options.end(),
+            [&name](const std::string& own) { return strcasecmp(own.c_str(), name.c_str()) == 0; });
+        if (!known) {
+            const std::string takes =
+                row.options.empty() ? "none" : fmt::format("{}", fmt::join(row.options, ", "));
+            Refuse(node, fmt::format("{} has no option {}; it takes {}", row.Id(), name, takes));
         }
         return *option;
     }

@@ -41,8 +41,10 @@ void PluginLine::Read(const Json& record) {
         const std::string text =
             fmt::format("{}: {}.{} {}", record.value("card", ""), record.value("group", ""),
                         record.value("test", ""), record.value("reason", ""));
+        const std::string note =
+            record.contains("waived") ? " (" + record.value("waived", "") + ")" : "";
         if (status != Status::ok) {
-            (status == Status::critical ? critical_ : others_).push_back(Plain(text));
+            (status == Status::critical ? critical_ : others_).push_back(Plain(text + note));
         }
     } else if (kind == "card_finished" || kind == "run_note") {
         if (kind == "card_finished") {

@@ -335,8 +335,9 @@ private:
         }
     }
 
+    // One that is gone without a word when all was to end anyway has ended like the rest.
     void LostKeeper() {
-        result_.end = ChildEnd::signalled;
+        result_.end = stage_ == Stage::running ? ChildEnd::signalled : why_;
         result_.code = SIGKILL;
         result_.error = "zelkeeper was killed";
         stage_ = Stage::over;

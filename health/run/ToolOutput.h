@@ -21,6 +21,7 @@ struct AskedTest {
     std::string groupSummary;  // "PcieDiag"
     int number = 0;            // 1 is the first test of its group
     std::string title;         // "Verify Link Width"
+    std::string pcie;          // "0000:02:00.0"; empty where it is not known
 };
 
 enum class Statement { missing, passed, failed };

@@ -134,6 +134,11 @@ Judgement JudgeExit(const ChildResult& result, const AskedTest& asked) {
     Judgement judgement;
     if (!report.sawHeader) {
         judgement = JudgeStart(result, asked, report);
+    } else if (!asked.pcie.empty() && report.pcie != asked.pcie) {
+        // Its number now belongs to another card: the drivers of the host were started anew, say.
+        judgement = Make(Verdict::crashed,
+                         fmt::format("the tool tested the card on PCIe address {}, not that on {}",
+                                     report.pcie, asked.pcie));
     } else if (report.AnyFailed() && report.sawTest) {
         judgement = JudgeFailure(report);
     } else if (!report.complete) {
@@ -183,7 +188,7 @@ Judgement Judge(const ChildResult& result, const AskedTest& asked) {
                                               : result.error);
         case ChildEnd::timedOut:
             return Make(Verdict::timedOut,
-                        "ended after " + Count(result.seconds.count()) + ", which is its deadline");
+                        "ended after " + Count(result.seconds.count()) + ", its time being over");
         case ChildEnd::givenUp:
             return Make(Verdict::timedOut, fmt::format("given up after {}: pid {} cannot be killed",
                                                        Count(result.seconds.count()), result.pid));

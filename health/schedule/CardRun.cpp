@@ -109,6 +109,7 @@ void CardRun::Run() {
     WriteStarted();
     if (Prepare()) {
         RunSteps();
+        LookAtModeLeft();
     }
     lock_.reset();
     WriteFinished();
@@ -166,10 +167,6 @@ bool CardRun::Prepare() {
         AddReason("setup", card_.entry.error, 3);
     } else if (kind == Kind::broken) {
         AddReason("facts", "its facts cannot be read: " + card_.entry.error, 1);
-    } else if (kind == Kind::answered && Mode().empty()) {
-        AddReason("mode", "it does not tell its mode", 2);
-    } else if (kind == Kind::answered && Mode() != "normal") {
-        AddReason("mode", fmt::format("it is in mode {}, in which no job can use it", Mode()), 2);
     }
     // The tool passes any number of cores, and without a memory test any size of memory.
     const auto isNone = [this](const char* fact) {
@@ -182,8 +179,65 @@ bool CardRun::Prepare() {
     if (isNone("memory_size")) {
         AddReason("memory", "it has no memory", 2);
     }
+    AddUntoldFacts();
     AskWhetherBusy();
-    return TakeLock();
+    if (!TakeLock()) {
+        return false;
+    }
+    LookAtMode();
+    return true;
+}
+
+// What the library could not tell is what jobs would ask it too. An item that cards of this kind lack is no
+// fault of this one.
+void CardRun::AddUntoldFacts() {
+    constexpr unsigned kNotSupported = 8;
+    const auto errors = card_.entry.facts.value("errors", nlohmann::json::object());
+    for (const auto& [fact, error] : errors.items()) {
+        if (error.value("status", 0U) != kNotSupported) {
+            AddReason("facts",
+                      fmt::format("it does not tell {}: {}: {}", fact, error.value("call", ""),
+                                  error.value("text", "")),
+                      2);
+        }
+    }
+}
+
+// A card that another run has just given back is where that run found it, and may have been elsewhere when
+// it was asked first.
+void CardRun::LookAtMode() {
+    if (card_.entry.kind != CardReply::Kind::answered) {
+        return;
+    }
+    if (Mode() != "normal") {
+        CardReply now = host_.access.Ask({"facts", card_.entry.card}, host_.stop);
+        if (now.Answered()) {
+            card_.entry.facts = std::move(now.answer);
+        }
+        modeLeft_ = Mode();
+    }
+    if (Mode().empty()) {
+        AddReason("mode", "it does not tell its mode", 2);
+    } else if (Mode() != "normal") {
+        AddReason("mode", fmt::format("it is in mode {}, in which no job can use it", Mode()), 2);
+    }
+}
+
+// A card that has left normal mode since is of no use to jobs, whatever its tests have said.
+void CardRun::LookAtModeLeft() {
+    if (Mode() != "normal" || modeLeft_ != "normal" || host_.now.Requested()) {
+        return;
+    }
+    const CardReply left = host_.access.Ask({"mode", card_.entry.card}, host_.now);
+    if (!left.Answered()) {
+        AddReason("mode", "it does not tell its mode any more: " + left.error, 2);
+        return;
+    }
+    modeLeft_ = left.answer.value("mode", "");
+    if (modeLeft_ != "normal") {
+        AddReason("mode",
+                  fmt::format("it has gone to mode {}, in which no job can use it", modeLeft_), 2);
+    }
 }
 
 void CardRun::AskWhetherBusy() {
@@ -292,7 +346,8 @@ void CardRun::RunStep(const Step& step) {
     if (IsFailure(judgement.verdict)) {
         LookForOthers(step, judgement);
     }
-    if (judgement.verdict == Verdict::failed && ComparesIdentities(*step.test.row) &&
+    const bool compared = judgement.verdict == Verdict::failed && !judgement.messages.empty();
+    if (compared && ComparesIdentities(*step.test.row) &&
         host_.preflight.IdentitiesAreProvisional()) {
         judgement.reason +=
             "; Settings.ini holds the identities with which it is delivered, which "
@@ -340,7 +395,10 @@ std::optional<Judgement> CardRun::WhyNot(const Step& step) {
         }
     }
     if (row.mode == NeededMode::ready && !EnterReadyState()) {
-        return Make(Verdict::skipped, notReady_);
+        if (host_.stop.Requested()) {
+            return NotRun(host_.whyStopped());
+        }
+        return Make(readyIsRefused_ ? Verdict::skipped : Verdict::setup, notReady_);
     }
     return std::nullopt;
 }
@@ -355,6 +413,7 @@ bool CardRun::EnterReadyState() {
         notReady_ = result.error;
         const bool cards =
             result.kind == CardReply::Kind::refused || result.kind == CardReply::Kind::silent;
+        readyIsRefused_ = cards;
         if (cards) {
             AddReason("mode", "it does not go to its ready state: " + result.error, 2);
         }
@@ -406,7 +465,8 @@ Judgement CardRun::RunTool(const Step& step, ChildResult& child) {
         progress["percent"] = percent;
         host_.recorder.Write(progress);
     };
-    TestOutcome outcome = RunTest(host_.tool, number_, step.test, deadline, onPercent, host_.stop);
+    TestOutcome outcome =
+        RunTest(host_.tool, number_, card_.entry.pcie, step.test, deadline, onPercent, host_.stop);
     child = std::move(outcome.child);
     if (child.end == ChildEnd::stopped) {
         return NotRun(host_.whyStopped());

@@ -46,6 +46,9 @@ private:
     // Whether the tests can begin; what is the matter is told otherwise.
     bool Prepare();
     bool TakeLock();
+    void LookAtMode();
+    void LookAtModeLeft();
+    void AddUntoldFacts();
     void AskWhetherBusy();
 
     void RunSteps();
@@ -72,14 +75,15 @@ private:
     std::string Mode() const { return Fact("mode"); }
 
     RunHost& host_;
-    const RunCard& card_;
+    RunCard card_;
     int number_;  // of the card: 1 for zel1
     std::deque<Step> steps_;
     std::optional<Lock> lock_;
     std::string busy_;  // by whom the card is in use
     std::string modeLeft_;
     bool inReadyState_ = false;
-    std::string notReady_;  // why the card did not get there
+    std::string notReady_;         // why the card did not get there
+    bool readyIsRefused_ = false;  // by the card, and not by this host
     const Clock::time_point begin_ = Clock::now();
     Clock::time_point until_;
     std::vector<std::thread> waiting_;  // tests that wait, beside which others run

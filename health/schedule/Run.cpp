@@ -122,7 +122,9 @@ public:
         // What earlier runs have left comes first: cards are where they were found before they are looked
         // at.
         const std::vector<Restoration> restored = Recover();
-        const CardList list = ListCards(access_, watch_.Ending());
+        const CardList list =
+            ListCards(access_, watch_.Ending(),
+                      [this](const auto& card, const auto& pcie) { return IsAsked(card, pcie); });
         const std::vector<RunCard> cards = Choose(list);
         WriteStarted(list, cards);
         WriteRestored(restored);
@@ -177,13 +179,14 @@ private:
         });
     }
 
-    // A card that the library does not list is missing, unless there was no time to ask the library.
+    // A card that the library does not list is missing. Where the library lists none at all, that is not known.
     static RunCard Unlisted(const std::string& name, const CardReply& enumeration) {
         RunCard card;
         card.entry.card = name;
         card.entry.facts = nlohmann::json::object();
         card.entry.kind = enumeration.kind;
-        card.present = enumeration.kind == CardReply::Kind::stopped;
+        card.entry.error = enumeration.error;
+        card.present = enumeration.kind != CardReply::Kind::answered;
         return card;
     }
 
@@ -191,9 +194,7 @@ private:
     std::vector<RunCard> Choose(const CardList& list) const {
         std::vector<RunCard> cards;
         for (const CardList::Entry& entry : list.cards) {
-            if (IsAsked(entry.card, entry.pcie)) {
-                cards.push_back({entry, true, ""});
-            }
+            cards.push_back({entry, true, ""});
         }
         for (const std::string& name : DriversCards()) {
             const bool known =

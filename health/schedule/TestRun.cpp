@@ -35,9 +35,9 @@ std::vector<std::string> ToolWords(int card, const PlannedTest& test) {
     return words;
 }
 
-TestOutcome RunTest(const std::string& tool, int card, const PlannedTest& test,
-                    std::chrono::milliseconds deadline, const std::function<void(int)>& onPercent,
-                    const Stop& stop) {
+TestOutcome RunTest(const std::string& tool, int card, const std::string& pcie,
+                    const PlannedTest& test, std::chrono::milliseconds deadline,
+                    const std::function<void(int)>& onPercent, const Stop& stop) {
     ChildSpec spec;
     spec.command = {tool};
     const std::vector<std::string> words = ToolWords(card, test);
@@ -50,8 +50,9 @@ TestOutcome RunTest(const std::string& tool, int card, const PlannedTest& test,
             onPercent(*percent);
         }
     };
-    const AskedTest asked{card, test.row->groupTitle, test.row->groupSummary, test.row->number,
-                          test.row->title};
+    const AskedTest asked{
+        card, test.row->groupTitle, test.row->groupSummary, test.row->number, test.row->title,
+        pcie};
     TestOutcome outcome;
     outcome.child = RunChild(spec, stop);
     outcome.judgement = Judge(outcome.child, asked);

@@ -17,10 +17,11 @@ struct TestOutcome {
     ChildResult child;
 };
 
-// `onPercent` is called with what the tool says about how far it is. `card` is the card's number.
-TestOutcome RunTest(const std::string& tool, int card, const PlannedTest& test,
-                    std::chrono::milliseconds deadline, const std::function<void(int)>& onPercent,
-                    const Stop& stop);
+// `onPercent` is called with what the tool says about how far it is. `card` is the card's number,
+// `pcie` its address.
+TestOutcome RunTest(const std::string& tool, int card, const std::string& pcie,
+                    const PlannedTest& test, std::chrono::milliseconds deadline,
+                    const std::function<void(int)>& onPercent, const Stop& stop);
 
 // The tool's words for it, without the tool itself.
 std::vector<std::string> ToolWords(int card, const PlannedTest& test);

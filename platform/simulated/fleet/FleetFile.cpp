@@ -113,20 +113,33 @@ void ReadCallFaults(const Reader& reader, const toml::table& source, const Table
                     "block = true");
 }
 
-// Where the cards are: those whose address the file gives, and those that were placed beside them.
-class Slots {
+// What no two cards can have in common: what the file gives, and what was left for the others.
+template <typename Value>
+class Places {
 public:
-    void Take(const PcieAddress& address) { taken_.insert(address); }
+    explicit Places(Value (*defaultOf)(U32 index)) : defaultOf_(defaultOf) {}
 
-    // The first free address at or behind the place of card `index` on a host that gives none.
-    PcieAddress FirstFree(U32 index) const {
-        while (taken_.contains(DefaultAddress(index)))
+    // The card that has it already; nothing when it is taken now.
+    std::optional<std::size_t> Take(const Value& value, std::size_t card) {
+        const auto [owner, added] = owners_.emplace(value, card);
+        return added ? std::nullopt : std::optional(owner->second);
+    }
+
+    // The first free one at or behind that of card `index` on a host that gives none.
+    Value FirstFree(U32 index) const {
+        while (owners_.contains(defaultOf_(index)))
             ++index;
-        return DefaultAddress(index);
+        return defaultOf_(index);
     }
 
 private:
-    std::set<PcieAddress> taken_;
+    Value (*defaultOf_)(U32 index);
+    std::map<Value, std::size_t> owners_;
+};
+
+struct Slots {
+    Places<PcieAddress> addresses{DefaultAddress};
+    Places<U64> nodes{[](U32 index) { return U64{index}; }};
 };
 
 // What the keys of a card make of one that is healthy; its generation presets others of them.
@@ -134,8 +147,8 @@ void ReadFacts(const TableReader& table, U32 index, const Slots& slots, CardFact
     CardFacts given;
     table.Read(kCardKeys, given);
     facts = DefaultCard(given.generation);
-    facts.node = static_cast<U16>(index);
-    facts.pcie = slots.FirstFree(index);
+    facts.node = static_cast<U16>(slots.nodes.FirstFree(index));
+    facts.pcie = slots.addresses.FirstFree(index);
     facts.uuid = DefaultUuid(index);
     table.Read(kCardKeys, facts);
 }
@@ -164,23 +177,29 @@ Card ReadCard(const Reader& reader, const toml::table& source, U32 index, const 
     return card;
 }
 
-// Takes the addresses that the file gives, wherever in it, and refuses one that it gives twice.
-Slots TakeGivenAddresses(const Reader& reader, const toml::table& source) {
+std::string Shared(std::size_t card, const std::string& what, std::size_t other) {
+    return "zel" + std::to_string(card) + " is on " + what + ", and so is zel" +
+           std::to_string(other);
+}
+
+// Takes what the file gives, wherever in it, and refuses what it gives twice.
+Slots TakeGiven(const Reader& reader, const toml::table& source) {
     Slots slots;
-    std::map<PcieAddress, std::size_t> owners;
     const toml::array* cards = source["card"].as_array();
     for (std::size_t i = 0; cards != nullptr && i < cards->size(); ++i) {
         const toml::table* card = cards->get(i)->as_table();
-        const auto text = card == nullptr ? std::nullopt : (*card)["pcie"].value<std::string>();
-        const auto address = text ? ParsePcieAddress(*text) : std::nullopt;
-        if (!address)
+        if (card == nullptr)
             continue;
-        const auto [owner, added] = owners.emplace(*address, i);
-        if (!added)
-            reader.Fail(*card->get("pcie"), "zel" + std::to_string(i) + " is on " +
-                                                ToText(*address) + ", and so is zel" +
-                                                std::to_string(owner->second));
-        slots.Take(*address);
+        const auto text = (*card)["pcie"].value<std::string>();
+        if (const auto address = text ? ParsePcieAddress(*text) : std::nullopt) {
+            if (const auto other = slots.addresses.Take(*address, i))
+                reader.Fail(*card->get("pcie"), Shared(i, ToText(*address), *other));
+        }
+        const auto node = (*card)["node"].value_exact<std::int64_t>();
+        if (node && *node >= 0) {
+            if (const auto other = slots.nodes.Take(static_cast<U64>(*node), i))
+                reader.Fail(*card->get("node"), Shared(i, "node " + std::to_string(*node), *other));
+        }
     }
     return slots;
 }
@@ -234,13 +253,15 @@ Fleet ParseFleet(std::string_view text, const std::string& name) {
     table.ForEachTable("fault", [&](const toml::table& fault) {
         fleet.faults.push_back(ReadFault(reader, fault, true));
     });
-    Slots slots = TakeGivenAddresses(reader, source);
+    Slots slots = TakeGiven(reader, source);
     table.ForEachTable("card", [&](const toml::table& card) {
         if (fleet.cards.size() == kMaxCards)
             reader.Fail(card, "a host takes at most " + std::to_string(kMaxCards) + " cards");
         const auto index = static_cast<U32>(fleet.cards.size());
         fleet.cards.push_back(ReadCard(reader, card, index, slots));
-        slots.Take(fleet.cards.back().pcie);
+        // A card that has its own is the one that has it already.
+        slots.addresses.Take(fleet.cards.back().pcie, index);
+        slots.nodes.Take(fleet.cards.back().node, index);
     });
     table.RefuseUnknownKeys();
     return fleet;

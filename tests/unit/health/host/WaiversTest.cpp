@@ -88,7 +88,13 @@ TEST_F(WaiversTest, RefusesWhatItDoesNotUnderstand) {
               "waivers.toml:4: \"until\" takes a date such as 2026-12-31");
     EXPECT_EQ(
         Refused("[[waiver]]\ncard = \"*\"\ntest = \"vlw\"\nuntil = 2026-12-31\nwhy = \"a\"\n"),
-        "waivers.toml:3: \"test\" takes a group and a test, such as \"pcie.vlw\"");
+        "waivers.toml:3: \"test\" names no test; it takes one such as \"pcie.vlw\", "
+        "\"pcie.*\", or \"*\"");
+    for (const std::string name : {"pcie.vlx", "pci.*", "pcie", "pcie.v*"})
+        EXPECT_THAT(Refused("[[waiver]]\ncard = \"*\"\ntest = \"" + name +
+                            "\"\nuntil = 2026-12-31\nwhy = \"a\"\n"),
+                    testing::HasSubstr("names no test"))
+            << name;
     EXPECT_EQ(Refused("[[waiver]]\ncard = \"*\"\ntest = \"*\"\nuntil = 2026-12-31\nwhy = \"\"\n"),
               "waivers.toml:5: \"why\" must say why");
     EXPECT_THAT(Refused("[[waiver]\n"), testing::StartsWith("waivers.toml:1: "));

@@ -79,14 +79,17 @@ TEST(Plan, ThatIsWrongIsRefusedWithItsLine) {
          "my.toml:1: deadline takes seconds, more than 0 and no more than 30 days"},
         {"card_deadline = \"x\"",
          "my.toml:1: card_deadline takes seconds, more than 0 and no more than 30 days"},
-        {"test = [1]", "my.toml:1: test takes tables"},
+        {"test = [1]", "my.toml:1: test takes tables, [[test]]; a list of names is called tests"},
         {"[[test]]\nrepeat = 1", "my.toml:1: a test needs its name: test = \"pcie.vlw\""},
         {"[[test]]\ntest = \"pcie.vlw\"\nrepeat = 0",
          "my.toml:3: repeat takes a number from 1 to 100000"},
         {"[[test]]\ntest = \"pcie.vlw\"\noptions = [\"-all\"]",
          "my.toml:3: options takes texts such as \"-memSize=0x1000000\""},
         {"[[test]]\ntest = \"pcie.vlw\"\noptions = [\"-dbgLvl=8\"]",
-         "my.toml:3: options takes texts such as \"-memSize=0x1000000\""},
+         "my.toml:3: pcie.vlw has no option -dbgLvl; it takes none"},
+        {"memory = true\n[[test]]\ntest = \"mem.wr\"\noptions = [\"-help=1\"]",
+         "my.toml:4: mem.wr has no option -help; it takes -startAddress, -endAddress, -memSize, "
+         "-datawidth, -dw, -datapattern, -dp, -data, -testchannel, -tc"},
     };
     for (const auto& [text, error] : rows) {
         EXPECT_EQ(ErrorOf(text), error) << text;

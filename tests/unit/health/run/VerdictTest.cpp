@@ -33,7 +33,7 @@ std::string Contents(const std::filesystem::path& file) {
 AskedTest Asked(const std::string& id, int card = 0) {
     const TestRow* const row = Catalogue::BuiltIn().Find(id);
     EXPECT_NE(row, nullptr) << id;
-    return {card, row->groupTitle, row->groupSummary, row->number, row->title};
+    return {card, row->groupTitle, row->groupSummary, row->number, row->title, ""};
 }
 
 ChildResult Exit(int status, std::string out, std::string err = {}) {
@@ -189,6 +189,19 @@ TEST(Judgement, OfAMissingLibrary) {
     EXPECT_EQ(Judge(Exit(127, "", loader), Asked("core.gec")).verdict, Verdict::setup);
     // Any program may end with 127.
     EXPECT_EQ(Judge(Exit(127, ""), Asked("core.gec")).verdict, Verdict::crashed);
+}
+
+// The number that was asked for may belong to another card by now.
+TEST(Judgement, OfAnotherCardsRun) {
+    const ChildResult result = Recorded("run-card-does-not-close");
+    AskedTest asked = Asked("core.gec");
+    const ToolReport report = ReadToolOutput(result.out, asked);
+    ASSERT_FALSE(report.pcie.empty());
+    asked.pcie = report.pcie;
+    EXPECT_EQ(Judge(result, asked).verdict, Verdict::passed);
+    asked.pcie = "0000:99:00.0";
+    EXPECT_EQ(Judge(result, asked).verdict, Verdict::crashed);
+    EXPECT_THAT(Judge(result, asked).reason, HasSubstr("not that on 0000:99:00.0"));
 }
 
 TEST(Judgement, OfOtherEnds) {

@@ -33,6 +33,16 @@ TEST(FleetFile, HostWithoutCards) {
     }
 }
 
+TEST(FleetFile, PlacesCardsBesideTheNodesThatAreGiven) {
+    const Fleet fleet =
+        ParseFleet("[[card]]\n[[card]]\nnode = 0\n[[card]]\nnode = 1\n[[card]]\n", "x");
+    ASSERT_EQ(fleet.cards.size(), 4U);
+    EXPECT_EQ(fleet.cards[0].node, 2);
+    EXPECT_EQ(fleet.cards[1].node, 0);
+    EXPECT_EQ(fleet.cards[2].node, 1);
+    EXPECT_EQ(fleet.cards[3].node, 3);
+}
+
 TEST(FleetFile, HostStack) {
     EXPECT_EQ(ParseFleet("[host]\nhosk_version = \"4.0\"", "f").hoskVersion, "4.0");
     EXPECT_EQ(ParseFleet("[host]\nhosk_version = \"\"", "f").hoskVersion, "");
@@ -319,6 +329,8 @@ constexpr Refusal kRefusals[] = {
     {"[[card]]\npcie = 2", "my.toml:2: pcie takes an address such as \"0000:02:00.0\""},
     {"[[card]]\npcie = \"0000:05:00.0\"\n[[card]]\n[[card]]\npcie = \"0000:05:00.0\"",
      "my.toml:5: zel2 is on 0000:05:00.0, and so is zel0"},
+    {"[[card]]\n[[card]]\nnode = 4\n[[card]]\nnode = 4",
+     "my.toml:5: zel2 is on node 4, and so is zel1"},
     {"[[card]]\nnode = 65535", "my.toml:2: node takes 0 to 65534, this is 65535"},
     {"[[card]]\ncores = -1", "my.toml:2: cores takes 0 to 4294967295, this is -1"},
     {"[[card]]\ncores = 4294967296", "my.toml:2: cores takes 0 to 4294967295, this is 4294967296"},
