@@ -9,11 +9,25 @@ elseif(NOT ZELDIAG_SANITIZE STREQUAL "")
   message(FATAL_ERROR "ZELDIAG_SANITIZE is \"${ZELDIAG_SANITIZE}\"; it takes \"address\" or \"thread\"")
 endif()
 
+# Takes the sanitizers off a target: for what runs on a card, which has no libraries, and what is loaded
+# into programs that have no sanitizer.
+function(zel_without_sanitizers target)
+  foreach(property COMPILE_OPTIONS LINK_OPTIONS)
+    get_target_property(options ${target} ${property})
+    if(options)
+      list(FILTER options EXCLUDE REGEX "^-f(no-)?sanitize")
+      set_target_properties(${target} PROPERTIES ${property} "${options}")
+    endif()
+  endforeach()
+endfunction()
+
 if(sanitizers)
   add_compile_options(${sanitizers} -fno-omit-frame-pointer -g -O1)
   add_link_options(${sanitizers})
 
+  # Without sanitizers itself, so that programs that have none can be given it like all others.
   add_library(zel_sanitizer_options OBJECT cmake/SanitizerOptions.cpp)
+  zel_without_sanitizers(zel_sanitizer_options)
   link_libraries("$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:zel_sanitizer_options>>")
 endif()
 
@@ -26,15 +40,3 @@ if(ZELDIAG_FUZZ)
   endif()
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
-
-# Takes the sanitizers off a target: for what runs on a card, which has no libraries, and what is loaded
-# into programs that have no sanitizer.
-function(zel_without_sanitizers target)
-  foreach(property COMPILE_OPTIONS LINK_OPTIONS LINK_LIBRARIES)
-    get_target_property(options ${target} ${property})
-    if(options)
-      list(FILTER options EXCLUDE REGEX "^-f(no-)?sanitize|zel_sanitizer_options")
-      set_target_properties(${target} PROPERTIES ${property} "${options}")
-    endif()
-  endforeach()
-endfunction()
