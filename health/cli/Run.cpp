@@ -32,6 +32,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
+// A run of years; each is planned before the first begins.
+constexpr std::int64_t kMostTests = 100000;
+
 constexpr double kLongest = 30.0 * 24 * 3600;
 
 struct Options {
@@ -124,6 +127,14 @@ std::vector<std::string> CardNames(const std::vector<std::string>& words) {
     return names;
 }
 
+std::int64_t TestsOfACard(const RunSettings& settings) {
+    std::int64_t tests = 0;
+    for (const PlannedTest& test : settings.plan.tests) {
+        tests += test.repeat;
+    }
+    return tests * settings.repeat;
+}
+
 RunSettings Settings(const Options& options) {
     RunSettings settings;
     try {
@@ -144,6 +155,9 @@ RunSettings Settings(const Options& options) {
     settings.cards = CardNames(options.cards);
     settings.jobs = options.jobs;
     settings.repeat = options.repeat;
+    if (TestsOfACard(settings) > kMostTests) {
+        throw Unanswerable(fmt::format("--repeat: that is more than {} tests a card", kMostTests));
+    }
     settings.patience = Milliseconds(options.wait);
     if (options.deadline > 0) {
         settings.deadline = Milliseconds(options.deadline);

@@ -47,7 +47,7 @@ bool Meddles(std::uint32_t code) {
 
 }  // namespace
 
-std::string Printable(std::string text) {
+std::string Printable(std::string_view text) {
     std::string shown;
     shown.reserve(text.size());
     for (std::string_view rest = text; !rest.empty();) {

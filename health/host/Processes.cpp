@@ -48,7 +48,7 @@ std::string CommandText(std::string words) {
     while (!words.empty() && words.back() == '\0')
         words.pop_back();
     std::replace(words.begin(), words.end(), '\0', ' ');
-    words = Printable(std::move(words));
+    words = Printable(words);
     if (words.size() > kCommandBytes) {
         words.resize(kCommandBytes);
         words += "...";

@@ -23,7 +23,7 @@ int CountOf(const std::map<std::string, int>& counts, const std::string& name) {
 
 // What begins the performance data has no place in the text.
 std::string Plain(std::string text) {
-    text = Printable(std::move(text));
+    text = Printable(text);
     std::replace(text.begin(), text.end(), '|', '/');
     return text;
 }

@@ -17,6 +17,7 @@ using std::chrono::milliseconds;
 // Lines of each of the tool's outputs that go with a test.
 constexpr std::size_t kEvidenceLines = 40;
 constexpr std::size_t kMessages = 50;
+constexpr std::ptrdiff_t kReasons = 100;
 
 // Two mode changes, for which a card may take minutes.
 constexpr milliseconds kModeChanges = 2 * std::chrono::duration_cast<milliseconds>(kArrivalSeconds);
@@ -547,6 +548,12 @@ void CardRun::DropSteps(const std::string& why) {
 
 void CardRun::WriteFinished() {
     Status status = Worse(static_cast<Status>(worst_), StatusOfReasons(reasons_));
+    // Those that tell the most stay where there are too many.
+    const auto isCritical = [](const Json& reason) { return reason["status"] == 2; };
+    if (std::ssize(reasons_) > kReasons) {
+        std::stable_partition(reasons_.begin(), reasons_.end(), isCritical);
+        reasons_.erase(reasons_.begin() + kReasons, reasons_.end());
+    }
     // Nothing is known of a card of which nothing was judged.
     if (status == Status::warning && judged_ == 0) {
         status = Status::unknown;

@@ -241,7 +241,7 @@ private:
     void WriteStarted(const CardList& list, const std::vector<RunCard>& cards) {
         recorder_.Write({{"record", "run_started"},
                          {"versions", Versions()},
-                         {"plan", settings_.plan.name},
+                         {"plan", Bounded(settings_.plan.name)},
                          {"command", BoundedLines(settings_.command, 100)},
                          {"found", NamesOf(cards, true)},
                          {"expected", NamesOf(cards, false)}});
