@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "Scratch.h"
 
@@ -97,6 +98,15 @@ TEST_F(ToolsTest, OneThatHasEndedIsNone) {
 
 TEST_F(ToolsTest, AnotherProgramWithTheNameInItsWordsIsNone) {
     Add(12, 1, "vi", std::string("vi\0ZelDiag\0", 11));
+    EXPECT_THAT(FindToolRuns("ZelDiag", proc_.Path()), IsEmpty());
+}
+
+// Any user can call a program so.
+TEST_F(ToolsTest, OneOfAnotherUserThanRootIsNone) {
+    Add(12, 1, "ZelDiag", kWords);
+    ASSERT_EQ(FindToolRuns("ZelDiag", proc_.Path()).size(), 1U);
+    constexpr uid_t kNobody = 65534;
+    ASSERT_EQ(chown((proc_ / "12").c_str(), kNobody, kNobody), 0);
     EXPECT_THAT(FindToolRuns("ZelDiag", proc_.Path()), IsEmpty());
 }
 
