@@ -8,7 +8,7 @@ extern "C" const char* __asan_default_options() {
 
 // A worker that is cancelled where the communication library waits in poll is unwound out of poll. The
 // sanitizer then takes what it still does, closing its endpoint under the table's lock, for a part of
-// poll and sees no lock there. The library's own tests, which join such threads, run without this.
+// poll and sees no lock there.
 extern "C" const char* __tsan_default_suppressions() {
     return "race:vorl::EndpointTable\n"
            "race:OpenSocket\n";
