@@ -31,6 +31,15 @@ if(sanitizers)
   link_libraries("$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:zel_sanitizer_options>>")
 endif()
 
+# Gives a program what the thread sanitizer is not to report in it.
+function(zel_thread_suppressions target)
+  if(ZELDIAG_SANITIZE STREQUAL "thread")
+    add_library(zel_thread_suppressions OBJECT ${PROJECT_SOURCE_DIR}/cmake/ThreadSuppressions.cpp)
+    zel_without_sanitizers(zel_thread_suppressions)
+    target_link_libraries(${target} PRIVATE $<TARGET_OBJECTS:zel_thread_suppressions>)
+  endif()
+endfunction()
+
 # For libFuzzer: every object tells which edges run, and how it compares. The fuzz targets alone are
 # linked with libFuzzer itself.
 option(ZELDIAG_FUZZ "Build for libFuzzer, which takes clang++" OFF)
