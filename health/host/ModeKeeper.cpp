@@ -8,6 +8,7 @@
 
 #include "host/Tools.h"
 #include "host/UtcTime.h"
+#include "run/SideBySide.h"
 
 namespace zelhealth {
 
@@ -156,13 +157,14 @@ Restoration ModeKeeper::Restore(const StoredNote& stored, const json& facts,
 }
 
 std::vector<Restoration> ModeKeeper::Recover(const Stop& stop) const {
-    std::vector<Restoration> restorations;
     const std::vector<StoredNote> notes = files_.ReadAll();
+    std::vector<Restoration> restorations(notes.size());
     if (notes.empty())
         return restorations;
     const CardReply list = access_.Ask({"facts"}, stop);
-    for (const StoredNote& stored : notes)
-        restorations.push_back(RecoverCard(stored, list, stop));
+    // A card that does not move keeps no other waiting.
+    SideBySide(notes.size(), notes.size(),
+               [&](std::size_t i) { restorations[i] = RecoverCard(notes[i], list, stop); });
     return restorations;
 }
 

@@ -10,19 +10,13 @@
 #include <thread>
 #include <vector>
 
-#include "host/CardAccess.h"
-#include "host/Tools.h"
+#include "schedule/CardRecords.h"
+#include "schedule/CardState.h"
 #include "schedule/Host.h"
+#include "schedule/RunCard.h"
 #include "schedule/TestRun.h"
 
 namespace zelhealth {
-
-// A card of the run. One that is not there, or of which nobody knows anything, is judged too.
-struct RunCard {
-    CardList::Entry entry;  // `card` is its name
-    bool present = true;    // the library enumerates it
-    std::string wedged;     // by what, when it was found so
-};
 
 class CardRun {
 public:
@@ -40,17 +34,6 @@ private:
     };
 
     void PlanSteps();
-    void WriteStarted();
-    void WriteFinished();
-
-    // Whether the tests can begin; what is the matter is told otherwise.
-    bool Prepare();
-    bool TakeLock();
-    void LookAtMode();
-    void LookAtModeLeft();
-    void AddUntoldFacts();
-    void AskWhetherBusy();
-
     void RunSteps();
     std::optional<std::size_t> NextStep();
     bool MayRunNow(const Step& step) const;
@@ -63,24 +46,16 @@ private:
     void LeaveReadyState();
     void GiveUp(const Step& step, const ChildResult& child);
     void LookForOthers(const Step& step, Judgement& judgement) const;
-    void WriteTest(const Step& step, const Judgement& judgement, const ChildResult& child);
     void DropSteps(const std::string& why);
 
-    void AddReason(const std::string& reason, const std::string& text, int status);
     std::string WhyWedged() const;
-
-    // What the card told of itself; empty when it did not.
-    std::string Fact(const char* name) const;
-    std::uint64_t MemorySize() const;
-    std::string Mode() const { return Fact("mode"); }
 
     RunHost& host_;
     RunCard card_;
+    CardRecords records_;
+    CardState state_;
     int number_;  // of the card: 1 for zel1
     std::deque<Step> steps_;
-    std::optional<Lock> lock_;
-    std::string busy_;  // by whom the card is in use
-    std::string modeLeft_;
     bool inReadyState_ = false;
     std::string notReady_;         // why the card did not get there
     bool readyIsRefused_ = false;  // by the card, and not by this host
@@ -90,9 +65,6 @@ private:
 
     mutable std::mutex mutex_;  // of what follows
     std::string wedged_;        // by what the card is
-    Json reasons_ = Json::array();
-    int judged_ = 0;
-    int worst_ = 0;
 };
 
 }  // namespace zelhealth

@@ -39,6 +39,9 @@ struct RunHost {
     const Configuration& configuration;
     Resources& resources;
 
+    // What keeps every card from its tests; "" for nothing.
+    const std::string& inTheWay;
+
     // A run that is interrupted ends its tests (stop), and restores its cards all the same, unless it is
     // to end at once (now).
     const Stop& stop;

@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <semaphore>
 #include <thread>
 
 #include "host/Processes.h"
 #include "host/Tools.h"
+#include "run/SideBySide.h"
 #include "schedule/CardRun.h"
 #include "schedule/Host.h"
 
@@ -128,9 +128,7 @@ public:
         const std::vector<RunCard> cards = Choose(list);
         WriteStarted(list, cards);
         WriteRestored(restored);
-        if (ToolIsFree()) {
-            RunCards(cards);
-        }
+        RunCards(cards, WhatIsInTheWay());
         if (watch_.Ending().Requested()) {
             Note("stopped", watch_.Why(), 3);
         }
@@ -262,29 +260,27 @@ private:
 
     // --- the tests
 
-    // A tool that somebody else has started would be in the way, and we in its.
-    bool ToolIsFree() {
+    // A tool that somebody else has started would be in the way, and we in its. "" when nothing is.
+    std::string WhatIsInTheWay() {
         const Clock::time_point until = Clock::now() + settings_.patience;
         while (true) {
             const std::vector<ToolRun> others = FindForeignTools(settings_.ToolName());
             if (others.empty()) {
-                return true;
+                return "";
             }
             if (Clock::now() >= until) {
+                const std::string running = others.front().Text() + " is running";
                 Note("foreign",
-                     others.front().Text() +
-                         " is running, which zelhealth did not start; "
-                         "--wait waits for its end",
-                     3);
-                return false;
+                     running + ", which zelhealth did not start; --wait waits for its end", 3);
+                return running;
             }
             if (watch_.Ending().WaitFor(kLookMilliseconds)) {
-                return false;
+                return watch_.Why();
             }
         }
     }
 
-    void RunCards(const std::vector<RunCard>& cards) {
+    void RunCards(const std::vector<RunCard>& cards, const std::string& inTheWay) {
         RunHost host{settings_.tool,
                      settings_.plan,
                      settings_.repeat,
@@ -299,23 +295,14 @@ private:
                      settings_.waivers,
                      settings_.configuration,
                      resources_,
+                     inTheWay,
                      watch_.Ending(),
                      watch_.AtOnce(),
                      [this] { return watch_.Why(); }};
         const std::size_t jobs =
             settings_.jobs > 0 ? static_cast<std::size_t>(settings_.jobs) : cards.size();
-        std::atomic<std::size_t> next{0};
-        std::vector<std::thread> threads;
-        for (std::size_t i = 0; i < std::min(jobs, cards.size()); ++i) {
-            threads.emplace_back([&host, &cards, &next] {
-                for (std::size_t card = next++; card < cards.size(); card = next++) {
-                    CardRun(host, cards[card]).Run();
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        SideBySide(cards.size(), jobs,
+                   [&host, &cards](std::size_t card) { CardRun(host, cards[card]).Run(); });
     }
 
     void WriteFinished(double seconds) {

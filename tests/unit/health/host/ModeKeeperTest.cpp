@@ -4,8 +4,11 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <condition_variable>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <thread>
 
 #include "Scratch.h"
@@ -341,6 +344,53 @@ TEST_F(ModeKeeperTest, AWishToEndAtOnceLeavesTheNote) {
     EXPECT_EQ(Leave().end, Restoration::End::notRestored);
     EXPECT_TRUE(Noted());
     EXPECT_EQ(card_.mode, "offline");
+}
+
+// Two cards, each of which answers when the other has been asked too.
+class CardsThatWaitForEachOther : public CardAccess {
+public:
+    CardReply Ask(const std::vector<std::string>& words, const Stop&) const override {
+        CardReply reply;
+        reply.kind = CardReply::Kind::answered;
+        if (words.size() == 1) {
+            reply.answer["cards"] = {{{"card", "zel0"}, {"pcie", "0000:02:00.0"}},
+                                     {{"card", "zel1"}, {"pcie", "0000:03:00.0"}}};
+            return reply;
+        }
+        std::unique_lock lock(mutex_);
+        asked_.insert(words.at(1));
+        changed_.notify_all();
+        if (!changed_.wait_for(lock, std::chrono::seconds(10),
+                               [this] { return asked_.size() == 2; }))
+            return Refuse("the other was not asked");
+        reply.answer = {{"card", words[1]},
+                        {"pcie", words[1] == "zel0" ? "0000:02:00.0" : "0000:03:00.0"},
+                        {"mode", "normal"}};
+        return reply;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    mutable std::set<std::string> asked_;
+};
+
+TEST_F(ModeKeeperTest, NoCardWaitsForAnother) {
+    for (const char* const pcie : {"0000:02:00.0", "0000:03:00.0"}) {
+        const ModeNote note{.pcie = pcie,
+                            .uuid = "",
+                            .found = "normal",
+                            .ours = {"offline"},
+                            .time = "",
+                            .boot = "",
+                            .run = ""};
+        ASSERT_EQ(files_.Write(note), "");
+    }
+    const CardsThatWaitForEachOther cards;
+    const auto all = ModeKeeper(cards, folders_, milliseconds(1000)).Recover(stop_);
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_EQ(all[0].text, "zel0 is back in normal");
+    EXPECT_EQ(all[1].text, "zel1 is back in normal");
 }
 
 TEST_F(ModeKeeperTest, WhatIsForgottenIsNotRestored) {

@@ -1,0 +1,148 @@
+#include "schedule/CardState.h"
+
+#include <fmt/format.h>
+
+namespace zelhealth {
+
+using Kind = CardReply::Kind;
+
+std::string CardState::Prepare() {
+    if (const std::string why = WhyUnreachable(); !why.empty()) {
+        return why;
+    }
+    LookAtFacts();
+    AskWhetherBusy();
+    if (const std::string why = TakeLock(); !why.empty()) {
+        return why;
+    }
+    LookAtMode();
+    return "";
+}
+
+std::string CardState::WhyUnreachable() {
+    const std::string& name = card_.entry.card;
+    if (!card_.present) {
+        records_.AddReason("missing", name + " is not there", 2);
+        return name + " is not there";
+    }
+    if (!card_.wedged.empty()) {
+        records_.AddReason("wedged", card_.wedged, 2);
+        return card_.wedged;
+    }
+    if (!host_.inTheWay.empty()) {
+        return host_.inTheWay;
+    }
+    if (card_.entry.kind == Kind::silent) {
+        records_.AddReason("silent", "it does not answer: " + card_.entry.error, 2);
+        return "the card does not answer";
+    }
+    return "";
+}
+
+// What the library could not tell is what jobs would ask it too. An item that cards of this kind lack is no
+// fault of this one.
+void CardState::LookAtFacts() {
+    constexpr unsigned kNotSupported = 8;
+    const auto& facts = card_.entry.facts;
+    if (card_.entry.kind == Kind::refused) {
+        records_.AddReason("refused", "it cannot be opened: " + card_.entry.error, 2);
+    } else if (card_.entry.kind == Kind::setup) {
+        records_.AddReason("setup", card_.entry.error, 3);
+    } else if (card_.entry.kind == Kind::broken) {
+        records_.AddReason("facts", "its facts cannot be read: " + card_.entry.error, 1);
+    }
+    // The tool passes any number of cores, and without a memory test any size of memory.
+    const auto isNone = [&facts](const char* fact) {
+        const auto found = facts.find(fact);
+        return found != facts.end() && *found == 0;
+    };
+    if (isNone("cores")) {
+        records_.AddReason("cores", "no core of it is enabled", 2);
+    }
+    if (isNone("memory_size")) {
+        records_.AddReason("memory", "it has no memory", 2);
+    }
+    const auto errors = facts.value("errors", nlohmann::json::object());
+    for (const auto& [fact, error] : errors.items()) {
+        if (error.value("status", 0U) != kNotSupported) {
+            records_.AddReason("facts",
+                               fmt::format("it does not tell {}: {}: {}", fact,
+                                           error.value("call", ""), error.value("text", "")),
+                               2);
+        }
+    }
+}
+
+void CardState::AskWhetherBusy() {
+    if (host_.configuration.busy.empty() || !host_.plan.Disturbs()) {
+        return;
+    }
+    const zelhealth::Busy busy =
+        AskBusy(host_.configuration.busy, card_.entry.card, card_.entry.pcie, host_.stop);
+    if (busy.busy) {
+        busy_ = busy.text.empty() ? "the card is in use" : "the card is in use: " + busy.text;
+        records_.AddReason("busy", busy_, busy.setup ? 3 : 1);
+    }
+}
+
+// A card that is in use is only looked at.
+std::string CardState::TakeLock() {
+    const bool disturbs = host_.plan.Disturbs() && busy_.empty();
+    LockResult result =
+        host_.locks.Card(card_.entry.card, disturbs ? LockKind::exclusive : LockKind::shared,
+                         host_.patience, host_.stop);
+    if (!result.lock) {
+        records_.AddReason("locked", "it was not judged: " + result.Why(),
+                           result.error.empty() ? 1 : 3);
+        return result.Why();
+    }
+    lock_ = std::move(result.lock);
+    return "";
+}
+
+// A card that another run has just given back is where that run found it, and may have been elsewhere when
+// it was asked first.
+void CardState::LookAtMode() {
+    if (card_.entry.kind != Kind::answered) {
+        return;
+    }
+    if (card_.Mode() != "normal") {
+        CardReply now = host_.access.Ask({"facts", card_.entry.card}, host_.stop);
+        if (now.Answered()) {
+            card_.entry.facts = std::move(now.answer);
+        }
+        modeLeft_ = card_.Mode();
+    }
+    const std::string mode = card_.Mode();
+    if (mode.empty()) {
+        records_.AddReason("mode", "it does not tell its mode", 2);
+    } else if (mode != "normal") {
+        records_.AddReason("mode",
+                           fmt::format("it is in mode {}, in which no job can use it", mode), 2);
+    }
+}
+
+void CardState::Leave() {
+    LookAtModeLeft();
+    lock_.reset();
+}
+
+// A card that has left normal mode since is of no use to jobs, whatever its tests have said.
+void CardState::LookAtModeLeft() {
+    if (card_.Mode() != "normal" || modeLeft_ != "normal" || host_.now.Requested()) {
+        return;
+    }
+    const CardReply left = host_.access.Ask({"mode", card_.entry.card}, host_.now);
+    if (!left.Answered()) {
+        records_.AddReason("mode", "it does not tell its mode any more: " + left.error, 2);
+        return;
+    }
+    modeLeft_ = left.answer.value("mode", "");
+    if (modeLeft_ != "normal") {
+        records_.AddReason(
+            "mode", fmt::format("it has gone to mode {}, in which no job can use it", modeLeft_),
+            2);
+    }
+}
+
+}  // namespace zelhealth

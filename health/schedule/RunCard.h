@@ -1,0 +1,23 @@
+// A card of a run.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/CardAccess.h"
+
+namespace zelhealth {
+
+// One that is not there, or of which nobody knows anything, is judged too.
+struct RunCard {
+    CardList::Entry entry;  // `card` is its name
+    bool present = true;    // the library enumerates it
+    std::string wedged;     // by what, when it was found so
+
+    // What the card told of itself; empty, or 0, when it did not.
+    std::string Fact(const char* name) const;
+    std::string Mode() const { return Fact("mode"); }
+    std::uint64_t MemorySize() const;
+};
+
+}  // namespace zelhealth
