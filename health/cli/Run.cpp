@@ -70,6 +70,20 @@ CLI::Validator Seconds(double least) {
             ""};
 }
 
+// A number as people write it: CLI::Range would take 010 for eight.
+CLI::Validator Count(int least, int most) {
+    return {[least, most](const std::string& text) {
+                int count = 0;
+                const bool plain = !text.starts_with('0') &&
+                                   text.find_first_not_of("0123456789") == std::string::npos;
+                const bool fits = plain && CLI::detail::lexical_cast(text, count) &&
+                                  count >= least && count <= most;
+                return fits ? std::string()
+                            : fmt::format("{} is no number from {} to {}", text, least, most);
+            },
+            ""};
+}
+
 milliseconds Milliseconds(double seconds) {
     return std::chrono::ceil<milliseconds>(std::chrono::duration<double>(seconds));
 }
@@ -80,7 +94,7 @@ void AddShared(CLI::App& command, Options& options) {
                     "These cards only: zel0, or a PCIe address; several with commas")
         ->type_name("CARD");
     command.add_option("--jobs", options.jobs, "Cards at once; without it all")
-        ->check(CLI::Range(1, 256))
+        ->check(Count(1, 256))
         ->type_name("N");
     command
         .add_option("--output", options.output,
@@ -295,9 +309,10 @@ int Check(const Options& options) {
     if (options.cards.empty() && options.tool.empty()) {
         readers.push_back(&stored);
     }
-    const int status = RunWith(options, readers, [] {});
+    int status = RunWith(options, readers, [] {});
     if (const std::string error = stored.Store(); !error.empty()) {
-        Complain(error);
+        line.Add(Status::unknown, error);
+        status = Worse(static_cast<ExitStatus>(status), kUnknown);
     }
     return Tell(line, status, OutputBeside(options));
 }
@@ -328,7 +343,7 @@ void DeclareRun(CLI::App& app, const std::vector<std::string>& words, int& statu
         ->capture_default_str();
     AddShared(*command, *options);
     command->add_option("--repeat", options->repeat, "Do the whole plan that often")
-        ->check(CLI::Range(1, 100000))
+        ->check(Count(1, 100000))
         ->type_name("N");
     command->add_flag("--quiet", options->quiet, "Print the closing report only");
     options->words = words;

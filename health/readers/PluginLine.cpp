@@ -6,7 +6,6 @@
 #include <array>
 
 #include "host/Printable.h"
-#include "readers/Outcome.h"
 
 namespace zelhealth {
 
@@ -63,21 +62,29 @@ void PluginLine::Read(const Json& record) {
     }
 }
 
+void PluginLine::Add(Status status, const std::string& text) {
+    added_ = Worse(added_, status);
+    others_.push_back(Plain(text));
+}
+
 std::string PluginLine::Text() const {
-    const int status = finished_.is_null() ? 3 : std::clamp(finished_.value("status", 3), 0, 3);
+    const auto finished = static_cast<Status>(
+        finished_.is_null() ? 3 : std::clamp(finished_.value("status", 3), 0, 3));
+    const Status status = Worse(finished, added_);
     std::vector<std::string> troubles = critical_;
     troubles.insert(troubles.end(), others_.begin(), others_.end());
+    const int healthy = CountOf(cards_, "healthy");
     std::string text = finished_.is_null() ? "the run was broken off"
                        : troubles.empty()
-                           ? fmt::format("{} cards healthy", CountOf(cards_, "healthy"))
+                           ? fmt::format("{} card{} healthy", healthy, healthy == 1 ? "" : "s")
                            : fmt::format("{}", fmt::join(troubles, "; "));
     text = Bounded(text, kLongestText);
     const int all = expected_;
     return fmt::format(
         "ZEL {} - {} | cards={};;;0;{} healthy={};;;0;{} failed={};;;0;{} tests_passed={} "
         "tests_failed={} tests_not_judged={} time={:.2f}s",
-        kNames[static_cast<std::size_t>(status)], text, found_, all, CountOf(cards_, "healthy"),
-        all, CountOf(cards_, "failed"), all, CountOf(tests_, "passed"),
+        kNames[static_cast<std::size_t>(status)], text, found_, all, healthy, all,
+        CountOf(cards_, "failed"), all, CountOf(tests_, "passed"),
         CountOf(tests_, "failed") + CountOf(tests_, "timed_out") + CountOf(tests_, "crashed"),
         CountOf(tests_, "skipped") + CountOf(tests_, "not_run") + CountOf(tests_, "setup"),
         finished_.is_null() ? 0.0 : finished_.value("seconds", 0.0));

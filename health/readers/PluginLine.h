@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "readers/Outcome.h"
 #include "record/Record.h"
 
 namespace zelhealth {
@@ -12,6 +13,9 @@ namespace zelhealth {
 class PluginLine : public RecordReader {
 public:
     void Read(const Json& record) override;
+
+    // Something that no record tells: what was found cannot be kept.
+    void Add(Status status, const std::string& text);
 
     // "ZEL CRITICAL - zel1: pcie.vlw Link trained down | cards=2 failed=1 ..."
     std::string Text() const;
@@ -24,6 +28,7 @@ private:
     std::vector<std::string> critical_;
     std::vector<std::string> others_;
     Json finished_;
+    Status added_ = Status::ok;
 };
 
 }  // namespace zelhealth

@@ -15,7 +15,9 @@ namespace zelhealth {
 
 namespace {
 
-constexpr int kUnanswered = 3;  // the exit status of a run that has no answer
+// Exit statuses of runs: one that has found a bad card, and one that has no answer.
+constexpr int kCritical = 2;
+constexpr int kUnanswered = 3;
 constexpr std::size_t kLargest = 16UL * 1024 * 1024;
 
 std::string Reason(const std::filesystem::path& file) {
@@ -44,7 +46,8 @@ void StoredRun::Read(const Json& record) {
         judged_ = judged_ && record.value("verdict", "") != "not_run";
     } else if (record["record"] == "run_finished") {
         finished_ = true;
-        judged_ = judged_ && record.value("status", kUnanswered) != kUnanswered;
+        const int status = record.value("status", kUnanswered);
+        answers_ = status == kCritical || (judged_ && status != kUnanswered);
     }
     tooMuch_ = lines_.size() > kLargest;
     if (tooMuch_) {
@@ -53,9 +56,18 @@ void StoredRun::Read(const Json& record) {
 }
 
 std::string StoredRun::Store() const {
-    if (!finished_ || !judged_ || tooMuch_) {
+    if (!finished_ || !answers_) {
         return "";
     }
+    std::string error =
+        tooMuch_ ? file_.string() + ": the run has too many records to be kept" : Replace();
+    if (!error.empty()) {
+        unlink(file_.c_str());
+    }
+    return error;
+}
+
+std::string StoredRun::Replace() const {
     if (std::string error = MakeFolder(file_.parent_path()); !error.empty()) {
         return error;
     }
