@@ -10,7 +10,7 @@
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
 #   make fuzz       looks for inputs that break what reads them; SECONDS=n or RUNS=n for each
 #                   target; ONLY=NAME for one
-#   make lint       clang-tidy and cppcheck over every source file
+#   make lint       clang-tidy and cppcheck over every source file; make lint-programs: but the tests' own
 #   make check-sbox whether the SBOX register table still holds what is known about it
 #   make bench      measures, and prints ratios of what it measured
 #   make format     the formatter over every source file;  make check-format only looks
@@ -19,13 +19,15 @@ ARGS  ?= -summary -pcie -vls -vlw -vdi -vrs -vbs -vsrdv -core -gec -gnt -gid -c 
          -dma -vdh2l -vdl2h -smc -fwv -hwr -uuid
 FLEET ?= build/bin/fleets/default.toml
 JOBS  ?= $(shell nproc)
+# Tests wait much of their time.
+TEST_JOBS ?= $(shell expr $$(nproc) + 1)
 SECONDS ?= 60
 
 .DEFAULT_GOAL := build
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: programs companion run health package build check test lint check-sbox sanitize fuzz bench format check-format clean
+.PHONY: programs companion run health package build check test lint lint-programs check-sbox sanitize fuzz bench format check-format clean
 
 # What only the companion and the tests need joins the build directory with the first target that wants it, and
 # stays: nothing that is built is built again for that.
@@ -64,12 +66,12 @@ check: build
 	@ctest --preset release -L 'unit|check' -E 'SucceedsAThousandTimesInARow' -j $(JOBS)
 
 test: build
-	@ctest --preset release -j $(JOBS)
+	@ctest --preset release -j $(TEST_JOBS)
 
-lint: build
+lint lint-programs: build
 	@packaging/install-packages lint
 	@cmake --preset release >/dev/null
-	@cmake --build --preset release --target lint -j $(JOBS)
+	@cmake --build --preset release --target $@ -j $(JOBS)
 
 check-sbox: build
 	@ctest --preset release -R 'SboxRegisters\.'
@@ -79,7 +81,7 @@ sanitize:
 	@for preset in sanitize-address sanitize-thread; do \
 	    cmake --preset $$preset >/dev/null && \
 	    cmake --build --preset $$preset -j $(JOBS) && \
-	    ctest --preset $$preset -j $(JOBS) || exit 1; \
+	    ctest --preset $$preset -j $(TEST_JOBS) || exit 1; \
 	done
 
 fuzz:
