@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 
+#include "cli/Baseline.h"
 #include "cli/Cards.h"
 #include "cli/Host.h"
 #include "cli/List.h"
@@ -39,6 +40,7 @@ int Answer(int argc, char** argv) {
     DeclareCheck(app, words, status);
     DeclareList(app, status);
     DeclareCards(app, status);
+    DeclareBaseline(app, status);
     DeclareMode(app, status);
     DeclareRecover(app, status);
     DeclarePlan(app, status);

@@ -5,8 +5,10 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <bit>
 
 #include "Generation.h"
+#include "MmioRegisters.h"
 #include "Modes.h"
 
 namespace zelcard {
@@ -60,14 +62,50 @@ Json Cores(HANDLE handle) {
     return count;
 }
 
+// Those that are enabled, of all cores.
+Json Threads(HANDLE handle) {
+    constexpr U32 kThreadsOfACore = 0xF;
+    U32 enabled = 0;
+    Check("ZelReadMMIOReg", ZelReadMMIOReg(handle, ZEL_MMIO_THREAD_ENABLE, &enabled));
+    U32 cores = 0;
+    Check("ZelGetNumCores", ZelGetNumCores(handle, &cores));
+    return cores * static_cast<U32>(std::popcount(enabled & kThreadsOfACore));
+}
+
+Json RevisionId(HANDLE handle) {
+    U32 revision = 0;
+    Check("ZelGetRevisionID", ZelGetRevisionID(handle, &revision));
+    return revision;
+}
+
+Json LinkWidth(HANDLE handle) {
+    U32 lanes = LINK_WIDTH_UNKNOWN;
+    Check("ZelGetPcieLinkWidth", ZelGetPcieLinkWidth(handle, &lanes));
+    return lanes;
+}
+
+Json LinkSpeed(HANDLE handle) {
+    U32 speed = LINK_SPEED_UNKNOWN;
+    Check("ZelGetPcieLinkSpeed", ZelGetPcieLinkSpeed(handle, &speed));
+    return speed == LINK_SPEED_2_5 ? "2.5 GT/s" : speed == LINK_SPEED_5 ? "5 GT/s" : "unknown";
+}
+
 struct Fact {
     const char* path;
     Json (*ask)(HANDLE);
 };
 
 constexpr Fact kFacts[] = {
-    {"/uuid", Uuid}, {"/firmware/flash", FlashVersion}, {"/firmware/smc", SmcVersion},
-    {"/mode", Mode}, {"/memory_size", MemorySize},      {"/cores", Cores},
+    {"/uuid", Uuid},
+    {"/firmware/flash", FlashVersion},
+    {"/firmware/smc", SmcVersion},
+    {"/mode", Mode},
+    {"/memory_size", MemorySize},
+    {"/cores", Cores},
+    {"/threads", Threads},
+    {"/revision_id", RevisionId},
+    {"/link/width", LinkWidth},
+    {"/link/speed", LinkSpeed},
 };
 
 }  // namespace

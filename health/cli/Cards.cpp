@@ -120,20 +120,11 @@ void PrintForMachines(const CardList& list) {
     }
 }
 
-// An item that cards of this kind do not have is no fault of this one.
-bool IsAtFault(const CardList::Entry& entry) {
-    constexpr unsigned kNotSupported = 8;
-    const json errors = entry.facts.value("errors", json::object());
-    return std::any_of(errors.begin(), errors.end(), [](const json& error) {
-        return error.value("status", 0U) != kNotSupported;
-    });
-}
-
 ExitStatus Judge(const CardList& list) {
     ExitStatus worst = kGood;
     for (const CardList::Entry& entry : list.cards) {
         worst = Worse(worst, StatusOf(entry.kind));
-        worst = Worse(worst, IsAtFault(entry) ? kCritical : kGood);
+        worst = Worse(worst, UntoldFacts(entry.facts).empty() ? kGood : kCritical);
     }
     return worst;
 }

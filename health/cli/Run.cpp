@@ -45,6 +45,7 @@ struct Options {
     double deadline = 0;
     int repeat = 1;
     double wait = 0;
+    std::optional<int> expectedCards;
     double maxAge = 0;
     bool quiet = false;
     std::string tool;
@@ -74,7 +75,7 @@ CLI::Validator Seconds(double least) {
 CLI::Validator Count(int least, int most) {
     return {[least, most](const std::string& text) {
                 int count = 0;
-                const bool plain = !text.starts_with('0') &&
+                const bool plain = (text == "0" || !text.starts_with('0')) &&
                                    text.find_first_not_of("0123456789") == std::string::npos;
                 const bool fits = plain && CLI::detail::lexical_cast(text, count) &&
                                   count >= least && count <= most;
@@ -95,6 +96,11 @@ void AddShared(CLI::App& command, Options& options) {
         ->type_name("CARD");
     command.add_option("--jobs", options.jobs, "Cards at once; without it all")
         ->check(Count(1, 256))
+        ->type_name("N");
+    command
+        .add_option("--expect-cards", options.expectedCards,
+                    "So many cards must be here, with or without an inventory")
+        ->check(Count(0, 256))
         ->type_name("N");
     command
         .add_option("--output", options.output,
@@ -156,6 +162,7 @@ RunSettings Settings(const Options& options) {
         settings.folders = Folders::FromEnvironment();
         settings.configuration =
             Configuration::Load(settings.folders.configuration / "zelhealth.toml");
+        settings.inventory = Inventory::Load(settings.folders.configuration);
         settings.waivers = Waivers::Load(settings.folders.configuration / "waivers.toml");
     } catch (const std::runtime_error& error) {
         throw Unanswerable(error.what());
@@ -171,6 +178,9 @@ RunSettings Settings(const Options& options) {
     settings.repeat = options.repeat;
     if (TestsOfACard(settings) > kMostTests) {
         throw Unanswerable(fmt::format("--repeat: that is more than {} tests a card", kMostTests));
+    }
+    if (options.expectedCards) {
+        settings.expectedCards = static_cast<std::size_t>(*options.expectedCards);
     }
     settings.patience = Milliseconds(options.wait);
     if (options.deadline > 0) {

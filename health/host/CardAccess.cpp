@@ -3,11 +3,8 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <atomic>
-#include <thread>
-
 #include "run/Child.h"
+#include "run/SideBySide.h"
 
 namespace zelhealth {
 
@@ -76,14 +73,8 @@ void AskCard(const CardAccess& access, CardList::Entry& entry, const Stop& stop)
 // Side by side, so that a card that is silent holds up no other; but not a host of hundreds of cards all
 // at once.
 void AskAll(const CardAccess& access, std::vector<CardList::Entry>& cards, const Stop& stop) {
-    std::atomic<std::size_t> next{0};
-    const auto work = [&] {
-        for (std::size_t i = next++; i < cards.size(); i = next++)
-            AskCard(access, cards[i], stop);
-    };
-    std::vector<std::jthread> workers;
-    for (std::size_t i = 0; i < std::min(cards.size(), kMostAtOnce); ++i)
-        workers.emplace_back(work);
+    SideBySide(cards.size(), kMostAtOnce,
+               [&](std::size_t card) { AskCard(access, cards[card], stop); });
 }
 
 }  // namespace
@@ -114,6 +105,18 @@ CardReply ZelCard::Ask(const std::vector<std::string>& words, const Stop& stop) 
     }
     return Fail(CardReply::Kind::broken,
                 fmt::format("{} was ended by signal {}", program_, child.code));
+}
+
+std::vector<std::string> UntoldFacts(const json& facts) {
+    constexpr unsigned kNotSupported = 8;
+    std::vector<std::string> untold;
+    const json errors = facts.value("errors", json::object());
+    for (const auto& [fact, error] : errors.items()) {
+        if (error.value("status", 0U) != kNotSupported)
+            untold.push_back(
+                fmt::format("{}: {}: {}", fact, error.value("call", ""), error.value("text", "")));
+    }
+    return untold;
 }
 
 CardList ListCards(const CardAccess& access, const Stop& stop, const CardChoice& isWanted) {

@@ -71,6 +71,9 @@ struct CardList {
     std::vector<Entry> cards;
 };
 
+// What a card does not tell although cards of its kind do: "cores: ZelGetNumCores: The card does not answer".
+std::vector<std::string> UntoldFacts(const nlohmann::json& facts);
+
 // Whether a card of that name and PCIe address is asked.
 using CardChoice = std::function<bool(const std::string& card, const std::string& pcie)>;
 

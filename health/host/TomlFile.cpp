@@ -21,7 +21,7 @@ namespace {
 
 }  // namespace
 
-void TomlTable::Expect(std::initializer_list<std::string_view> keys) const {
+void TomlTable::Expect(const std::vector<std::string>& keys) const {
     for (const auto& [key, value] : *table_) {
         if (std::find(keys.begin(), keys.end(), key.str()) == keys.end())
             Refuse(
@@ -55,6 +55,56 @@ toml::date TomlTable::Date(std::string_view key) const {
     return Read<toml::date>(key, "a date such as 2026-12-31");
 }
 
+std::vector<std::string> TomlTable::Keys() const {
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : *table_)
+        keys.emplace_back(key.str());
+    return keys;
+}
+
+template <typename Convert>
+std::vector<std::string> TomlTable::OneOrMore(std::string_view key, const char* kind,
+                                              const Convert& convert) const {
+    const toml::node* const node = table_->get(key);
+    if (node == nullptr)
+        Fail(key, "is missing");
+    std::vector<const toml::node*> nodes = {node};
+    if (const toml::array* const array = node->as_array()) {
+        nodes.clear();
+        for (const toml::node& element : *array)
+            nodes.push_back(&element);
+    }
+    std::vector<std::string> values;
+    for (const toml::node* const element : nodes) {
+        if (const std::optional<std::string> value = convert(*element))
+            values.push_back(*value);
+    }
+    if (values.empty() || values.size() != nodes.size())
+        Fail(key, fmt::format("takes {}, or several in brackets", kind));
+    return values;
+}
+
+std::vector<std::string> TomlTable::Texts(std::string_view key) const {
+    return OneOrMore(key, "a text",
+                     [](const toml::node& node) { return node.value_exact<std::string>(); });
+}
+
+std::vector<std::string> TomlTable::Numbers(std::string_view key) const {
+    return OneOrMore(key, "a number", [](const toml::node& node) -> std::optional<std::string> {
+        const auto number = node.value_exact<std::int64_t>();
+        return number && *number >= 0 ? std::optional(std::to_string(*number)) : std::nullopt;
+    });
+}
+
+std::optional<TomlTable> TomlTable::Table(std::string_view key) const {
+    if (!Has(key))
+        return std::nullopt;
+    const toml::table* const table = table_->get(key)->as_table();
+    if (table == nullptr)
+        Fail(key, fmt::format("is written as [{}]", key));
+    return TomlTable(*table, *file_);
+}
+
 std::vector<TomlTable> TomlTable::Tables(std::string_view key) const {
     std::vector<TomlTable> tables;
     if (!Has(key))
@@ -76,6 +126,7 @@ TomlFile TomlFile::Load(const fs::path& file) {
     std::ifstream text(file);
     if (!text || fs::is_directory(file, error))
         throw std::runtime_error(loaded.name_ + ": cannot be read");
+    loaded.isThere_ = true;
     try {
         loaded.root_ = toml::parse(text);
     } catch (const toml::parse_error& fault) {

@@ -4,7 +4,7 @@
 
 #include <toml++/toml.h>
 #include <filesystem>
-#include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,11 +17,21 @@ public:
     TomlTable(const toml::table& table, const std::string& file) : table_(&table), file_(&file) {}
 
     // Refuses keys that are not among these.
-    void Expect(std::initializer_list<std::string_view> keys) const;
+    void Expect(const std::vector<std::string>& keys) const;
 
     bool Has(std::string_view key) const { return table_->contains(key); }
+    std::vector<std::string> Keys() const;
     std::string Text(std::string_view key) const;
     toml::date Date(std::string_view key) const;
+
+    // One text or several, [...], but not none.
+    std::vector<std::string> Texts(std::string_view key) const;
+
+    // The same of numbers that are not negative, in decimal.
+    std::vector<std::string> Numbers(std::string_view key) const;
+
+    // The table [key]; none when there is no such key.
+    std::optional<TomlTable> Table(std::string_view key) const;
 
     // The tables of an array, [[key]]; none when there is no such key.
     std::vector<TomlTable> Tables(std::string_view key) const;
@@ -30,6 +40,10 @@ public:
     [[noreturn]] void Fail(std::string_view key, const std::string& reason) const;
 
 private:
+    template <typename Convert>
+    std::vector<std::string> OneOrMore(std::string_view key, const char* kind,
+                                       const Convert& convert) const;
+
     template <typename Value>
     Value Read(std::string_view key, const char* kind) const;
 
@@ -42,10 +56,13 @@ public:
     // A file that is not there is an empty one.
     static TomlFile Load(const std::filesystem::path& file);
 
+    bool IsThere() const { return isThere_; }
+
     TomlTable Root() const { return {root_, name_}; }
 
 private:
     std::string name_;
+    bool isThere_ = false;
     toml::table root_;
 };
 

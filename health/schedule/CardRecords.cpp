@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "inventory/Field.h"
+
 namespace zelhealth {
 
 namespace {
@@ -11,6 +13,20 @@ namespace {
 constexpr std::size_t kEvidenceLines = 40;
 constexpr std::size_t kMessages = 50;
 constexpr std::ptrdiff_t kReasons = 100;
+
+// What an inventory compares, and a fleet's report.
+Json KnownFacts(const nlohmann::json& facts) {
+    Json known = Json::object();
+    for (const Field& field : Fields()) {
+        const auto value = ValueOf(field, facts);
+        if (value && field.kind == Field::Kind::text) {
+            known[field.key] = Bounded(*value);
+        } else if (value) {
+            known[field.key] = std::stoull(*value);
+        }
+    }
+    return known;
+}
 
 }  // namespace
 
@@ -38,6 +54,7 @@ void CardRecords::WriteStarted(std::size_t tests, double expectedSeconds) {
     if (card_.MemorySize() != 0) {
         record["memory_size"] = card_.MemorySize();
     }
+    record["facts"] = KnownFacts(card_.entry.facts);
     record["expected_seconds"] = expectedSeconds;
     recorder_.Write(record);
 }

@@ -22,7 +22,7 @@ std::string CardState::Prepare() {
 std::string CardState::WhyUnreachable() {
     const std::string& name = card_.entry.card;
     if (!card_.present) {
-        records_.AddReason("missing", name + " is not there", 2);
+        records_.AddReason("missing", name + " is not there", card_.missingStatus);
         return name + " is not there";
     }
     if (!card_.wedged.empty()) {
@@ -39,10 +39,8 @@ std::string CardState::WhyUnreachable() {
     return "";
 }
 
-// What the library could not tell is what jobs would ask it too. An item that cards of this kind lack is no
-// fault of this one.
+// What the library could not tell is what jobs would ask it too.
 void CardState::LookAtFacts() {
-    constexpr unsigned kNotSupported = 8;
     const auto& facts = card_.entry.facts;
     if (card_.entry.kind == Kind::refused) {
         records_.AddReason("refused", "it cannot be opened: " + card_.entry.error, 2);
@@ -50,6 +48,9 @@ void CardState::LookAtFacts() {
         records_.AddReason("setup", card_.entry.error, 3);
     } else if (card_.entry.kind == Kind::broken) {
         records_.AddReason("facts", "its facts cannot be read: " + card_.entry.error, 1);
+    }
+    for (const Difference& difference : card_.differences) {
+        records_.AddReason("inventory", difference.text, difference.status);
     }
     // The tool passes any number of cores, and without a memory test any size of memory.
     const auto isNone = [&facts](const char* fact) {
@@ -62,14 +63,8 @@ void CardState::LookAtFacts() {
     if (isNone("memory_size")) {
         records_.AddReason("memory", "it has no memory", 2);
     }
-    const auto errors = facts.value("errors", nlohmann::json::object());
-    for (const auto& [fact, error] : errors.items()) {
-        if (error.value("status", 0U) != kNotSupported) {
-            records_.AddReason("facts",
-                               fmt::format("it does not tell {}: {}: {}", fact,
-                                           error.value("call", ""), error.value("text", "")),
-                               2);
-        }
+    for (const std::string& fact : UntoldFacts(facts)) {
+        records_.AddReason("facts", "it does not tell " + fact, 2);
     }
 }
 
@@ -100,13 +95,18 @@ std::string CardState::TakeLock() {
     return "";
 }
 
+std::string CardState::WhatIsWrongWith(const std::string& mode) const {
+    return mode == "normal" ? "; the inventory says that " + card_.modeThere + " belongs there"
+                            : ", in which no job can use it";
+}
+
 // A card that another run has just given back is where that run found it, and may have been elsewhere when
 // it was asked first.
 void CardState::LookAtMode() {
     if (card_.entry.kind != Kind::answered) {
         return;
     }
-    if (card_.Mode() != "normal") {
+    if (card_.Mode() != card_.modeThere) {
         CardReply now = host_.access.Ask({"facts", card_.entry.card}, host_.stop);
         if (now.Answered()) {
             card_.entry.facts = std::move(now.answer);
@@ -116,9 +116,8 @@ void CardState::LookAtMode() {
     const std::string mode = card_.Mode();
     if (mode.empty()) {
         records_.AddReason("mode", "it does not tell its mode", 2);
-    } else if (mode != "normal") {
-        records_.AddReason("mode",
-                           fmt::format("it is in mode {}, in which no job can use it", mode), 2);
+    } else if (mode != card_.modeThere) {
+        records_.AddReason("mode", "it is in mode " + mode + WhatIsWrongWith(mode), 2);
     }
 }
 
@@ -129,7 +128,7 @@ void CardState::Leave() {
 
 // A card that has left normal mode since is of no use to jobs, whatever its tests have said.
 void CardState::LookAtModeLeft() {
-    if (card_.Mode() != "normal" || modeLeft_ != "normal" || host_.now.Requested()) {
+    if (card_.Mode() != card_.modeThere || modeLeft_ != card_.modeThere || host_.now.Requested()) {
         return;
     }
     const CardReply left = host_.access.Ask({"mode", card_.entry.card}, host_.now);
@@ -138,10 +137,9 @@ void CardState::LookAtModeLeft() {
         return;
     }
     modeLeft_ = left.answer.value("mode", "");
-    if (modeLeft_ != "normal") {
-        records_.AddReason(
-            "mode", fmt::format("it has gone to mode {}, in which no job can use it", modeLeft_),
-            2);
+    if (modeLeft_ != card_.modeThere) {
+        records_.AddReason("mode", "it has gone to mode " + modeLeft_ + WhatIsWrongWith(modeLeft_),
+                           2);
     }
 }
 

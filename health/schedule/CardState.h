@@ -37,6 +37,7 @@ private:
     void LookAtModeLeft();
     void AskWhetherBusy();
     std::string TakeLock();
+    std::string WhatIsWrongWith(const std::string& mode) const;
 
     const RunHost& host_;
     RunCard& card_;

@@ -84,19 +84,21 @@ private:
     std::thread thread_;
 };
 
-// Names of the cards that the driver knows.
-std::vector<std::string> DriversCards() {
-    std::vector<std::string> names;
+// Names of the cards that the driver knows, with their addresses.
+std::map<std::string, std::string> DriversCards() {
+    std::map<std::string, std::string> cards;
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(kCardsFolder, error)) {
         const std::string name = entry.path().filename();
         const bool isCard = name.starts_with("zel") && name.size() > 3 && name.size() < 8 &&
                             name.find_first_not_of("0123456789", 3) == std::string::npos;
         if (isCard) {
-            names.push_back(name);
+            // ".../0000:02:00.0/zel/zel0"
+            const auto link = std::filesystem::read_symlink(entry.path(), error);
+            cards[name] = link.parent_path().parent_path().filename();
         }
     }
-    return names;
+    return cards;
 }
 
 int NumberOf(const std::string& card) {
@@ -192,20 +194,21 @@ private:
     std::vector<RunCard> Choose(const CardList& list) const {
         std::vector<RunCard> cards;
         for (const CardList::Entry& entry : list.cards) {
-            cards.push_back({entry, true, ""});
+            cards.emplace_back().entry = entry;
         }
-        for (const std::string& name : DriversCards()) {
-            const bool known =
-                std::any_of(list.cards.begin(), list.cards.end(),
-                            [&name](const auto& entry) { return entry.card == name; });
-            if (!known && IsAsked(name, "")) {
+        for (const auto& [name, pcie] : DriversCards()) {
+            if (!Holds(cards, name) && IsAsked(name, pcie)) {
                 cards.push_back(Unlisted(name, list.enumeration));
+                cards.back().entry.pcie = pcie;
             }
         }
         for (const std::string& name : settings_.cards) {
             if (!Holds(cards, name)) {
                 cards.push_back(Unlisted(name, list.enumeration));
             }
+        }
+        if (list.enumeration.Answered()) {
+            CompareWithInventory(list, cards);
         }
         for (const WedgedNote& note : wedged_.Living()) {
             for (RunCard& card : cards) {
@@ -216,6 +219,41 @@ private:
             return NumberOf(a.entry.card) < NumberOf(b.entry.card);
         });
         return cards;
+    }
+
+    // What the inventory has, and this host has not, is missing under its address.
+    void CompareWithInventory(const CardList& list, std::vector<RunCard>& cards) const {
+        const Inventory& inventory = settings_.inventory;
+        std::vector<FoundCard> found;
+        for (const RunCard& card : cards) {
+            found.push_back({card.entry.pcie, card.entry.facts});
+        }
+        for (RunCard& card : cards) {
+            if (card.present) {
+                card.modeThere = inventory.ModeOf(card.entry.pcie);
+                card.differences = inventory.Compare({card.entry.pcie, card.entry.facts}, found);
+            }
+        }
+        for (const auto& [pcie, status] : inventory.Missing(Addresses(list))) {
+            if (status != 0 && IsAsked("", pcie) && !Holds(cards, pcie)) {
+                cards.push_back(Unlisted(pcie, list.enumeration));
+                cards.back().entry.pcie = pcie;
+                cards.back().missingStatus = status;
+            }
+        }
+    }
+
+    static Json Enumerated(const CardList& list) {
+        return list.enumeration.answer.value("cards", Json::array());
+    }
+
+    // Of all cards that there are, asked for or not.
+    static std::vector<std::string> Addresses(const CardList& list) {
+        std::vector<std::string> addresses;
+        for (const Json& card : Enumerated(list)) {
+            addresses.push_back(card.value("pcie", ""));
+        }
+        return addresses;
     }
 
     static Json NamesOf(const std::vector<RunCard>& cards, bool presentOnly) {
@@ -252,9 +290,26 @@ private:
         } else if (kind == Kind::answered && cards.empty()) {
             Note("no_cards", "this host has no card", 2);
         }
+        if (kind == Kind::answered) {
+            WriteExpectations(Addresses(list).size());
+        }
         for (const WedgedNote& note : wedged_.Living()) {
             resources_.HoldForGood(note.resources, note.Text());
             Note("wedged", note.Text(), 1);
+        }
+    }
+
+    void WriteExpectations(std::size_t found) {
+        const auto expected = settings_.expectedCards;
+        if (expected && *expected != found) {
+            Note("expected", fmt::format("cards expected: {}; cards here: {}", *expected, found),
+                 2);
+        } else if (!expected && !settings_.inventory.HasCards()) {
+            Note("no_inventory",
+                 "there is no inventory of this host, so that nobody notices a card that is "
+                 "missing; "
+                 "to make one: zelhealth baseline --write",
+                 0);
         }
     }
 

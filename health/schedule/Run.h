@@ -11,6 +11,7 @@
 #include "host/Configuration.h"
 #include "host/Folders.h"
 #include "host/Waivers.h"
+#include "inventory/Inventory.h"
 #include "plan/Plan.h"
 #include "readers/Outcome.h"
 #include "record/Record.h"
@@ -30,6 +31,8 @@ struct RunSettings {
     Folders folders;
     Configuration configuration;
     Waivers waivers;
+    Inventory inventory;
+    std::optional<std::size_t> expectedCards;  // so many are to be here
 
     std::string ToolName() const { return std::filesystem::path(tool).filename(); }
 };
