@@ -7,6 +7,7 @@
 
 #include "cli/Baseline.h"
 #include "cli/Cards.h"
+#include "cli/Config.h"
 #include "cli/Host.h"
 #include "cli/List.h"
 #include "cli/Mode.h"
@@ -41,6 +42,7 @@ int Answer(int argc, char** argv) {
     DeclareList(app, status);
     DeclareCards(app, status);
     DeclareBaseline(app, status);
+    DeclareConfig(app, status);
     DeclareMode(app, status);
     DeclareRecover(app, status);
     DeclarePlan(app, status);

@@ -1,13 +1,11 @@
-// The command baseline.
+// zelhealth baseline.
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include <CLI/App.hpp>
 
 namespace zelhealth {
 
-// `status` gets the exit status.
+// Declares the command below `app`; when it is given, it leaves its exit status in `status`.
 void DeclareBaseline(CLI::App& app, int& status);
 
 }  // namespace zelhealth

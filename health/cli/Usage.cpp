@@ -3,32 +3,13 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <array>
-#include <numeric>
 
+#include "host/Likely.h"
 #include "host/Printable.h"
 
 namespace zelhealth {
 
 namespace {
-
-// Longer words are like no other.
-constexpr std::size_t kLongestWord = 40;
-
-// How many letters have to be put in, taken out or changed.
-std::size_t Distance(const std::string& one, const std::string& other) {
-    std::array<std::size_t, kLongestWord + 1> row{};
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 1; i <= one.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i);
-        for (std::size_t j = 1; j <= other.size(); ++j) {
-            const std::size_t changed = diagonal + (one[i - 1] == other[j - 1] ? 0 : 1);
-            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, changed}));
-        }
-    }
-    return row[other.size()];
-}
 
 // The command that was reached: options that it does not know are its own.
 const CLI::App* Deepest(const CLI::App* app) {
@@ -55,22 +36,6 @@ std::string FullName(const CLI::App* app) {
 }
 
 }  // namespace
-
-std::string Likely(const std::string& word, const std::vector<std::string>& known) {
-    std::string best;
-    std::size_t least = word.size() / 3 + 1;
-    for (const std::string& candidate : known) {
-        if (std::max(word.size(), candidate.size()) > kLongestWord) {
-            continue;
-        }
-        const std::size_t distance = Distance(word, candidate);
-        if (distance < least) {
-            least = distance;
-            best = candidate;
-        }
-    }
-    return best;
-}
 
 std::string UsageError(const CLI::App* app, const CLI::Error& error) {
     const CLI::App* const command = Deepest(app);

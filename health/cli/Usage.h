@@ -10,7 +10,4 @@ namespace zelhealth {
 // One line, with the word that was probably meant, or where help is.
 std::string UsageError(const CLI::App* app, const CLI::Error& error);
 
-// The known word that is most like one that is not known; empty when none is like it.
-std::string Likely(const std::string& word, const std::vector<std::string>& known);
-
 }  // namespace zelhealth

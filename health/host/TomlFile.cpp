@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "host/Likely.h"
+
 namespace zelhealth {
 
 namespace fs = std::filesystem;
@@ -23,10 +25,12 @@ namespace {
 
 void TomlTable::Expect(const std::vector<std::string>& keys) const {
     for (const auto& [key, value] : *table_) {
-        if (std::find(keys.begin(), keys.end(), key.str()) == keys.end())
-            Refuse(
-                *file_, key.source(),
-                fmt::format("unknown key \"{}\"; there are {}", key.str(), fmt::join(keys, ", ")));
+        if (std::find(keys.begin(), keys.end(), key.str()) != keys.end())
+            continue;
+        const std::string likely = Likely(std::string(key.str()), keys);
+        const std::string help = likely.empty() ? fmt::format("there are {}", fmt::join(keys, ", "))
+                                                : fmt::format("did you mean \"{}\"?", likely);
+        Refuse(*file_, key.source(), fmt::format("unknown key \"{}\"; {}", key.str(), help));
     }
 }
 
@@ -53,6 +57,23 @@ std::string TomlTable::Text(std::string_view key) const {
 
 toml::date TomlTable::Date(std::string_view key) const {
     return Read<toml::date>(key, "a date such as 2026-12-31");
+}
+
+double TomlTable::Number(std::string_view key, double least, double most) const {
+    const toml::node* const node = table_->get(key);
+    const auto number =
+        node == nullptr || !node->is_number() ? std::nullopt : node->value<double>();
+    if (!number || !(*number >= least && *number <= most))
+        Fail(key, fmt::format("takes a number from {:g} to {:g}", least, most));
+    return *number;
+}
+
+int TomlTable::Count(std::string_view key, int least, int most) const {
+    const toml::node* const node = table_->get(key);
+    const auto number = node == nullptr ? std::nullopt : node->value_exact<std::int64_t>();
+    if (!number || *number < least || *number > most)
+        Fail(key, fmt::format("takes a whole number from {} to {}", least, most));
+    return static_cast<int>(*number);
 }
 
 std::vector<std::string> TomlTable::Keys() const {

@@ -24,6 +24,10 @@ public:
     std::string Text(std::string_view key) const;
     toml::date Date(std::string_view key) const;
 
+    // A number with or without a fraction, and one without.
+    double Number(std::string_view key, double least, double most) const;
+    int Count(std::string_view key, int least, int most) const;
+
     // One text or several, [...], but not none.
     std::vector<std::string> Texts(std::string_view key) const;
 

@@ -207,7 +207,9 @@ TEST_F(InventoryTest, WhatIsWrongIsRefusedWithItsLine) {
                 HasSubstr("inventory.toml:4: \"pcie\" stands in front of another card already"));
     EXPECT_THAT(WhyNot("[[card]]\nuuid = \"x\"\n"), HasSubstr(":1: \"pcie\" is missing"));
     EXPECT_THAT(WhyNot("[[card]]\npcie = \"0000:02:00.0\"\ncore = 1\n"),
-                HasSubstr(":3: unknown key \"core\"; there are pcie, uuid, "));
+                HasSubstr(":3: unknown key \"core\"; did you mean \"cores\"?"));
+    EXPECT_THAT(WhyNot("[[card]]\npcie = \"0000:02:00.0\"\nzebra = 1\n"),
+                HasSubstr(":3: unknown key \"zebra\"; there are pcie, uuid, "));
     EXPECT_THAT(WhyNot("[[card]]\npcie = \"0000:02:00.0\"\ncores = \"1\"\n"),
                 HasSubstr(":3: \"cores\" takes a number, or several in brackets"));
     EXPECT_THAT(WhyNot("[[card]]\npcie = \"0000:02:00.0\"\ncores = -1\n"),
