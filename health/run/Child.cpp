@@ -296,6 +296,8 @@ private:
                 break;
             default:
                 result_.end = ChildEnd::givenUp;
+                // A keeper that hangs may not even have started it.
+                result_.pid = result_.pid != 0 ? result_.pid : keeperPid_;
                 stage_ = Stage::over;
                 break;
         }
