@@ -5,10 +5,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <mutex>
+
 #include "Scratch.h"
 
 namespace {
 
+std::mutex mutex;  // of what follows, which cards that are restored side by side share
 std::vector<std::string> synchronised;
 
 }  // namespace
@@ -17,7 +20,10 @@ std::vector<std::string> synchronised;
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's are reserved names
 extern "C" int fsync(int file) {
     const std::string link = "/proc/self/fd/" + std::to_string(file);
-    synchronised.push_back(std::filesystem::read_symlink(link));
+    {
+        const std::lock_guard lock(mutex);
+        synchronised.push_back(std::filesystem::read_symlink(link));
+    }
     return static_cast<int>(syscall(SYS_fsync, file));
 }
 
