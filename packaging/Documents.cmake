@@ -21,19 +21,29 @@ function(component_of program result)
   endif()
 endfunction()
 
-file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[1-8])
-# The companion is not installed, nor is its page.
-list(FILTER pages EXCLUDE REGEX "/zelhealth\\.8$")
-foreach(page IN LISTS pages)
-  cmake_path(GET page FILENAME name)
-  cmake_path(GET page STEM program)
-  string(REGEX MATCH "[1-8]$" section ${name})
-  component_of(${program} component)
-  install_compressed(${page} share/man/man${section} ${name} ${component})
+# All of them stand in one folder of the build tree, where the tests look: that of the messages is made there,
+# the others are put there as they are.
+set(page_folder ${CMAKE_CURRENT_BINARY_DIR}/man)
+file(MAKE_DIRECTORY ${page_folder})
+file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*)
+foreach(source IN LISTS pages)
+  cmake_path(GET source FILENAME name)
+  if(name MATCHES "\\.in$")
+    cmake_path(REMOVE_EXTENSION name LAST_ONLY)
+    zel_manual_page(${source} ${page_folder}/${name})
+  else()
+    configure_file(${source} ${page_folder}/${name} COPYONLY)
+  endif()
+  # The companion is not installed, nor is its page.
+  string(REGEX REPLACE "\\.[1-8]$" "" program ${name})
+  if(NOT program STREQUAL "zelhealth")
+    string(REGEX MATCH "[1-8]$" section ${name})
+    component_of(${program} component)
+    install_compressed(${page_folder}/${name} share/man/man${section} ${name} ${component})
+  endif()
 endforeach()
 
-# All of them stand in one folder of the build tree, where the tests look: those that name tests are filled
-# there, the others are put there as they are.
+# They stand in one folder, too: those that name tests are filled there.
 set(completion_folder ${CMAKE_CURRENT_BINARY_DIR}/completion)
 file(MAKE_DIRECTORY ${completion_folder})
 file(GLOB completions CONFIGURE_DEPENDS completion/*)

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include <toml++/toml.h>
+#include "catalogue/TomlRows.h"
 
 namespace zelhealth {
 
@@ -18,30 +18,12 @@ constexpr double kGib = 1024.0 * 1024 * 1024;
 // For a card that does not tell how much memory it has: the largest that there is.
 constexpr std::uint64_t kMostMemory = 16ULL * 1024 * 1024 * 1024;
 
-std::string Text(const toml::table& table, std::string_view key) {
-    const auto value = table[key].value<std::string>();
-    if (!value) {
-        throw std::runtime_error("a row of the catalogue has no " + std::string(key));
-    }
-    return *value;
-}
-
 double Number(const toml::table& table, std::string_view key) {
     const auto value = table[key].value<double>();
     if (!value || *value <= 0) {
-        throw std::runtime_error(Text(table, "name") + " has no " + std::string(key));
+        throw std::runtime_error(NeededText(table, "name") + " has no " + std::string(key));
     }
     return *value;
-}
-
-std::vector<std::string> Texts(const toml::table& table, std::string_view key) {
-    std::vector<std::string> texts;
-    if (const toml::array* const array = table[key].as_array()) {
-        for (const toml::node& node : *array) {
-            texts.push_back(node.value<std::string>().value());
-        }
-    }
-    return texts;
 }
 
 NeededMode Mode(const std::string& name) {
@@ -55,26 +37,27 @@ NeededMode Mode(const std::string& name) {
 
 TestRow Row(const toml::table& group, const toml::table& test, int number) {
     TestRow row;
-    row.group = Text(group, "name");
-    row.groupWord = Text(group, "word");
-    row.groupTitle = Text(group, "title");
-    row.groupSummary = Text(group, "summary");
+    row.group = NeededText(group, "name");
+    row.groupWord = NeededText(group, "word");
+    row.groupTitle = NeededText(group, "title");
+    row.groupSummary = NeededText(group, "summary");
     row.number = number;
-    row.name = Text(test, "name");
-    row.title = Text(test, "title");
-    row.summary = Text(test, "summary");
-    row.reads = Text(test, "reads");
+    row.name = NeededText(test, "name");
+    row.also = NeededText(test, "also");
+    row.title = NeededText(test, "title");
+    row.summary = NeededText(test, "summary");
+    row.reads = NeededText(test, "reads");
     row.disturbs = test["disturbs"].value_or(false);
     row.waits = test["waits"].value_or(false);
-    row.mode = Mode(Text(test, "mode"));
-    row.resources = Texts(test, "resources");
-    row.needs = Texts(test, "needs");
-    row.generations = Texts(test, "generations");
-    row.options = Texts(test, "options");
+    row.mode = Mode(NeededText(test, "mode"));
+    row.resources = TextsOf(test, "resources");
+    row.needs = TextsOf(test, "needs");
+    row.generations = TextsOf(test, "generations");
+    row.options = TextsOf(test, "options");
     row.expectedSeconds = Number(test, "expected");
     row.deadlineSeconds = Number(test, "deadline");
     row.perGibSeconds = test["per_gib"].value_or(0.0);
-    row.why = Text(test, "why");
+    row.why = NeededText(test, "why");
     return row;
 }
 

@@ -19,6 +19,7 @@ struct TestRow {
     std::string groupSummary;  // "PcieDiag", as the tool's summary has it
     int number = 0;            // its place in the group; the first is 1
     std::string name;          // "vlw"
+    std::string also;          // "verifyLinkWidth", its other name
     std::string title;
     std::string summary;  // "LinkWidth"
     std::string reads;

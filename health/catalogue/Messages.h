@@ -1,33 +1,41 @@
 // What failures mean and what to do about them, for people.
 #pragma once
 
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "catalogue/MessageRows.h"
+
 namespace zelhealth {
 
+class Messages {
+public:
+    // Those of the tool.
+    static const Messages& BuiltIn();
+
+    // Those of this program.
+    static const Messages& OfZelhealth();
+
+    // Throws std::runtime_error that says what is wrong with the text.
+    explicit Messages(std::string_view toml) : book_(ReadMessageBook(toml)) {}
+
+    const MessageBook& Book() const { return book_; }
+
+    // The row of a failure, as the tool's summary names it; null where it is not known.
+    const MessageRow* Failure(std::string_view text) const;
+
+private:
+    MessageBook book_;
+};
+
+// As people read it.
 struct Advice {
     std::string means;
     std::string next;
 };
 
-class Messages {
-public:
-    // Those that are built in.
-    static const Messages& BuiltIn();
-
-    explicit Messages(std::string_view toml);
-
-    // What the tool's message says; else what the verdict ("timed_out") says.
-    const Advice& For(const std::vector<std::string>& messages, const std::string& verdict) const;
-
-    const std::map<std::string, Advice, std::less<>>& All() const { return messages_; }
-
-private:
-    std::map<std::string, Advice, std::less<>> messages_;
-    std::map<std::string, Advice, std::less<>> verdicts_;
-};
+// What the last of the tool's messages that is known says; else what the verdict ("timed_out") says.
+Advice AdviceFor(const std::vector<std::string>& messages, const std::string& verdict);
 
 }  // namespace zelhealth

@@ -135,7 +135,7 @@ std::string Report::Table(std::size_t columns, bool colours) const {
 }
 
 std::string Report::TroubleText(const Trouble& trouble, std::size_t columns, bool colours) const {
-    const Advice& advice = Messages::BuiltIn().For(trouble.messages, trouble.verdict);
+    const Advice advice = AdviceFor(trouble.messages, trouble.verdict);
     std::string name = trouble.verdict;
     std::replace(name.begin(), name.end(), '_', ' ');
     std::string text =

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 
 #include "Words.h"
 
@@ -28,9 +29,9 @@ TEST(Catalogue, HasARowForEachTestOfTheTool) {
         const std::vector<TestRow> rows = RowsOf(group.shortName);
         ASSERT_EQ(rows.size(), group.tests.size()) << group.shortName;
         for (std::size_t i = 0; i < rows.size(); ++i) {
-            const std::string name = "-" + rows[i].name;
-            EXPECT_TRUE(name == group.tests[i].shortName || name == group.tests[i].longName)
-                << name;
+            const std::set<std::string> names = {"-" + rows[i].name, "-" + rows[i].also};
+            EXPECT_EQ(names,
+                      (std::set<std::string>{group.tests[i].shortName, group.tests[i].longName}));
             EXPECT_EQ(rows[i].title, group.testTitles[i]);
             EXPECT_EQ(rows[i].groupTitle, group.title);
             EXPECT_EQ(rows[i].number, static_cast<int>(i) + 1);

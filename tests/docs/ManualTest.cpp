@@ -19,7 +19,7 @@ constexpr char kSimulatorPage[] = "zelsim.1";
 
 std::vector<std::string> Pages() {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(PROJECT_FOLDER "/docs/man"))
+    for (const auto& entry : std::filesystem::directory_iterator(PAGE_FOLDER))
         names.push_back(entry.path().filename());
     return names;
 }

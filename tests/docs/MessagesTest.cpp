@@ -1,5 +1,5 @@
-// Every message has an entry in ZelDiag-messages(7): those that the sources hold, and those that the
-// end-to-end cases print; and no entry is of a message that nothing prints.
+// Every message has a row, and by it an entry in ZelDiag-messages(7): those that the sources hold, and those
+// that the end-to-end cases print; and no entry is of a message that nothing prints.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -155,7 +155,7 @@ TEST(Messages, OfTheSourcesHaveAnEntry) {
             if (!HasTwoWords(line) || IsNoMessage(line) || TestTitles().contains(line))
                 continue;
             EXPECT_TRUE(IsInSomeMessage(line, Messages()) || IsInHelp(line))
-                << file << ": \"" << line << "\" has no entry in ZelDiag-messages.7";
+                << file << ": \"" << line << "\" has no row in health/catalogue/messages.toml";
         }
     }
 }

@@ -75,7 +75,7 @@ Printed RunProgram(const std::vector<std::string>& words) {
 }
 
 std::string PageFile(const std::string& page) {
-    return PROJECT_FOLDER "/docs/man/" + page;
+    return PAGE_FOLDER "/" + page;
 }
 
 std::vector<std::vector<std::string>> OptionEntries(const std::string& page) {

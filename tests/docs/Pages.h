@@ -19,7 +19,7 @@ struct Printed {
 // Runs a program of this machine, or one of the build tree that stands in bin/.
 Printed RunProgram(const std::vector<std::string>& words);
 
-// A manual page in docs/man.
+// A manual page as it is built.
 std::string PageFile(const std::string& page);
 
 // What stands in a page as an option, at the head of each entry of its lists.
