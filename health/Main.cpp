@@ -8,6 +8,7 @@
 #include "cli/Baseline.h"
 #include "cli/Cards.h"
 #include "cli/Config.h"
+#include "cli/Explain.h"
 #include "cli/Host.h"
 #include "cli/List.h"
 #include "cli/Mode.h"
@@ -40,6 +41,7 @@ int Answer(int argc, char** argv) {
     DeclareRun(app, words, status);
     DeclareCheck(app, words, status);
     DeclareList(app, status);
+    DeclareExplain(app, words, status);
     DeclareCards(app, status);
     DeclareBaseline(app, status);
     DeclareConfig(app, status);

@@ -14,6 +14,7 @@
 #include "cli/Host.h"
 #include "cli/RunOptions.h"
 #include "host/Print.h"
+#include "readers/Colours.h"
 #include "readers/Lines.h"
 #include "readers/LiveView.h"
 #include "readers/Outcome.h"
@@ -35,11 +36,6 @@ std::unique_ptr<Stream> OpenStream(const RunOptions& options) {
     } catch (const std::runtime_error& error) {
         throw Unanswerable(error.what());
     }
-}
-
-bool WantsColours(std::FILE* out) {
-    const char* const no = std::getenv("NO_COLOR");
-    return isatty(fileno(out)) != 0 && (no == nullptr || *no == '\0');
 }
 
 bool IsTerminal(std::FILE* out) {
@@ -98,8 +94,7 @@ int Run(const RunOptions& onlyTold) {
         if (view) {
             view->Close();
         }
-        const std::size_t columns = isatty(fileno(out)) != 0 ? SizeOf(out).columns : 80;
-        const std::string text = report.Text(columns, colours);
+        const std::string text = report.Text(SizeOf(out).columns, colours);
         const std::string space = view || options.quiet ? "" : "\n";
         Print(out, space + text);
     });

@@ -1,10 +1,19 @@
 // Colours on a terminal.
 #pragma once
 
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace zelhealth {
+
+inline bool WantsColours(std::FILE* out) {
+    const char* const no = std::getenv("NO_COLOR");
+    return isatty(fileno(out)) != 0 && (no == nullptr || *no == '\0');
+}
 
 // A word in the colour of a verdict, of a test or a card; as it is without colours.
 inline std::string Coloured(const std::string& word, std::string_view verdict, bool colours) {

@@ -7,13 +7,13 @@
 #include "catalogue/Messages.h"
 #include "host/Printable.h"
 #include "readers/Colours.h"
+#include "readers/Wrap.h"
 
 namespace zelhealth {
 
 namespace {
 
 constexpr std::size_t kIndent = 9;
-constexpr std::size_t kNarrowest = 40;
 
 std::string Field(const Json& record, const char* name) {
     return Printable(record.value(name, ""));
@@ -44,20 +44,6 @@ std::string Counts(const std::map<std::string, int>& counts) {
 }
 
 }  // namespace
-
-std::string Wrap(const std::string& text, std::size_t columns, std::size_t indent) {
-    const std::size_t width = std::max(columns, kNarrowest) - indent;
-    std::string wrapped;
-    std::string_view rest = text;
-    while (rest.size() > width) {
-        std::size_t end = rest.rfind(' ', width);
-        const bool word = end != std::string_view::npos && end > 0;
-        end = word ? end : width;
-        wrapped += std::string(rest.substr(0, end)) + "\n" + std::string(indent, ' ');
-        rest.remove_prefix(end + (word ? 1 : 0));
-    }
-    return wrapped + std::string(rest);
-}
 
 Report::Card& Report::CardOf(const Json& record) {
     const std::string name = Field(record, "card");

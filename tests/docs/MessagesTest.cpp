@@ -14,6 +14,7 @@
 #include "Messages.h"
 #include "Pages.h"
 #include "Words.h"
+#include "explain/Lookup.h"
 
 namespace {
 
@@ -313,6 +314,21 @@ TEST(Messages, OfEndToEndCasesHaveAnEntry) {
     for (const auto& [line, name] : lines)
         EXPECT_TRUE(HelpLines().contains(line) || IsDocumented(line))
             << name << " prints: " << line;
+}
+
+// Whatever the tool prints can be asked for as it is, and is known word for word.
+TEST(Messages, OfEndToEndCasesAreExplained) {
+    // Cases write N for a number that differs from machine to machine.
+    static const std::regex masked("\\bN\\b");
+    int found = 0;
+    for (const auto& [line, name] : ExpectedLines()) {
+        const std::string printed = std::regex_replace(line, masked, "7");
+        if (HelpLines().contains(line) || !HasTwoWords(line))
+            continue;
+        ++found;
+        EXPECT_TRUE(zelhealth::LookUp(printed).exact) << name << " prints: " << line;
+    }
+    EXPECT_GT(found, 400);
 }
 
 }  // namespace
