@@ -40,11 +40,12 @@ const MessageRow* Messages::Failure(std::string_view text) const {
 Advice AdviceFor(const std::vector<std::string>& messages, const std::string& verdict) {
     for (auto message = messages.rbegin(); message != messages.rend(); ++message) {
         if (const MessageRow* const row = Messages::BuiltIn().Failure(*message)) {
-            return {Plain(row->means), Plain(row->Advice())};
+            const bool all = row->causes.empty() && row->detail.empty();
+            return {Plain(row->means), Plain(row->Advice()), all ? "" : *message};
         }
     }
     const VerdictRow& row = Verdicts::BuiltIn().OfTest(verdict);
-    return {Plain(row.means), Plain(row.next)};
+    return {Plain(row.means), Plain(row.next), row.causes.empty() ? "" : row.name};
 }
 
 }  // namespace zelhealth

@@ -33,6 +33,8 @@ private:
 struct Advice {
     std::string means;
     std::string next;
+    // What there is more to be known of, as zelhealth explain takes it; empty where that is all.
+    std::string more;
 };
 
 // What the last of the tool's messages that is known says; else what the verdict ("timed_out") says.

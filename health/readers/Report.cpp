@@ -142,6 +142,20 @@ std::string Report::TroubleText(const Trouble& trouble, std::size_t columns, boo
     return text;
 }
 
+// How to get more than what is said of the first failure of which there is more. One with a remedy of its own
+// needs none.
+std::string Report::More() const {
+    for (const Trouble& trouble : troubles_) {
+        const std::string more = AdviceFor(trouble.messages, trouble.verdict).more;
+        if (trouble.mend.empty() && !more.empty()) {
+            const bool isWord = more.find_first_of(" '") == more.npos;
+            const char* const quote = isWord ? "" : "\"";
+            return fmt::format("more: zelhealth explain {0}{1}{0}\n", quote, more);
+        }
+    }
+    return "";
+}
+
 std::string Report::Close() const {
     std::map<std::string, int> verdicts;
     for (const Card& card : cards_) {
@@ -171,7 +185,7 @@ std::string Report::Text(std::size_t columns, bool colours) const {
     for (const std::string& note : notes_) {
         text += Wrap(note, columns, 2) + "\n";
     }
-    return text + Close();
+    return text + Close() + More();
 }
 
 }  // namespace zelhealth

@@ -43,6 +43,7 @@ private:
     std::string Table(std::size_t columns, bool colours) const;
     std::string TroubleText(const Trouble& trouble, std::size_t columns, bool colours) const;
     std::string Close() const;
+    std::string More() const;
 
     std::vector<Card> cards_;  // in their order, in which they do not come
     std::vector<Trouble> troubles_;

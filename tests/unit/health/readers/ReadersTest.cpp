@@ -1,6 +1,7 @@
 // What people, monitors and scripts see of a run: all from its records.
 #include <gmock/gmock.h>
 
+#include "catalogue/Messages.h"
 #include "readers/LiveView.h"
 #include "readers/Outcome.h"
 #include "readers/PluginLine.h"
@@ -133,7 +134,45 @@ TEST(Report, SaysOfEachFailureWhatItMeansAndWhatToDo) {
               "         could.\n"
               "  next   Reseat the card; try a slot of 16 lanes.\n"
               "\n"
-              "1 failed; 3.0 seconds; exit status 2\n");
+              "1 failed; 3.0 seconds; exit status 2\n"
+              "more: zelhealth explain \"Link trained down\"\n");
+}
+
+TEST(Report, SaysHowToGetMoreWhereThereIsMore) {
+    const auto text = [](const std::vector<Json>& records) {
+        Report report;
+        for (const Json& record : records)
+            report.Read(record);
+        return report.Text(80, false);
+    };
+    Json mended = TestFinished(0, "vlw", "setup", "ssh is missing");
+    mended["mend"] = "apt-get install openssh-client";
+    Json late = TestFinished(0, "vls", "timed_out", "ended after 9 s");
+    late["messages"] = Json::array();
+    EXPECT_THAT(text({TestFinished(0, "vlw", "passed")}), Not(HasSubstr("more: ")));
+    EXPECT_THAT(text({mended}), Not(HasSubstr("more: ")));
+    // Its row has nothing that the report does not say.
+    EXPECT_THAT(text({TestFinished(0, "vdi", "failed", "Failed to get GDDR size")}),
+                Not(HasSubstr("more: ")));
+    // The first that has, and what the card says only where it is known.
+    EXPECT_THAT(text({mended, late, TestFinished(0, "vlw", "failed", "Link trained down")}),
+                ::testing::EndsWith("\nmore: zelhealth explain timed_out\n"));
+    EXPECT_THAT(text({TestFinished(0, "vlw", "failed", "\"; rm -r /")}),
+                ::testing::EndsWith("\nmore: zelhealth explain failed\n"));
+}
+
+// It is put into quotes, which is enough for the shell.
+TEST(Report, NamesNoMessageThatTheShellTakesForMore) {
+    for (const MessageSection& section : Messages::BuiltIn().Book().sections) {
+        for (const MessageRow& row : section.rows) {
+            for (const MessageText& message : row.texts) {
+                if (message.kind == "failure") {
+                    EXPECT_EQ(message.text.find_first_of("\"$`\\"), std::string::npos)
+                        << message.text;
+                }
+            }
+        }
+    }
 }
 
 TEST(Report, SaysOnceWhatSeveralSayAlike) {
