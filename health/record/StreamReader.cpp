@@ -1,0 +1,168 @@
+#include "record/StreamReader.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "record/Fields.h"
+#include "record/LineParser.h"
+#include "record/LineSource.h"
+
+namespace zelhealth {
+
+namespace {
+
+constexpr std::uint64_t kToldLines = 20;
+
+Descriptor Open(const std::string& file) {
+    return Descriptor(file == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                                  : open(file.c_str(), O_RDONLY | O_CLOEXEC));
+}
+
+bool IsBlank(std::string_view line) {
+    return line.find_first_not_of(" \t\r") == std::string_view::npos;
+}
+
+}  // namespace
+
+std::string StreamProblem::Text() const {
+    return line == 0 ? fmt::format("{}: {}", file, what)
+                     : fmt::format("{}:{}: {}", file, line, what);
+}
+
+struct StreamReader::Inner {
+    std::string name;
+    Tell tell;
+    StreamOptions options;
+    std::optional<LineSource> lines;
+    LineParser parser;
+    std::uint64_t line = 0;
+    std::uint64_t records = 0;
+    std::uint64_t problems = 0;
+    bool toldSchema = false;
+
+    void OfFile(const std::string& what) { tell({name, 0, what}); }
+
+    void OfLine(const std::string& what) {
+        if (++problems <= kToldLines) {
+            tell({name, line, what});
+        }
+    }
+
+    void Finish() {
+        const int error = lines->Error();
+        lines.reset();
+        if (problems > kToldLines) {
+            OfFile(fmt::format("{} more problems are not shown", problems - kToldLines));
+        }
+        if (error == ECANCELED) {
+            OfFile(fmt::format("interrupted behind line {}", line));
+        } else if (error != 0) {
+            const std::string place = line > 0 ? fmt::format(" behind line {}", line) : "";
+            OfFile(fmt::format("cannot be read{}: {}", place, std::strerror(error)));
+        } else if (records == 0) {
+            OfFile("holds no record");
+        }
+    }
+
+    // Whether the line is a record.
+    bool Read(const LineSource::Line& source, Json& record) {
+        if (source.tooLong) {
+            OfLine(
+                fmt::format("is longer than {} bytes; it is left out", LineSource::kLongestLine));
+            return false;
+        }
+        if (IsBlank(source.text)) {
+            return false;
+        }
+        if (std::string error = parser.Parse(source.text, options.evidenceOfPassed, record);
+            !error.empty()) {
+            OfLine(source.ended ? fmt::format("is no record: {}; the line is left out", error)
+                                : "the stream is cut in the middle of this line; it is left out");
+            return false;
+        }
+        LeaveOutUnfit(record);
+        for (const char* const needed : {"record", "run"}) {
+            if (TextOf(record, needed).empty()) {
+                OfLine(fmt::format("is no record: it has no text \"{}\"; the line is left out",
+                                   needed));
+                return false;
+            }
+        }
+        CheckSchema(record);
+        ++records;
+        return true;
+    }
+
+    void LeaveOutUnfit(Json& record) {
+        auto& fields = record.get_ref<Json::object_t&>();
+        for (auto field = fields.begin(); field != fields.end();) {
+            const std::string_view why = WhyUnfit(field->first, field->second);
+            if (why.empty()) {
+                ++field;
+                continue;
+            }
+            OfLine(fmt::format("\"{}\" {}; the field is left out", field->first, why));
+            field = fields.erase(field);
+        }
+    }
+
+    void CheckSchema(const Json& record) {
+        const double schema = NumberOf(record, "schema");
+        if (schema == kSchema || toldSchema) {
+            return;
+        }
+        toldSchema = true;
+        const bool newer = schema > kSchema;
+        tell({name, line,
+              fmt::format("is of {} schema, {:g}; this program's is {}, and what it knows of the "
+                          "stream is read",
+                          newer ? "a newer" : "an older", schema, kSchema),
+              newer});
+    }
+};
+
+StreamReader::StreamReader(const std::string& file, Tell tell, const StreamOptions& options)
+    : inner_(std::make_unique<Inner>()) {
+    inner_->name = file == "-" ? "standard input" : file;
+    inner_->tell = std::move(tell);
+    inner_->options = options;
+    Descriptor descriptor = Open(file);
+    if (!descriptor.IsOpen()) {
+        inner_->OfFile(fmt::format("cannot be read: {}", std::strerror(errno)));
+        return;
+    }
+    inner_->lines.emplace(std::move(descriptor), options.stop);
+}
+
+StreamReader::~StreamReader() = default;
+
+bool StreamReader::Next(Json& record) {
+    while (inner_->lines) {
+        const auto line = inner_->lines->Next();
+        if (!line) {
+            inner_->Finish();
+            break;
+        }
+        ++inner_->line;
+        if (inner_->Read(*line, record)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::uint64_t StreamReader::Line() const {
+    return inner_->line;
+}
+
+void StreamReader::TellOfRecord(const std::string& what) {
+    inner_->OfLine(what);
+}
+
+}  // namespace zelhealth
