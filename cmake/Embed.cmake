@@ -1,6 +1,6 @@
 # zel_embed(TARGET NAMESPACE FILE...): makes files a part of a program. FILE "plans/check.toml" is the
-# constant std::string_view check_toml in NAMESPACE, which "Embedded.h" beside the target's sources has to
-# declare; a file that changes is embedded again.
+# constant std::string_view check_toml in NAMESPACE, and check_toml_sha256 its hash in hexadecimal digits, which
+# who uses them has to declare; a file that changes is embedded again.
 function(zel_embed target namespace)
   foreach(file IN LISTS ARGN)
     cmake_path(ABSOLUTE_PATH file NORMALIZE OUTPUT_VARIABLE source)
@@ -9,13 +9,15 @@ function(zel_embed target namespace)
     set(embedded ${CMAKE_CURRENT_BINARY_DIR}/embedded/${file}.cpp)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
     file(READ ${source} text)
-    # A literal may hold 64 KB and no more.
+    string(SHA256 hash "${text}")
     file(CONFIGURE OUTPUT ${embedded} @ONLY CONTENT [[
 #include <string_view>
 
 namespace @namespace@ {
 extern const std::string_view @constant@;
 const std::string_view @constant@ = R"embedded(@text@)embedded";
+extern const std::string_view @constant@_sha256;
+const std::string_view @constant@_sha256 = "@hash@";
 }  // namespace @namespace@
 ]])
     target_sources(${target} PRIVATE ${embedded})

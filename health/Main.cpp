@@ -13,6 +13,7 @@
 #include "cli/List.h"
 #include "cli/Mode.h"
 #include "cli/Recover.h"
+#include "cli/Report.h"
 #include "cli/Run.h"
 #include "cli/Usage.h"
 
@@ -47,6 +48,7 @@ int Answer(int argc, char** argv) {
     DeclareConfig(app, status);
     DeclareMode(app, status);
     DeclareRecover(app, status);
+    DeclareReport(app, status);
     DeclarePlan(app, status);
     app.failure_message(UsageError);
     try {

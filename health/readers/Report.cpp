@@ -83,7 +83,7 @@ void Report::AddTest(const Json& record) {
         return;
     }
     Trouble trouble;
-    trouble.verdict = verdict;
+    trouble.verdict = Printable(verdict);
     trouble.seen = Field(record, "reason");
     trouble.note = Field(record, record.contains("waived") ? "waived" : "waiver_expired");
     trouble.mend = Field(record, "mend");
@@ -106,11 +106,17 @@ void Report::AddReasons(const Json& reasons, const std::string& card) {
     }
 }
 
+// What would have become of a card whose run was broken off, nobody knows.
+std::string Report::VerdictOf(const Card& card) const {
+    const bool good = card.verdict.empty() || card.verdict == "healthy";
+    return good && finished_.is_null() ? "broken off" : Printable(card.verdict);
+}
+
 std::string Report::Table(std::size_t columns, bool colours) const {
     std::string table = fmt::format("{:<6} {:<13} {:<9} {:>8}  {}\n", "card", "PCIe address",
                                     "verdict", "seconds", "tests");
     for (const Card& card : cards_) {
-        const std::string verdict = card.verdict.empty() ? "broken off" : card.verdict;
+        const std::string verdict = VerdictOf(card);
         const std::string line =
             fmt::format("{:<6} {:<13} {} {:>8.1f}  ", card.name, card.pcie,
                         Coloured(fmt::format("{:<9}", verdict), verdict, colours), card.seconds);
@@ -159,7 +165,7 @@ std::string Report::More() const {
 std::string Report::Close() const {
     std::map<std::string, int> verdicts;
     for (const Card& card : cards_) {
-        ++verdicts[card.verdict.empty() ? "broken off" : card.verdict];
+        ++verdicts[VerdictOf(card)];
     }
     std::vector<std::string> parts;
     for (const auto& [verdict, count] : verdicts) {

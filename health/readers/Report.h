@@ -40,6 +40,7 @@ private:
     Card& CardOf(const Json& record);
     void AddTest(const Json& record);
     void AddReasons(const Json& reasons, const std::string& card);
+    std::string VerdictOf(const Card& card) const;
     std::string Table(std::size_t columns, bool colours) const;
     std::string TroubleText(const Trouble& trouble, std::size_t columns, bool colours) const;
     std::string Close() const;

@@ -206,7 +206,8 @@ TEST(CompanionManual, HasASynopsisThatIsTheCommandLine) {
         names.erase("help");
         return names;
     };
-    for (const std::string name : {"run", "check", "list", "explain", "cards", "mode", "recover"}) {
+    for (const std::string name :
+         {"run", "check", "list", "explain", "cards", "mode", "recover", "baseline", "report"}) {
         const std::size_t at = synopsis.find(".Nm zelhealth " + name + "\n");
         ASSERT_NE(at, synopsis.npos) << name;
         const std::string part = synopsis.substr(at, synopsis.find(".Nm", at + 1) - at);

@@ -1,0 +1,29 @@
+// How long a test takes: the fastest, the slowest, and about the median, of any number of times in a few bytes.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace zelhealth {
+
+class Durations {
+public:
+    void Add(double seconds);
+
+    std::uint64_t Count() const { return count_; }
+    double Fastest() const { return fastest_; }
+    double Slowest() const { return slowest_; }
+
+    // Wrong by a twentieth at most, from a millisecond to ten days.
+    double Median() const;
+
+private:
+    static constexpr std::size_t kBuckets = 212;
+
+    std::uint64_t count_ = 0;
+    double fastest_ = 0;
+    double slowest_ = 0;
+    std::array<std::uint32_t, kBuckets> buckets_{};  // each a tenth wider than the one before
+};
+
+}  // namespace zelhealth

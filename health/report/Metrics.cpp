@@ -1,0 +1,193 @@
+#include "report/Metrics.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <ctime>
+#include <optional>
+
+namespace zelhealth {
+
+namespace {
+
+// Hosts beyond are left out: no monitor collects so many from one file.
+constexpr std::size_t kMostHosts = 100000;
+constexpr std::size_t kMostTests = 1000;
+
+// "2026-11-21T20:15:04.123Z"
+std::optional<double> SecondsSince1970(const std::string& time) {
+    std::tm parts{};
+    const char* const rest = strptime(time.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
+    double fraction = 0;
+    if (rest == nullptr || std::sscanf(rest, "%lfZ", &fraction) != 1 || fraction < 0 ||
+        fraction >= 1) {
+        return std::nullopt;
+    }
+    return static_cast<double>(timegm(&parts)) + fraction;
+}
+
+class MetricsRun : public RunReader {
+public:
+    MetricsRun(Metrics& metrics, RunName name) : metrics_(metrics), name_(std::move(name)) {}
+
+    void Read(const Json& record) override {
+        end_.Read(record);
+        cells_.Read(record);
+    }
+
+    void End() override { metrics_.Add(name_, end_, cells_); }
+
+private:
+    Metrics& metrics_;
+    RunName name_;
+    RunEnd end_;
+    Cells cells_;
+};
+
+}  // namespace
+
+std::string LabelValue(std::string_view text) {
+    std::string value = "\"";
+    for (const char c : ShortName(text)) {
+        value += c == '"' || c == '\\' ? "\\" : "";
+        value += c;
+    }
+    return value + "\"";
+}
+
+Metrics::Metrics(const std::string& file) : file_(file) {}
+
+std::unique_ptr<RunReader> Metrics::Begin(const RunName& name) {
+    return std::make_unique<MetricsRun>(*this, name);
+}
+
+// Nothing for a test beyond what any catalogue has.
+std::optional<std::uint32_t> Metrics::IndexOf(const std::string& test) {
+    if (const auto known = indices_.find(test); known != indices_.end()) {
+        return known->second;
+    }
+    if (tests_.size() >= kMostTests) {
+        return std::nullopt;
+    }
+    tests_.push_back("test=" + LabelValue(test));
+    return indices_.emplace(test, tests_.size() - 1).first->second;
+}
+
+void Metrics::Add(const RunName& name, const RunEnd& end, const Cells& cells) {
+    const std::string hostName = ShortName(name.host);
+    if (hosts_.size() >= kMostHosts && !hosts_.contains(hostName)) {
+        return;
+    }
+    Host& host = hosts_[hostName];
+    // Runs' names sort as they came.
+    if (name.run < host.run) {
+        return;
+    }
+    host = {name.run, "host=" + LabelValue(hostName), end, {}};
+    for (const CardCells& card : cells.Cards()) {
+        const std::string labels = fmt::format("{},card={},pcie={}", host.labels,
+                                               LabelValue(card.card), LabelValue(card.pcie));
+        const bool healthy = end.Finished() && card.verdict == "healthy";
+        std::vector<Test> tests;
+        for (const auto& [test, cell] : card.tests) {
+            if (const auto index = IndexOf(test)) {
+                tests.push_back({*index, cell.verdict, static_cast<float>(cell.seconds)});
+            }
+        }
+        host.cards.push_back({labels, healthy, card.memoryBytes, std::move(tests)});
+    }
+}
+
+void Metrics::Family(std::string_view name, std::string_view help) {
+    file_.Write(
+        fmt::format("# HELP zelhealth_{} {}\n# TYPE zelhealth_{} gauge\n", name, help, name));
+}
+
+void Metrics::Sample(std::string_view name, std::string_view labels, double value) {
+    file_.Write(fmt::format("zelhealth_{}{{{}}} {:.15g}\n", name, labels, value));
+}
+
+void Metrics::WriteRuns() {
+    Family("last_run_timestamp_seconds",
+           "When the last record of the host's last run was written.");
+    for (const auto& [name, host] : hosts_) {
+        if (const auto seconds = SecondsSince1970(host.end.LastTime())) {
+            Sample("last_run_timestamp_seconds", host.labels, *seconds);
+        }
+    }
+    Family("last_run_finished", "1 when the run came to its end, 0 when it was broken off.");
+    for (const auto& [name, host] : hosts_) {
+        Sample("last_run_finished", host.labels, host.end.Finished() ? 1 : 0);
+    }
+    Family("last_run_status",
+           "The run's exit status, that of monitoring plugins; 3 when it was broken off.");
+    for (const auto& [name, host] : hosts_) {
+        Sample("last_run_status", host.labels, host.end.Status());
+    }
+    Family("last_run_verdict", "1 for the run's verdict, 0 for the others.");
+    for (const auto& [name, host] : hosts_) {
+        for (const char* const verdict :
+             {"healthy", "degraded", "failed", "unknown", "broken_off"}) {
+            Sample("last_run_verdict", fmt::format("{},verdict=\"{}\"", host.labels, verdict),
+                   host.end.Verdict() == verdict ? 1 : 0);
+        }
+    }
+    Family("last_run_duration_seconds", "How long the run took.");
+    for (const auto& [name, host] : hosts_) {
+        if (host.end.Finished()) {
+            Sample("last_run_duration_seconds", host.labels, host.end.Seconds());
+        }
+    }
+}
+
+void Metrics::WriteCards() {
+    Family("card_healthy", "1 when the run came to its end and found the card healthy.");
+    for (const auto& [name, host] : hosts_) {
+        for (const Card& card : host.cards) {
+            Sample("card_healthy", card.labels, card.healthy ? 1 : 0);
+        }
+    }
+    Family("card_memory_bytes", "The card's memory, where it was told.");
+    for (const auto& [name, host] : hosts_) {
+        for (const Card& card : host.cards) {
+            if (card.memoryBytes > 0) {
+                Sample("card_memory_bytes", card.labels, card.memoryBytes);
+            }
+        }
+    }
+}
+
+void Metrics::WriteTests() {
+    Family("test_verdict",
+           "1, with the verdict of the test; the worst where it ran more than once.");
+    for (const auto& [name, host] : hosts_) {
+        for (const Card& card : host.cards) {
+            for (const Test& test : card.tests) {
+                Sample("test_verdict",
+                       fmt::format("{},{},verdict=\"{}\"", card.labels, tests_[test.name],
+                                   test.verdict),
+                       1);
+            }
+        }
+    }
+    Family("test_duration_seconds",
+           "How long the test took; the longest where it ran more than once.");
+    for (const auto& [name, host] : hosts_) {
+        for (const Card& card : host.cards) {
+            for (const Test& test : card.tests) {
+                Sample("test_duration_seconds", card.labels + "," + tests_[test.name],
+                       test.seconds);
+            }
+        }
+    }
+}
+
+void Metrics::Close() {
+    WriteRuns();
+    WriteCards();
+    WriteTests();
+    file_.Write("# EOF\n");
+    file_.Commit();
+}
+
+}  // namespace zelhealth

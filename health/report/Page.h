@@ -1,0 +1,46 @@
+// A page for browsers, in one file that needs nothing else: it opens from a disk, and asks nothing of any network.
+// Its content policy allows its own scripts and its own style, by their hashes, and forbids the rest.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "report/Cells.h"
+#include "report/Output.h"
+#include "report/OutputFile.h"
+#include "report/Summary.h"
+
+namespace zelhealth {
+
+// What could not be read.
+struct Problems {
+    std::uint64_t count = 0;
+    std::vector<std::string> texts;  // the first few
+};
+
+class Page : public Output {
+public:
+    // Of so many cards each test of each is shown; of more, what did not pass.
+    static constexpr std::size_t kFew = 64;
+
+    // `summary` gets each record before this does; `problems` is read when the page is closed.
+    Page(const std::string& file, const Summary& summary, const Problems& problems);
+
+    std::unique_ptr<RunReader> Begin(const RunName& name) override;
+    void Close() override;
+
+private:
+    friend class PageRun;
+
+    OutputFile file_;
+    const Summary& summary_;
+    const Problems& problems_;
+    Json rows_ = Json::array();  // of the matrix
+    bool many_ = false;
+};
+
+// The page's text, with data that cannot leave its place.
+std::string PageText(const std::string& data);
+
+}  // namespace zelhealth
