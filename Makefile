@@ -97,6 +97,7 @@ bench: companion
 	@build/bin/zelsim run -- build/bench/sbox
 	@build/bench/dma
 	@bench/health build
+	@bench/report build
 
 format:
 	@packaging/install-packages format
