@@ -6,6 +6,7 @@
 #include "host/Printable.h"
 #include "readers/Colours.h"
 #include "readers/Report.h"
+#include "readers/Wrap.h"
 #include "report/Text.h"
 
 namespace zelhealth {

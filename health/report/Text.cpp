@@ -4,6 +4,7 @@
 
 #include "host/Print.h"
 #include "readers/Report.h"
+#include "readers/Wrap.h"
 #include "record/Fields.h"
 #include "report/Cells.h"
 

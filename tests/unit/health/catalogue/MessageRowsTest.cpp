@@ -101,7 +101,8 @@ TEST(Advice, IsThatOfZelhealthWhereItKnowsBetter) {
 
 TEST(Advice, IsThatOfTheVerdictWhereNoMessageIsKnown) {
     EXPECT_EQ(AdviceFor({}, "setup").next, "Mend it and run again.");
-    EXPECT_EQ(AdviceFor({"?"}, "no verdict").next, "Look at its evidence: run it again with --output FILE.");
+    EXPECT_EQ(AdviceFor({"?"}, "no verdict").next,
+              "Look at its evidence: run it again with --output FILE.");
 }
 
 }  // namespace

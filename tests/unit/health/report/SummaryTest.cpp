@@ -215,7 +215,7 @@ std::string TextOfRuns(std::size_t hosts) {
 TEST(Text, IsTheClosingReportOfEachRunOfFew) {
     const std::string one = TextOfRuns(1);
     EXPECT_THAT(one, ::testing::StartsWith("host host0, run 1, plan check\n\ncard   PCIe address"));
-    EXPECT_THAT(one, ::testing::EndsWith("\n1 failed; 7.5 seconds; exit status 2\n"));
+    EXPECT_THAT(one, ::testing::HasSubstr("\n1 failed; 7.5 seconds; exit status 2\n"));
     const std::string two = TextOfRuns(2);
     EXPECT_THAT(two, HasSubstr("\n\nhost host1, run 1, plan check\n"));
     EXPECT_THAT(two,
