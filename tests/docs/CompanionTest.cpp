@@ -222,7 +222,7 @@ TEST(CompanionManual, HasEachPlan) {
         EXPECT_NE(page.find("\n.It Cm " + plan + "\n"), page.npos) << plan;
 }
 
-// A page's section as one line.
+// A page's section as one line, with a blank in front of each word.
 std::string SectionOf(const std::string& page, const std::string& heading) {
     const std::string text = PlainPage(page);
     const std::size_t begin = text.find("\n" + heading + "\n");
@@ -231,7 +231,7 @@ std::string SectionOf(const std::string& page, const std::string& heading) {
     static const std::regex next("\n[A-Z]");
     std::smatch end;
     const std::string rest = text.substr(begin + heading.size() + 2);
-    return OneLine(std::regex_search(rest, end, next) ? end.prefix().str() : rest);
+    return " " + OneLine(std::regex_search(rest, end, next) ? end.prefix().str() : rest);
 }
 
 TEST(CompanionManual, SaysOfVerdictsWhatTheirRowsSay) {

@@ -320,10 +320,12 @@ TEST(Messages, OfEndToEndCasesHaveAnEntry) {
 TEST(Messages, OfEndToEndCasesAreExplained) {
     // Cases write N for a number that differs from machine to machine.
     static const std::regex masked("\\bN\\b");
+    // The bytes of a uuid mean nothing by themselves.
+    static const std::regex bytes("(0x[0-9a-f]+ ?)+");
     int found = 0;
     for (const auto& [line, name] : ExpectedLines()) {
         const std::string printed = std::regex_replace(line, masked, "7");
-        if (HelpLines().contains(line) || !HasTwoWords(line))
+        if (HelpLines().contains(line) || !HasTwoWords(line) || std::regex_match(line, bytes))
             continue;
         ++found;
         EXPECT_TRUE(zelhealth::LookUp(printed).exact) << name << " prints: " << line;
