@@ -112,8 +112,8 @@ private:
     }
 
     void Own(std::unique_ptr<Output> output) {
-        outputs_.push_back(output.get());
         owned_.push_back(std::move(output));
+        outputs_.push_back(owned_.back().get());
     }
 
     // What cannot be written keeps nothing else from being written.
