@@ -10,7 +10,7 @@
 #   make sanitize   the same under the address, undefined-behaviour and thread sanitizers
 #   make fuzz       looks for inputs that break what reads them; SECONDS=n or RUNS=n for each
 #                   target; ONLY=NAME for one
-#   make lint       clang-tidy and cppcheck over every source file; make lint-programs: but the tests' own
+#   make lint       clang-tidy and cppcheck over every source file; make lint-tool: clang-tidy over the tool alone
 #   make check-sbox whether the SBOX register table still holds what is known about it
 #   make bench      measures, and prints ratios of what it measured
 #   make format     the formatter over every source file;  make check-format only looks
@@ -27,7 +27,7 @@ SECONDS ?= 60
 
 sources = $(shell git ls-files '*.cpp' '*.h')
 
-.PHONY: programs companion run health package build check test lint lint-programs check-sbox sanitize fuzz bench format check-format clean
+.PHONY: programs companion run health package build check test lint lint-tool check-sbox sanitize fuzz bench format check-format clean
 
 # What only the companion and the tests need joins the build directory with the first target that wants it, and
 # stays: nothing that is built is built again for that.
@@ -68,7 +68,7 @@ check: build
 test: build
 	@ctest --preset release -j $(TEST_JOBS)
 
-lint lint-programs: build
+lint lint-tool: build
 	@packaging/install-packages lint
 	@cmake --preset release >/dev/null
 	@cmake --build --preset release --target $@ -j $(JOBS)

@@ -1,5 +1,6 @@
-# The target `lint`: clang-tidy looks at every source file, and cppcheck at all of them. `lint-programs` leaves
-# the tests' own files to it, which take as long as all others.
+# The target `lint`: clang-tidy looks at every source file, and cppcheck at all of them. `lint-tool` is
+# the same but that clang-tidy looks at the tool alone, its platform and its cards: the companion and the tests
+# take several times as long.
 #
 # A file that was looked at leaves a stamp, and is looked at again when its object file is made again: so
 # what it includes counts too, and nothing is compiled for the linter's sake that is not built anyway.
@@ -61,8 +62,8 @@ foreach(target IN LISTS targets)
   endforeach()
 endforeach()
 
-set(program_stamps ${stamps})
-list(FILTER program_stamps EXCLUDE REGEX "^${PROJECT_BINARY_DIR}/lint/tests/")
+set(tool_stamps ${stamps})
+list(FILTER tool_stamps INCLUDE REGEX "^${PROJECT_BINARY_DIR}/lint/(src|platform|card)/")
 
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/lint)
 cmake_host_system_information(RESULT processors QUERY NUMBER_OF_LOGICAL_CORES)
@@ -73,7 +74,7 @@ add_custom_target(lint-cppcheck
           --suppressions-list=${PROJECT_SOURCE_DIR}/.cppcheck-suppressions
   VERBATIM)
 
-add_custom_target(lint-programs DEPENDS ${program_stamps})
+add_custom_target(lint-tool DEPENDS ${tool_stamps})
 add_custom_target(lint DEPENDS ${stamps})
-add_dependencies(lint-programs lint-cppcheck)
+add_dependencies(lint-tool lint-cppcheck)
 add_dependencies(lint lint-cppcheck)
