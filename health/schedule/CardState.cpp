@@ -7,12 +7,12 @@ namespace zelhealth {
 using Kind = CardReply::Kind;
 
 std::string CardState::Prepare() {
-    if (const std::string why = WhyUnreachable(); !why.empty()) {
+    if (std::string why = WhyUnreachable(); !why.empty()) {
         return why;
     }
     LookAtFacts();
     AskWhetherBusy();
-    if (const std::string why = TakeLock(); !why.empty()) {
+    if (std::string why = TakeLock(); !why.empty()) {
         return why;
     }
     LookAtMode();

@@ -324,7 +324,7 @@ private:
                 return "";
             }
             if (Clock::now() >= until) {
-                const std::string running = others.front().Text() + " is running";
+                std::string running = others.front().Text() + " is running";
                 Note("foreign",
                      running + ", which zelhealth did not start; --wait waits for its end", 3);
                 return running;
