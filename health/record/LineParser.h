@@ -1,5 +1,5 @@
-// A line of a stream as a record. Streams of a fleet have millions of lines, and nlohmann-json's own parser takes
-// most of the time that is spent on them: simdjson reads the line, and what is wanted of it becomes a record.
+// A line of a stream as a record. Streams of a fleet have millions of lines: simdjson reads the line, and only
+// what is wanted of it becomes a record.
 #pragma once
 
 #include <memory>
