@@ -102,7 +102,7 @@ void CollectReasons(const std::string& text, Result& result) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr char kSleepPart[] = "4";
 #else
-constexpr char kSleepPart[] = "20";
+constexpr char kSleepPart[] = "8";
 #endif
 
 // By the summary; a card that it fails although none of its tests did was not in the mode that they need.
