@@ -9,6 +9,7 @@
 #include "cli/Cards.h"
 #include "cli/Config.h"
 #include "cli/Explain.h"
+#include "cli/History.h"
 #include "cli/Host.h"
 #include "cli/List.h"
 #include "cli/Mode.h"
@@ -49,6 +50,7 @@ int Answer(int argc, char** argv) {
     DeclareMode(app, status);
     DeclareRecover(app, status);
     DeclareReport(app, status);
+    DeclareHistory(app, status);
     DeclarePlan(app, status);
     app.failure_message(UsageError);
     try {

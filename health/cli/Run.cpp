@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 
 #include "cli/Host.h"
 #include "cli/RunOptions.h"
+#include "cli/RunReaders.h"
 #include "host/Print.h"
 #include "readers/Colours.h"
 #include "readers/Lines.h"
@@ -53,26 +55,45 @@ int Closed(Stream& stream, int status) {
     return Worse(static_cast<ExitStatus>(status), kUnknown);
 }
 
-// Where people read: where the stream goes to standard output, nothing else may.
+// Where people read: where a stream or a report goes to standard output, nothing else may.
 std::FILE* OutputBeside(const RunOptions& options) {
-    return options.told.output == "-" ? stderr : stdout;
+    std::vector<std::string> names = options.told.reports.Names();
+    names.push_back(options.told.output.value_or(""));
+    return std::find(names.begin(), names.end(), "-") == names.end() ? stdout : stderr;
+}
+
+void ExpectNoClash(const RunOptions& options) {
+    std::vector<std::string> names = options.told.reports.Names();
+    if (options.told.output) {
+        names.push_back(*options.told.output);
+    }
+    if (const std::string clash = Clash(names, {}); !clash.empty()) {
+        throw Unanswerable(clash);
+    }
 }
 
 // Runs with the readers that the stream is to have too, and gives the status.
 int RunWith(const RunOptions& options, const Configuration& configuration,
-            const std::vector<RecordReader*>& readers, const std::function<void()>& finished) {
+            const std::vector<RecordReader*>& readers, const std::function<void()>& finished,
+            const std::function<void(const std::string&)>& tell) {
     const RunSettings settings = SettingsOf(options, configuration);
+    ExpectNoClash(options);
     const std::unique_ptr<Stream> stream = OpenStream(options);
+    OwnReports reports(options.told.reports);
+    Keepers keepers(configuration, tell);
     Outcome outcome;
     std::vector<RecordReader*> all = {&outcome};
     if (stream) {
         all.push_back(stream.get());
     }
+    keepers.AddTo(all);
+    all.push_back(&reports);
     all.insert(all.end(), readers.begin(), readers.end());
-    const auto failed = [&stream] { return stream && stream->Error(); };
-    const Status status = RunPlan(settings, outcome, all, Interrupted(), failed);
+    const auto failed = [&] { return (stream && stream->Error()) || keepers.Failed(); };
+    int status = static_cast<int>(RunPlan(settings, outcome, all, Interrupted(), failed));
     finished();
-    return stream ? Closed(*stream, static_cast<int>(status)) : static_cast<int>(status);
+    status = reports.Close(keepers.Close(status));
+    return stream ? Closed(*stream, status) : status;
 }
 
 int Run(const RunOptions& onlyTold) {
@@ -90,14 +111,17 @@ int Run(const RunOptions& onlyTold) {
     } else if (!options.quiet) {
         readers.push_back(&lines);
     }
-    const int status = RunWith(options, configuration, readers, [&] {
-        if (view) {
-            view->Close();
-        }
-        const std::string text = report.Text(SizeOf(out).columns, colours);
-        const std::string space = view || options.quiet ? "" : "\n";
-        Print(out, space + text);
-    });
+    const int status = RunWith(
+        options, configuration, readers,
+        [&] {
+            if (view) {
+                view->Close();
+            }
+            const std::string text = report.Text(SizeOf(out).columns, colours);
+            const std::string space = view || options.quiet ? "" : "\n";
+            Print(out, space + text);
+        },
+        Complain);
     const bool written = out == stdout || std::ferror(out) == 0;
     return written ? status : Worse(static_cast<ExitStatus>(status), kUnknown);
 }
@@ -137,6 +161,12 @@ std::optional<int> StoredAnswer(const RunOptions& options, const std::filesystem
     if (status < kGood || status > kUnknown) {
         return std::nullopt;
     }
+    ExpectNoClash(options);
+    OwnReports reports(options.told.reports);
+    for (const Json& record : records) {
+        reports.Read(record);
+    }
+    status = reports.Close(status);
     if (const auto stream = OpenStream(options)) {
         for (const Json& record : records) {
             stream->Read(record);
@@ -159,7 +189,9 @@ int Check(const RunOptions& onlyTold) {
     if (IsThatOfThisHost(options)) {
         readers.push_back(&stored);
     }
-    int status = RunWith(options, configuration, readers, [] {});
+    const auto tell = [&line](const std::string& error) { line.Add(Status::unknown, error); };
+    int status = RunWith(
+        options, configuration, readers, [] {}, tell);
     if (const std::string error = stored.Store(); !error.empty()) {
         line.Add(Status::unknown, error);
         status = Worse(static_cast<ExitStatus>(status), kUnknown);

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "cli/CardName.h"
+#include "cli/ReportOptions.h"
 #include "run/Child.h"
 
 namespace zelhealth {
@@ -112,6 +113,7 @@ void AddSharedOptions(CLI::App& command, RunOptions& options) {
         .add_option("--output", options.told.output,
                     "Write the stream of records there; - is standard output")
         ->type_name("FILE");
+    AddReportFiles(command, options.told.reports);
     command.add_option("--deadline", options.told.deadline, "End the run after that many seconds")
         ->check(Seconds(kLeastDeadline))
         ->type_name("SECONDS");
@@ -183,6 +185,10 @@ RunOptions WithDefaults(RunOptions options, const RunDefaults& defaults) {
     take(told.wait, defaults.wait);
     take(told.maxAge, defaults.maxAge);
     take(told.output, defaults.output);
+    take(told.reports.html, defaults.reports.html);
+    take(told.reports.junit, defaults.reports.junit);
+    take(told.reports.metrics, defaults.reports.metrics);
+    take(told.reports.csv, defaults.reports.csv);
     return options;
 }
 

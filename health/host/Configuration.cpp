@@ -10,8 +10,18 @@ namespace zelhealth {
 
 namespace {
 
+// A file that every run writes, wherever it is started.
+std::optional<std::string> ReadPath(const TomlTable& table, const char* key) {
+    if (!table.Has(key))
+        return std::nullopt;
+    std::string path = table.Text(key);
+    if (!path.starts_with('/'))
+        table.Fail(key, "takes a file's whole path, which begins with /");
+    return path;
+}
+
 RunDefaults ReadDefaults(const TomlTable& table, const std::string& ownKey) {
-    table.Expect({ownKey, "jobs", "deadline", "wait", "output"});
+    table.Expect({ownKey, "jobs", "deadline", "wait", "output", "html", "junit", "metrics", "csv"});
     RunDefaults defaults;
     if (table.Has("plan"))
         defaults.plan = table.Text("plan");
@@ -23,11 +33,26 @@ RunDefaults ReadDefaults(const TomlTable& table, const std::string& ownKey) {
         defaults.wait = table.Number("wait", 0, kLongestSeconds);
     if (table.Has("max_age"))
         defaults.maxAge = table.Number("max_age", 0, kLongestSeconds);
-    if (table.Has("output"))
-        defaults.output = table.Text("output");
-    if (defaults.output && !defaults.output->starts_with('/'))
-        table.Fail("output", "takes a file's whole path, which begins with /");
+    defaults.output = ReadPath(table, "output");
+    defaults.reports.html = ReadPath(table, "html");
+    defaults.reports.junit = ReadPath(table, "junit");
+    defaults.reports.metrics = ReadPath(table, "metrics");
+    defaults.reports.csv = ReadPath(table, "csv");
     return defaults;
+}
+
+void ReadHistory(const TomlTable& table, Configuration& configuration) {
+    constexpr int kLongestDays = 36500;
+    constexpr int kMostMegabytes = 1000000;
+    constexpr std::uint64_t kMegabyte = 1000000;
+    table.Expect({"store", "days", "megabytes"});
+    if (table.Has("store"))
+        configuration.storesHistory = table.Flag("store");
+    if (table.Has("days"))
+        configuration.history.age = std::chrono::days(table.Count("days", 1, kLongestDays));
+    if (table.Has("megabytes"))
+        configuration.history.bytes =
+            static_cast<std::uint64_t>(table.Count("megabytes", 1, kMostMegabytes)) * kMegabyte;
 }
 
 std::vector<std::string> TestNames() {
@@ -43,7 +68,7 @@ Configuration Configuration::Load(const std::filesystem::path& file) {
     Configuration configuration;
     const TomlFile text = TomlFile::Load(file);
     const TomlTable root = text.Root();
-    root.Expect({"busy", "expect_cards", "run", "check", "deadlines"});
+    root.Expect({"busy", "expect_cards", "run", "check", "deadlines", "history", "journal"});
     if (root.Has("busy"))
         configuration.busy = root.Text("busy");
     if (root.Has("expect_cards"))
@@ -52,6 +77,12 @@ Configuration Configuration::Load(const std::filesystem::path& file) {
         configuration.run = ReadDefaults(*table, "plan");
     if (const auto table = root.Table("check"))
         configuration.check = ReadDefaults(*table, "max_age");
+    if (const auto table = root.Table("history"))
+        ReadHistory(*table, configuration);
+    if (const auto table = root.Table("journal")) {
+        table->Expect({"send"});
+        configuration.sendsToJournal = !table->Has("send") || table->Flag("send");
+    }
     if (const auto table = root.Table("deadlines")) {
         table->Expect(TestNames());
         for (const std::string& test : table->Keys()) {

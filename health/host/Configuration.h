@@ -10,9 +10,18 @@
 //   deadline = 3600                   # seconds, as all times
 //   wait     = 30
 //   output   = "/var/lib/zeldiag/last-run.jsonl"
+//   metrics  = "/var/lib/prometheus/node-exporter/zeldiag.prom"    # and html, junit, csv
 //
 //   [deadlines]
 //   "pcie.vls" = 30
+//
+//   [history]                         # what every run stores, for zelhealth history
+//   store     = true
+//   days      = 90
+//   megabytes = 256
+//
+//   [journal]                         # what every run tells the system's journal
+//   send = true
 #pragma once
 
 #include <chrono>
@@ -20,6 +29,9 @@
 #include <map>
 #include <optional>
 #include <string>
+
+#include "history/HistoryLimits.h"
+#include "report/ReportFiles.h"
 
 namespace zelhealth {
 
@@ -31,6 +43,7 @@ struct RunDefaults {
     std::optional<double> wait;
     std::optional<double> maxAge;
     std::optional<std::string> output;
+    ReportFiles reports;
 };
 
 // The bounds of these, on the command line too.
@@ -39,6 +52,10 @@ constexpr double kLeastDeadline = 0.1;
 constexpr double kLongestSeconds = 30.0 * 24 * 3600;
 
 struct Configuration {
+    bool storesHistory = true;
+    HistoryLimits history;
+    bool sendsToJournal = true;
+
     // Shell text that says whether a card is in use (Busy.h); "" when none is told.
     std::string busy;
 

@@ -59,6 +59,10 @@ toml::date TomlTable::Date(std::string_view key) const {
     return Read<toml::date>(key, "a date such as 2026-12-31");
 }
 
+bool TomlTable::Flag(std::string_view key) const {
+    return Read<bool>(key, "true or false");
+}
+
 double TomlTable::Number(std::string_view key, double least, double most) const {
     const toml::node* const node = table_->get(key);
     const auto number =

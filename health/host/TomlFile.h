@@ -23,6 +23,7 @@ public:
     std::vector<std::string> Keys() const;
     std::string Text(std::string_view key) const;
     toml::date Date(std::string_view key) const;
+    bool Flag(std::string_view key) const;
 
     // A number with or without a fraction, and one without.
     double Number(std::string_view key, double least, double most) const;

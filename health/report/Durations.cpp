@@ -20,6 +20,18 @@ void Durations::Add(double seconds) {
     ++buckets_[static_cast<std::size_t>(std::min(place, kBuckets - 1.0))];
 }
 
+void Durations::Join(const Durations& others) {
+    if (others.count_ == 0) {
+        return;
+    }
+    fastest_ = count_ == 0 ? others.fastest_ : std::min(fastest_, others.fastest_);
+    slowest_ = std::max(slowest_, others.slowest_);
+    count_ += others.count_;
+    for (std::size_t i = 0; i < kBuckets; ++i) {
+        buckets_[i] += others.buckets_[i];
+    }
+}
+
 double Durations::Median() const {
     std::uint64_t before = 0;
     for (std::size_t i = 0; i < kBuckets; ++i) {

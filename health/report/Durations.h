@@ -10,6 +10,9 @@ class Durations {
 public:
     void Add(double seconds);
 
+    // As if each of the others had been added.
+    void Join(const Durations& others);
+
     std::uint64_t Count() const { return count_; }
     double Fastest() const { return fastest_; }
     double Slowest() const { return slowest_; }

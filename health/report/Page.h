@@ -1,5 +1,4 @@
-// A page for browsers, in one file that needs nothing else: it opens from a disk, and asks nothing of any network.
-// Its content policy allows its own scripts and its own style, by their hashes, and forbids the rest.
+// A report as a page for browsers.
 #pragma once
 
 #include <cstdint>
@@ -39,8 +38,5 @@ private:
     Json rows_ = Json::array();  // of the matrix
     bool many_ = false;
 };
-
-// The page's text, with data that cannot leave its place.
-std::string PageText(const std::string& data);
 
 }  // namespace zelhealth

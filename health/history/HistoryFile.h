@@ -1,0 +1,45 @@
+// The file of the history, a database of SQLite. Several runs may write to it at the same time, and one that is
+// killed leaves what it has stored.
+#pragma once
+
+#include <SQLiteCpp/Database.h>
+#include <sys/types.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace zelhealth {
+
+// Its name in the folder of what outlives a run.
+inline constexpr const char* kHistoryFile = "history.db";
+
+enum class HistoryAccess { read, write };
+
+class HistoryFile {
+public:
+    explicit HistoryFile(std::filesystem::path path) : path_(std::move(path)) {}
+
+    const std::filesystem::path& Path() const { return path_; }
+
+    // To write, the file and its folders are made where they are missing. Throws SQLite::Exception, of which
+    // IsDamage tells more; NewerHistory; and std::runtime_error with a text that names the file.
+    SQLite::Database& Open(HistoryAccess access);
+
+    // Closes the file that was opened last and gives it another name beside its own, so that a new one can begin.
+    // Gives that name; empty where somebody else has done so already. Throws std::runtime_error.
+    std::filesystem::path SetAside();
+
+private:
+    std::filesystem::path path_;
+    ino_t inode_ = 0;  // of what was opened last
+    std::unique_ptr<SQLite::Database> database_;
+};
+
+// Whether the error says that the file is no sound database, and not that it cannot be used now.
+bool IsDamage(const SQLite::Exception& error);
+
+// "/var/lib/zeldiag/history.db: database or disk is full"
+std::string ErrorText(const std::filesystem::path& file, const SQLite::Exception& error);
+
+}  // namespace zelhealth

@@ -1,0 +1,346 @@
+// What runs leave in the history, and what becomes of its file.
+#include "history/HistoryWriter.h"
+
+#include <SQLiteCpp/Statement.h>
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+#include "history/History.h"
+#include "history/Schema.h"
+#include "host/Scratch.h"
+#include "report/Records.h"
+
+namespace zelhealth {
+namespace {
+
+using std::chrono::system_clock;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::SizeIs;
+
+class HistoryTest : public ::testing::Test {
+protected:
+    HistoryWriter Writer(const HistoryLimits& limits = {}) {
+        return {file, limits, [this](const std::string& text) { told.push_back(text); }};
+    }
+
+    static Json Of(const std::string& run, Json fields, const std::string& time) {
+        fields["time"] = time;
+        return RecordOf("host", run, fields);
+    }
+
+    // A run of one card and one test, to its end or not.
+    void Run(const std::string& run, const Json& test, const std::string& verdict,
+             const std::string& time = "2026-11-21T20:15:04.500Z", bool ends = true) {
+        HistoryWriter writer = Writer();
+        Read(writer, run, test, verdict, time, ends);
+        writer.Close();
+        EXPECT_EQ(writer.Error(), std::nullopt);
+    }
+
+    static void Read(HistoryWriter& writer, const std::string& run, const Json& test,
+                     const std::string& verdict, const std::string& time, bool ends = true) {
+        Json started = CardStarted("zel0");
+        started["uuid"] = "u0";
+        for (const Json& fields : {RunStarted(), started, test}) {
+            writer.Read(Of(run, fields, time));
+        }
+        if (ends) {
+            writer.Read(Of(run, CardFinished("zel0", verdict), time));
+            writer.Read(Of(run, RunFinished(0), time));
+        }
+    }
+
+    History Ask(const std::string& since = "") {
+        HistoryFile history(file);
+        return AskHistory(history.Open(HistoryAccess::read), {since, {}, {}});
+    }
+
+    std::int64_t Number(const std::string& query) {
+        SQLite::Database database(file.string());
+        return database.execAndGet(query).getInt64();
+    }
+
+    Scratch scratch;
+    std::filesystem::path file = scratch.Path() / "state" / "history.db";
+    std::vector<std::string> told;
+};
+
+TEST_F(HistoryTest, HoldsWhatRunsSay) {
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy", "2026-11-21T20:15:04.500Z");
+    Run("r2", Tested("zel0", "vlw", "failed", "Link trained down"), "failed",
+        "2026-11-22T20:15:04.500Z");
+    const History history = Ask();
+    EXPECT_EQ(history.runs, 2U);
+    EXPECT_EQ(history.notEnded, 0U);
+    EXPECT_EQ(history.firstTime, "2026-11-21T20:15:04.500Z");
+    EXPECT_EQ(history.lastTime, "2026-11-22T20:15:04.500Z");
+    ASSERT_THAT(history.cards, SizeIs(1));
+    EXPECT_EQ(history.cards[0].name, "zel0");
+    EXPECT_EQ(history.cards[0].uuid, "u0");
+    EXPECT_THAT(history.cards[0].verdicts, ElementsAre(Pair("failed", 1), Pair("healthy", 1)));
+    EXPECT_THAT(history.cards[0].last, ElementsAre("healthy", "failed"));
+    ASSERT_THAT(history.tests, SizeIs(1));
+    EXPECT_EQ(history.tests[0].name, "pcie.vlw");
+    EXPECT_EQ(history.tests[0].trend.Seen(), "Link trained down");
+    EXPECT_THAT(history.tests[0].trend.Last(), ElementsAre("passed", "failed"));
+    EXPECT_THAT(told, IsEmpty());
+}
+
+TEST_F(HistoryTest, LeavesOutWhatWasBefore) {
+    Run("r1", Tested("zel0", "vlw", "failed", "x"), "failed", "2026-11-21T20:15:04.500Z");
+    Run("r2", Tested("zel0", "vlw", "passed"), "healthy", "2026-11-22T20:15:04.500Z");
+    const History history = Ask("2026-11-22");
+    EXPECT_EQ(history.runs, 1U);
+    EXPECT_THAT(history.cards[0].last, ElementsAre("healthy"));
+    EXPECT_EQ(history.tests[0].trend.Failed(), 0U);
+}
+
+TEST_F(HistoryTest, HoldsWhatARunSaidThatDidNotEnd) {
+    Run("r1", Tested("zel0", "vlw", "failed", "x"), "", "2026-11-21T20:15:04.500Z", false);
+    const History history = Ask();
+    EXPECT_EQ(history.notEnded, 1U);
+    EXPECT_THAT(history.cards[0].last, ElementsAre(kNotEnded));
+    EXPECT_EQ(history.tests[0].trend.Failed(), 1U);
+}
+
+TEST_F(HistoryTest, DoesNotCallACardHealthyWhoseRunDidNotEnd) {
+    HistoryWriter writer = Writer();
+    Read(writer, "r1", Tested("zel0", "vlw", "passed"), "", "2026-11-21", false);
+    writer.Read(Of("r1", CardFinished("zel0", "healthy"), "2026-11-21"));
+    EXPECT_THAT(Ask().cards[0].last, ElementsAre(kNotEnded));
+}
+
+TEST_F(HistoryTest, TakesTheWorstOfWhatARunDoesOften) {
+    HistoryWriter writer = Writer();
+    Read(writer, "r1", Tested("zel0", "vlw", "passed"), "", "2026-11-21", false);
+    writer.Read(Of("r1", Tested("zel0", "vlw", "failed", "x"), "2026-11-21"));
+    writer.Read(Of("r1", Tested("zel0", "vlw", "passed"), "2026-11-21"));
+    EXPECT_THAT(Ask().tests[0].trend.Last(), ElementsAre("failed"));
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM result"), 3);
+}
+
+TEST_F(HistoryTest, TellsTestsWithOtherOptionsApart) {
+    HistoryWriter writer = Writer();
+    Json other = Tested("zel0", "vlw", "failed", "x");
+    other["options"] = {"-pattern=0", "-memSize=1"};
+    Read(writer, "r1", Tested("zel0", "vlw", "passed"), "", "2026-11-21", false);
+    writer.Read(Of("r1", other, "2026-11-21"));
+    const History history = Ask();
+    ASSERT_THAT(history.tests, SizeIs(2));
+    EXPECT_EQ(history.tests[0].options, "");
+    EXPECT_EQ(history.tests[1].options, "-pattern=0 -memSize=1");
+    EXPECT_EQ(history.tests[0].trend.Failed(), 0U);
+}
+
+TEST_F(HistoryTest, TakesAnotherCardInTheSlotForAnother) {
+    Run("r1", Tested("zel0", "vlw", "failed", "x"), "failed");
+    HistoryWriter writer = Writer();
+    Json started = CardStarted("zel0");
+    started["uuid"] = "u1";
+    writer.Read(RecordOf("host", "r2", RunStarted()));
+    writer.Read(RecordOf("host", "r2", started));
+    writer.Read(RecordOf("host", "r2", Tested("zel0", "vlw", "passed")));
+    const History history = Ask();
+    ASSERT_THAT(history.cards, SizeIs(2));
+    EXPECT_EQ(history.tests[0].trend.Failed(), 1U);
+    EXPECT_EQ(history.tests[1].trend.Failed(), 0U);
+}
+
+TEST_F(HistoryTest, HasACardThatWasNotThere) {
+    HistoryWriter writer = Writer();
+    writer.Read(RecordOf("host", "r1", RunStarted()));
+    writer.Read(
+        RecordOf("host", "r1", CardFinished("zel9", "failed", Reason("zel9 is not there", 2))));
+    writer.Read(RecordOf("host", "r1", RunFinished(2)));
+    const History history = Ask();
+    ASSERT_THAT(history.cards, SizeIs(1));
+    EXPECT_EQ(history.cards[0].pcie, "zel9");
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM card_run WHERE reason = 'zel9 is not there'"), 1);
+}
+
+// --- the file
+
+TEST_F(HistoryTest, SetsAsideWhatIsNoDatabase) {
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file) << std::string(5000, 'x');
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
+    ASSERT_THAT(told, SizeIs(1));
+    EXPECT_THAT(told[0], HasSubstr(file.string() + ": file is not a database; it is set aside as " +
+                                   file.string() + ".damaged-2"));
+    EXPECT_EQ(Ask().runs, 1U);
+    int aside = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(file.parent_path())) {
+        aside += entry.path().filename().string().starts_with("history.db.damaged-") ? 1 : 0;
+    }
+    EXPECT_EQ(aside, 1);
+}
+
+// Breaks the pages of every table while a run is going on.
+TEST_F(HistoryTest, GoesOnInANewFileWhenItsOwnBreaks) {
+    for (int i = 0; i < 30; ++i) {
+        Run("r" + std::to_string(i), Tested("zel0", "vlw", "failed", std::string(900, 'x')),
+            "failed");
+    }
+    {
+        SQLite::Database(file.string(), SQLite::OPEN_READWRITE)
+            .exec("PRAGMA wal_checkpoint(TRUNCATE)");
+    }
+    const auto size = std::filesystem::file_size(file);
+    constexpr std::streamoff kPage = 4096;
+    ASSERT_GT(size, 4U * kPage);
+    {
+        std::fstream broken(file, std::ios::in | std::ios::out | std::ios::binary);
+        broken.seekp(2 * kPage);  // behind the tables' names, so that the file opens
+        broken << std::string(size - 2 * kPage, '\xff');
+    }
+    Run("last", Tested("zel0", "vlw", "failed", "x"), "failed");
+    ASSERT_THAT(told, SizeIs(1));
+    EXPECT_THAT(told[0], HasSubstr("database disk image is malformed; it is set aside as "));
+    const History history = Ask();
+    EXPECT_EQ(history.runs, 1U);
+    EXPECT_THAT(history.cards[0].last, ElementsAre("failed"));
+    EXPECT_EQ(history.tests[0].trend.Failed(), 1U);
+}
+
+TEST_F(HistoryTest, IsSetAsideOnce) {
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file) << std::string(5000, 'x');
+    HistoryFile one(file);
+    HistoryFile other(file);
+    EXPECT_THROW(one.Open(HistoryAccess::write), SQLite::Exception);
+    EXPECT_THROW(other.Open(HistoryAccess::write), SQLite::Exception);
+    EXPECT_FALSE(one.SetAside().empty());
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
+    EXPECT_EQ(other.SetAside(), "") << "another file has its name now";
+    EXPECT_EQ(Ask().runs, 1U);
+}
+
+TEST_F(HistoryTest, IsNotWrittenByAnOlderRelease) {
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
+    { SQLite::Database(file.string(), SQLite::OPEN_READWRITE).exec("PRAGMA user_version = 99"); }
+    HistoryWriter writer = Writer();
+    Read(writer, "r2", Tested("zel0", "vlw", "passed"), "healthy", "2026-11-21");
+    ASSERT_TRUE(writer.Error());
+    EXPECT_THAT(*writer.Error(), HasSubstr(file.string() + ": is of a later release"));
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM run"), 1);
+}
+
+TEST_F(HistoryTest, TellsWhatCannotBeMade) {
+    std::ofstream(file.parent_path());  // a file where the folder is to be
+    HistoryWriter writer = Writer();
+    Read(writer, "r1", Tested("zel0", "vlw", "passed"), "healthy", "2026-11-21");
+    writer.Close();
+    ASSERT_TRUE(writer.Error());
+    EXPECT_THAT(*writer.Error(), HasSubstr(file.parent_path().string()));
+}
+
+// --- releases
+
+TEST_F(HistoryTest, OfAnOlderReleaseBecomesOneOfThis) {
+    std::filesystem::create_directories(file.parent_path());
+    SQLite::Database database(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    const std::array<std::string_view, 1> first = {"CREATE TABLE a (x); INSERT INTO a VALUES (7)"};
+    const std::array<std::string_view, 3> later = {first[0], "ALTER TABLE a ADD COLUMN y DEFAULT 8",
+                                                   "INSERT INTO a VALUES (9, 10)"};
+    Migrate(database, first);
+    Migrate(database, later);
+    Migrate(database, later);
+    EXPECT_EQ(database.execAndGet("SELECT SUM(x * 100 + y) FROM a").getInt(), 708 + 910);
+    EXPECT_EQ(database.execAndGet("PRAGMA user_version").getInt(), 3);
+    EXPECT_THROW(Migrate(database, first), NewerHistory);
+}
+
+TEST_F(HistoryTest, StaysAsItIsWhenAStepFails) {
+    std::filesystem::create_directories(file.parent_path());
+    SQLite::Database database(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    const std::array<std::string_view, 2> steps = {"CREATE TABLE a (x)", "CREATE TABLE a (x)"};
+    EXPECT_THROW(Migrate(database, steps), SQLite::Exception);
+    EXPECT_FALSE(database.tableExists("a"));
+    EXPECT_EQ(database.execAndGet("PRAGMA user_version").getInt(), 0);
+}
+
+// --- limits
+
+constexpr std::chrono::hours kDay{24};
+
+class RetentionTest : public HistoryTest {
+protected:
+    void RunOfDay(int day, bool ends = true) {
+        char time[] = "2026-01-00T00:00:00.000Z";
+        time[8] = static_cast<char>('0' + day / 10);
+        time[9] = static_cast<char>('0' + day % 10);
+        const std::string padding(3000, 'x');
+        HistoryWriter writer = Writer({std::chrono::days(36500), 1UL << 40});
+        Read(writer, "r" + std::to_string(day), Tested("zel0", "vlw", "failed", padding), "failed",
+             time, ends);
+    }
+
+    static system_clock::time_point Day(int day) {
+        return std::chrono::sys_days(std::chrono::January / day / 2026);
+    }
+
+    void TakeOut(const HistoryLimits& limits, system_clock::time_point now, std::int64_t run = 0) {
+        HistoryFile history(file);
+        TakeOutOldest(history.Open(HistoryAccess::write), run, limits, now);
+    }
+
+    std::string Left() {
+        SQLite::Database database(file.string());
+        SQLite::Statement runs(database, "SELECT run FROM run ORDER BY id");
+        std::string left;
+        while (runs.executeStep()) {
+            left += (left.empty() ? "" : " ") + runs.getColumn(0).getString();
+        }
+        return left;
+    }
+};
+
+TEST_F(RetentionTest, TakesOutWhatIsTooOld) {
+    for (const int day : {1, 2, 3, 4}) {
+        RunOfDay(day);
+    }
+    TakeOut({std::chrono::days(2), 1UL << 40}, Day(5) + kDay / 2);
+    EXPECT_EQ(Left(), "r4");
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM result"), 1) << "what belongs to a run goes with it";
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM card_run"), 1);
+}
+
+TEST_F(RetentionTest, TakesOutTheOldestOfWhatIsTooLarge) {
+    for (int day = 1; day <= 30; ++day) {
+        RunOfDay(day);
+    }
+    const auto before = Number("PRAGMA page_count");
+    TakeOut({std::chrono::days(36500), 80000}, Day(30));
+    EXPECT_LE(Number("PRAGMA page_count") * 4096, 80000);
+    EXPECT_LT(Number("PRAGMA page_count"), before) << "the disk has its room back";
+    EXPECT_THAT(Left(), ::testing::EndsWith("r29 r30"));
+    EXPECT_THAT(Left(), ::testing::Not(HasSubstr("r1 ")));
+    EXPECT_THAT(Left(), HasSubstr("r25")) << "and no more than must be";
+}
+
+TEST_F(RetentionTest, LeavesTheRunItselfAndOneThatMayGoOn) {
+    RunOfDay(1);
+    RunOfDay(2, false);
+    RunOfDay(3);
+    TakeOut({std::chrono::days(1), 1}, Day(10), 3);
+    EXPECT_EQ(Left(), "r2 r3");
+    TakeOut({std::chrono::days(1), 1}, Day(10) + 31 * kDay, 3);
+    EXPECT_EQ(Left(), "r3") << "none takes that long";
+}
+
+TEST_F(RetentionTest, LosesLittleToAWrongClock) {
+    HistoryWriter writer = Writer({std::chrono::days(36500), 1UL << 40});
+    for (int i = 0; i < kMostRunsTaken + 50; ++i) {
+        Read(writer, "r" + std::to_string(i), Tested("zel0", "vlw", "passed"), "healthy",
+             "2026-01-01T00:00:00.000Z");
+    }
+    TakeOut({}, Day(1) + 100 * 365 * kDay);
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM run"), 50);
+}
+
+}  // namespace
+}  // namespace zelhealth
