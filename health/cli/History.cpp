@@ -17,7 +17,6 @@
 #include "cli/Host.h"
 #include "history/History.h"
 #include "history/HistoryFile.h"
-#include "history/Schema.h"
 #include "history/Show.h"
 #include "host/Folders.h"
 #include "host/Likely.h"
@@ -127,8 +126,6 @@ History Ask(const HistoryQuery& query) {
             RefuseDamaged(file, error, mayWrite);
         }
         throw NoAnswer(ErrorText(file.Path(), error));
-    } catch (const NewerHistory& error) {
-        throw NoAnswer(file.Path().string() + ": " + error.what());
     }
 }
 

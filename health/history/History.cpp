@@ -25,7 +25,11 @@ void AskRuns(SQLite::Database& database, const HistoryQuery& query, History& his
 
 // What a run that did not end said of a card does not count, unless it is bad.
 std::string VerdictOf(const std::string& said, bool ended) {
-    return !said.empty() && (ended || said == "failed") ? said : kNotEnded;
+    if (said.empty() || (!ended && said != "failed")) {
+        return kNotEnded;
+    }
+    const bool known = said == "healthy" || said == "degraded" || said == "failed";
+    return known ? said : "unknown";
 }
 
 void AddRun(CardHistory& card, const std::string& verdict) {

@@ -69,6 +69,20 @@ void Prepare(SQLite::Database& database) {
     Migrate(database, HistorySteps());
 }
 
+// Without a log beside it everything stands in the file, and nobody writes: who may not make a log can read it
+// that way alone.
+std::string NameToRead(const fs::path& file) {
+    if (fs::exists(file.string() + "-wal")) {
+        return file.string();
+    }
+    std::string name = "file:";
+    for (const char c : file.string()) {
+        const bool plain = c != '%' && c != '?' && c != '#';
+        name += plain ? std::string(1, c) : fmt::format("%{:02x}", static_cast<unsigned char>(c));
+    }
+    return name + "?immutable=1";
+}
+
 void ExpectVersion(SQLite::Database& database, const fs::path& file) {
     const int version = database.execAndGet("PRAGMA user_version").getInt();
     if (static_cast<std::size_t>(version) != HistorySteps().size()) {
@@ -86,8 +100,8 @@ SQLite::Database& HistoryFile::Open(HistoryAccess access) {
     inode_ = 0;
     if (access == HistoryAccess::read) {
         inode_ = InodeOf(path_);
-        database_ = std::make_unique<SQLite::Database>(path_.string(), SQLite::OPEN_READONLY,
-                                                       kPatience.count());
+        database_ = std::make_unique<SQLite::Database>(
+            NameToRead(path_), SQLite::OPEN_READONLY | SQLite::OPEN_URI, kPatience.count());
         ExpectVersion(*database_, path_);
         return *database_;
     }

@@ -80,9 +80,9 @@ void Migrate(SQLite::Database& database, std::span<const std::string_view> steps
     const std::size_t found = version();
     if (found > steps.size()) {
         throw NewerHistory(fmt::format(
-            "is of a later release of zelhealth (its tables have version {}, those of this "
+            "{}: is of a later release of zelhealth (its tables have version {}, those of this "
             "release {}); use that release, or move the file away",
-            found, steps.size()));
+            database.getFilename(), found, steps.size()));
     }
     for (const std::string_view step : steps.subspan(found)) {
         database.exec(std::string(step));

@@ -10,7 +10,7 @@
 
 namespace zelhealth {
 
-// The file has been written by a later release, which this one does not understand.
+// The file, which the text names, has been written by a later release, which this one does not understand.
 class NewerHistory : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -141,15 +141,16 @@ std::string FailureText(const History& history, const TestHistory& test, std::si
     const bool now = trend.What() == Trend::Kind::failing;
     std::string text = "\n" + Coloured(title, now ? "failed" : "degraded", colours) + "\n";
     const Advice advice = AdviceFor({trend.Seen()}, trend.FailedAs());
-    const std::string counts = fmt::format(
-        "{} of {}, first {}, last {}; of the last: {}", trend.Failed(), Runs(trend.Judged()),
-        Minute(trend.FirstFailed()), Minute(trend.LastFailed()), Strip(trend.Last()));
+    const std::string counts =
+        fmt::format("{} of {}, first {}, last {}", trend.Failed(), Runs(trend.Judged()),
+                    Minute(trend.FirstFailed()), Minute(trend.LastFailed()));
     const std::string silent = trend.Silent() == 0
                                    ? ""
                                    : fmt::format("not judged in the last {}: {}",
                                                  Runs(trend.Silent()), Words(trend.SilentAs()));
     for (const auto& [label, what] : {std::pair("is", FateOf(trend)),
                                       {"failed", counts},
+                                      {"last", Strip(trend.Last())},
                                       {"but", silent},
                                       {"seen", trend.Seen()},
                                       {"means", advice.means},

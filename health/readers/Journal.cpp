@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 #include <syslog.h>
+// The line of this file that calls it tells nobody anything.
+#define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
 
 #include <condition_variable>
@@ -52,10 +54,13 @@ void Add(JournalSender::Entry& entry, const char* field, const std::string& valu
     }
 }
 
+// But for what is only worth knowing.
 std::string Reasons(const Json& record) {
     std::vector<std::string> texts;
     for (const Json& reason : ListOf(record, "reasons")) {
-        texts.push_back(TextOf(reason, "text"));
+        if (NumberOf(reason, "status") > 0) {
+            texts.push_back(TextOf(reason, "text"));
+        }
     }
     return fmt::format("{}", fmt::join(texts, "; "));
 }

@@ -6,6 +6,7 @@
 #include "host/Scratch.h"
 #include "report/Page.h"
 #include "report/PageData.h"
+#include "report/PageText.h"
 #include "report/Records.h"
 #include "report/Text.h"
 
@@ -287,11 +288,11 @@ TEST_F(Paging, ShowsCardsByTestsInTheCataloguesOrder) {
 }
 
 TEST(Page, HoldsAllOfItselfAndForbidsTheRest) {
-    const std::string text = PageText("{}");
+    const std::string text = PageText(Drawing::report, "{}");
     EXPECT_THAT(text, HasSubstr("content=\"default-src 'none'; script-src 'sha256-"));
     EXPECT_THAT(text, HasSubstr("id=\"data\">{}</script>"));
     EXPECT_THAT(text, HasSubstr("Chart.js v3"));
-    for (const char* const place : {"@POLICY@", "@STYLE@", "@DATA@", "@CHART@", "@SCRIPT@"}) {
+    for (const char* const place : {"@POLICY@", "@TITLE@", "@STYLE@", "@DATA@", "@CHART@", "@ELEMENTS@", "@SCRIPT@"}) {
         EXPECT_THAT(text, Not(HasSubstr(place)));
     }
 }
