@@ -292,7 +292,8 @@ TEST(Page, HoldsAllOfItselfAndForbidsTheRest) {
     EXPECT_THAT(text, HasSubstr("content=\"default-src 'none'; script-src 'sha256-"));
     EXPECT_THAT(text, HasSubstr("id=\"data\">{}</script>"));
     EXPECT_THAT(text, HasSubstr("Chart.js v3"));
-    for (const char* const place : {"@POLICY@", "@TITLE@", "@STYLE@", "@DATA@", "@CHART@", "@ELEMENTS@", "@SCRIPT@"}) {
+    for (const char* const place :
+         {"@POLICY@", "@TITLE@", "@STYLE@", "@DATA@", "@CHART@", "@ELEMENTS@", "@SCRIPT@"}) {
         EXPECT_THAT(text, Not(HasSubstr(place)));
     }
 }
