@@ -58,12 +58,8 @@ Descriptor LockBeside(const fs::path& file) {
 }
 
 void Prepare(SQLite::Database& database) {
-    // Who may only read needs the files beside the database, which would go with the last who has it open.
-    int keep = 1;
-    sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_PERSIST_WAL, &keep);
     database.exec("PRAGMA auto_vacuum = INCREMENTAL");
     database.exec("PRAGMA journal_mode = WAL");
-    database.exec("PRAGMA journal_size_limit = 1048576");
     database.exec("PRAGMA synchronous = NORMAL");
     database.exec("PRAGMA foreign_keys = ON");
     Migrate(database, HistorySteps());

@@ -139,7 +139,8 @@ std::string FailureText(const History& history, const TestHistory& test, std::si
     const Trend& trend = test.trend;
     const std::string title = Printable(TestTitle(history, test));
     const bool now = trend.What() == Trend::Kind::failing;
-    std::string text = "\n" + Coloured(title, now ? "failed" : "degraded", colours) + "\n";
+    std::string text = "\n" + Coloured(title, now ? "failed" : "degraded", colours) +
+                       (trend.Waived() ? "  waived\n" : "\n");
     const Advice advice = AdviceFor({trend.Seen()}, trend.FailedAs());
     const std::string counts =
         fmt::format("{} of {}, first {}, last {}", trend.Failed(), Runs(trend.Judged()),

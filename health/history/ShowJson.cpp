@@ -46,6 +46,7 @@ Json JsonOf(const History& history, const TestHistory& test) {
                      {"last_failed", trend.LastFailed()},
                      {"failing", trend.What() == Trend::Kind::failing},
                      {"seen", trend.Seen()},
+                     {"waived", trend.Waived()},
                      {"means", advice.means},
                      {"next", advice.next}});
     }

@@ -85,10 +85,13 @@ Trend::Kind Trend::What() const {
 }
 
 double Trend::RecentMedian() const {
+    if (recent_.empty()) {
+        return 0;
+    }
     std::vector<double> sorted(recent_.begin(), recent_.end());
     const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
     std::nth_element(sorted.begin(), middle, sorted.end());
-    return sorted.empty() ? 0 : *middle;
+    return *middle;
 }
 
 double Trend::Drift() const {

@@ -54,7 +54,7 @@ public:
     // How many runs in a row have said what the last said.
     std::uint64_t InARow() const { return inARow_; }
 
-    // What the last failure showed, and its verdict.
+    // What the last failure showed, its verdict, and whether it was waived.
     const std::string& Seen() const { return seen_; }
     const std::string& FailedAs() const { return failedAs_; }
     bool Waived() const { return waived_; }

@@ -67,7 +67,7 @@
       ...test, verdicts: [test.verdict, test.failing ? "failed" : "passed"],
       search: searchable(test.card, test.pcie, title(test), test.seen, test.fate),
       detail: () => [facts([["means", test.means], ["next", test.next], ["failed first", test.first_failed],
-        ["failed last", test.last_failed],
+        ["failed last", test.waived ? `${test.last_failed} (waived)` : test.last_failed],
         ["not judged", test.silent ? `in the last ${number(test.silent)} runs: ${words(test.silent_as)}` : ""]])],
     }));
     return new Table("failures", [
@@ -114,6 +114,8 @@
     const day = (value) => new Date(value).toISOString();
     const span = (Date.parse(data.last) - Date.parse(data.first)) || 0;
     const TWO_DAYS = 2 * 24 * 3600 * MILLI;
+    const PIXELS_A_DAY = 150;
+    const ticks = Math.max(2, Math.floor(innerWidth / PIXELS_A_DAY));
     return {
       type: "line",
       data: {datasets: timed.filter((row) => title(row) === test).map((row, index) => ({
@@ -123,7 +125,7 @@
       options: {
         animation: false, maintainAspectRatio: false,
         scales: {
-          x: {...axis, type: "linear", ticks: {...axis.ticks, maxTicksLimit: 8, callback: (value) =>
+          x: {...axis, type: "linear", ticks: {...axis.ticks, maxTicksLimit: ticks, callback: (value) =>
             span < TWO_DAYS ? day(value).slice(5, 16).replace("T", " ") : day(value).slice(0, 10)}},
           y: {...axis, beginAtZero: true, title: {display: true, text: "seconds", color: named("--ink")}},
         },

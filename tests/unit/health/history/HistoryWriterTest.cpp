@@ -136,6 +136,25 @@ TEST_F(HistoryTest, TellsTestsWithOtherOptionsApart) {
     EXPECT_EQ(history.tests[0].trend.Failed(), 0U);
 }
 
+TEST_F(HistoryTest, KnowsWhatWasWaived) {
+    Json waived = Tested("zel0", "vlw", "failed", "x");
+    waived["waived"] = "waived until 2999-01-01: riser";
+    Run("r1", waived, "degraded");
+    EXPECT_TRUE(Ask().tests[0].trend.Waived());
+    Run("r2", Tested("zel0", "vlw", "failed", "x"), "failed");
+    EXPECT_FALSE(Ask().tests[0].trend.Waived());
+}
+
+TEST_F(HistoryTest, TakesAGroupByItsWholeName) {
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
+    HistoryFile history(file);
+    SQLite::Database& database = history.Open(HistoryAccess::read);
+    EXPECT_THAT(AskHistory(database, {"", {}, "pcie"}).tests, SizeIs(1));
+    EXPECT_THAT(AskHistory(database, {"", {}, "pcie.vlw"}).tests, SizeIs(1));
+    EXPECT_THAT(AskHistory(database, {"", {}, "pc"}).tests, IsEmpty());
+    EXPECT_THAT(AskHistory(database, {"", {}, "pcie.vl"}).tests, IsEmpty());
+}
+
 TEST_F(HistoryTest, TakesAnotherCardInTheSlotForAnother) {
     Run("r1", Tested("zel0", "vlw", "failed", "x"), "failed");
     HistoryWriter writer = Writer();
@@ -209,11 +228,14 @@ TEST_F(HistoryTest, GoesOnInANewFileWhenItsOwnBreaks) {
 TEST_F(HistoryTest, IsSetAsideOnce) {
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file) << std::string(5000, 'x');
+    std::ofstream(file.string() + "-wal") << "what was written last";
     HistoryFile one(file);
     HistoryFile other(file);
     EXPECT_THROW(one.Open(HistoryAccess::write), SQLite::Exception);
     EXPECT_THROW(other.Open(HistoryAccess::write), SQLite::Exception);
-    EXPECT_FALSE(one.SetAside().empty());
+    const std::filesystem::path aside = one.SetAside();
+    EXPECT_EQ(ReadText(aside), std::string(5000, 'x'));
+    EXPECT_EQ(ReadText(aside.string() + "-wal"), "what was written last");
     Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
     EXPECT_EQ(other.SetAside(), "") << "another file has its name now";
     EXPECT_EQ(Ask().runs, 1U);

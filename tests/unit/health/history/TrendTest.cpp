@@ -119,6 +119,25 @@ TEST(Trend, KnowsTheMedianOfTheLast) {
     EXPECT_EQ(Trend().RecentMedian(), 0);
 }
 
+TEST(Durations, OfSeveralAreThoseOfAll) {
+    Durations one;
+    Durations other;
+    for (const double seconds : {2.0, 3.0, 4.0}) {
+        one.Add(seconds);
+    }
+    other.Add(1.0);
+    other.Add(90.0);
+    one.Join(Durations());
+    one.Join(other);
+    EXPECT_EQ(one.Count(), 5U);
+    EXPECT_EQ(one.Fastest(), 1);
+    EXPECT_EQ(one.Slowest(), 90);
+    EXPECT_NEAR(one.Median(), 3, 0.2);
+    Durations none;
+    none.Join(other);
+    EXPECT_EQ(none.Fastest(), 1);
+}
+
 // --- series
 
 TEST(Series, KeepsFewAsTheyAre) {
