@@ -5,12 +5,16 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <regex>
+#include <thread>
 
 #include "catalogue/Catalogue.h"
 #include "cli/CardName.h"
@@ -113,25 +117,41 @@ HistoryQuery QueryOf(const Options& options) {
 
 History Ask(const HistoryQuery& query) {
     HistoryFile file(Folders::FromEnvironment().state / kHistoryFile);
+    if (access(file.Path().c_str(), F_OK) != 0 && errno != ENOENT) {
+        throw NoAnswer(file.Path().string() + ": cannot be read: " + std::strerror(errno));
+    }
     if (access(file.Path().c_str(), F_OK) != 0) {
         throw NoAnswer(
             fmt::format("{}: there is no history; zelhealth run and zelhealth check begin one",
                         file.Path().string()));
     }
     const bool mayWrite = access(file.Path().c_str(), W_OK) == 0;
-    try {
-        return AskHistory(file.Open(mayWrite ? HistoryAccess::write : HistoryAccess::read), query);
-    } catch (const SQLite::Exception& error) {
-        if (IsDamage(error)) {
-            RefuseDamaged(file, error, mayWrite);
+    // Who may only read can meet a run that begins or ends, which makes or removes the log.
+    constexpr int kAttempts = 5;
+    constexpr std::chrono::milliseconds kPause{100};
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return AskHistory(file.Open(mayWrite ? HistoryAccess::write : HistoryAccess::read),
+                              query);
+        } catch (const SQLite::Exception& error) {
+            if (!mayWrite && attempt < kAttempts) {
+                std::this_thread::sleep_for(kPause);
+            } else if (IsDamage(error)) {
+                RefuseDamaged(file, error, mayWrite);
+            } else {
+                throw NoAnswer(ErrorText(file.Path(), error));
+            }
         }
-        throw NoAnswer(ErrorText(file.Path(), error));
     }
 }
 
 void ExpectSomething(const History& history, const Options& options) {
     if (history.runs == 0) {
         throw NoAnswer("no run is stored since " + options.since + "; --since takes a longer time");
+    }
+    if (options.test && history.tests.empty()) {
+        throw NoAnswer("--test: no run since " + options.since + " has done \"" + *options.test +
+                       "\"" + (options.card ? " on " + *options.card : ""));
     }
     if (options.card && history.cards.empty()) {
         throw NoAnswer("--card: the history has no card \"" + *options.card + "\" since " +

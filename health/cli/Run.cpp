@@ -96,9 +96,22 @@ int RunWith(const RunOptions& options, const Configuration& configuration,
     return stream ? Closed(*stream, status) : status;
 }
 
+// The answer for some cards is none for all, and that of another tool is none for this.
+bool IsThatOfThisHost(const RunOptions& options) {
+    return options.cards.empty() && options.tool.empty() && !options.expectedCards;
+}
+
+// The reports that every run writes tell of all cards of this host.
+RunDefaults DefaultsFor(const RunOptions& options, RunDefaults defaults) {
+    if (!IsThatOfThisHost(options)) {
+        defaults.reports = {};
+    }
+    return defaults;
+}
+
 int Run(const RunOptions& onlyTold) {
     const Configuration configuration = LoadConfiguration();
-    const RunOptions options = WithDefaults(onlyTold, configuration.run);
+    const RunOptions options = WithDefaults(onlyTold, DefaultsFor(onlyTold, configuration.run));
     std::FILE* const out = OutputBeside(options);
     const bool colours = WantsColours(out);
     Report report;
@@ -131,11 +144,6 @@ int Tell(const PluginLine& line, int status, std::FILE* out) {
     Print(out, line.Text() + "\n");
     const bool written = out == stdout || std::ferror(out) == 0;
     return written ? status : Worse(static_cast<ExitStatus>(status), kUnknown);
-}
-
-// The answer for some cards is none for all, and that of another tool is none for this.
-bool IsThatOfThisHost(const RunOptions& options) {
-    return options.cards.empty() && options.tool.empty() && !options.expectedCards;
 }
 
 // The answer of a stored run of the same question; null when there is none that is young enough.
@@ -178,7 +186,7 @@ std::optional<int> StoredAnswer(const RunOptions& options, const std::filesystem
 
 int Check(const RunOptions& onlyTold) {
     const Configuration configuration = LoadConfiguration();
-    const RunOptions options = WithDefaults(onlyTold, configuration.check);
+    const RunOptions options = WithDefaults(onlyTold, DefaultsFor(onlyTold, configuration.check));
     const std::filesystem::path file = Folders::FromEnvironment().state / "last-check.jsonl";
     if (const auto answer = StoredAnswer(options, file)) {
         return *answer;

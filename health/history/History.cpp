@@ -11,6 +11,11 @@ namespace zelhealth {
 
 namespace {
 
+std::string Known(const std::string& verdict) {
+    const bool known = verdict == "healthy" || verdict == "degraded" || verdict == "failed";
+    return known ? verdict : "unknown";
+}
+
 void AskRuns(SQLite::Database& database, const HistoryQuery& query, History& history) {
     SQLite::Statement runs(database,
                            "SELECT COUNT(*), COUNT(*) - COUNT(ended), COALESCE(MIN(began), ''),"
@@ -21,6 +26,16 @@ void AskRuns(SQLite::Database& database, const HistoryQuery& query, History& his
     history.notEnded = static_cast<std::uint64_t>(runs.getColumn(1).getInt64());
     history.firstTime = runs.getColumn(2).getString();
     history.lastTime = runs.getColumn(3).getString();
+    SQLite::Statement verdicts(
+        database,
+        "SELECT ended IS NOT NULL, COALESCE(verdict, '') FROM run WHERE began >= ? ORDER BY id");
+    verdicts.bind(1, query.since);
+    while (verdicts.executeStep()) {
+        const bool ended = verdicts.getColumn(0).getInt() != 0;
+        history.lastVerdict = ended ? Known(verdicts.getColumn(1).getString()) : kNotEnded;
+        history.verdicts[history.lastVerdict] += ended ? 1 : 0;
+    }
+    std::erase_if(history.verdicts, [](const auto& verdict) { return verdict.second == 0; });
 }
 
 // What a run that did not end said of a card does not count, unless it is bad.
@@ -28,8 +43,7 @@ std::string VerdictOf(const std::string& said, bool ended) {
     if (said.empty() || (!ended && said != "failed")) {
         return kNotEnded;
     }
-    const bool known = said == "healthy" || said == "degraded" || said == "failed";
-    return known ? said : "unknown";
+    return Known(said);
 }
 
 void AddRun(CardHistory& card, const std::string& verdict) {

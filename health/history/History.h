@@ -46,6 +46,8 @@ struct TestHistory {
 struct History {
     std::uint64_t runs = 0;
     std::uint64_t notEnded = 0;
+    std::map<std::string, std::uint64_t> verdicts;  // of those that ended, how often
+    std::string lastVerdict;                        // kNotEnded where the last did not
     std::string firstTime;  // when the first run and the last began; empty without runs
     std::string lastTime;
     std::vector<CardHistory> cards;  // by PCIe address

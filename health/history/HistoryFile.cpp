@@ -57,6 +57,15 @@ Descriptor LockBeside(const fs::path& file) {
     return lock;
 }
 
+// SQLite takes an empty file for one that is to be made, and leaves alone what a log holds of another.
+void ExpectNotEmptied(const fs::path& file) {
+    std::error_code error;
+    const bool emptied = fs::exists(file, error) && fs::file_size(file, error) == 0;
+    if (emptied || (!fs::exists(file, error) && fs::exists(file.string() + "-wal", error))) {
+        throw SQLite::Exception("the file is empty", SQLITE_NOTADB);
+    }
+}
+
 void Prepare(SQLite::Database& database) {
     database.exec("PRAGMA auto_vacuum = INCREMENTAL");
     database.exec("PRAGMA journal_mode = WAL");
@@ -93,7 +102,7 @@ void ExpectVersion(SQLite::Database& database, const fs::path& file) {
 
 SQLite::Database& HistoryFile::Open(HistoryAccess access) {
     database_.reset();
-    inode_ = 0;
+    inode_ = InodeOf(path_);
     if (access == HistoryAccess::read) {
         inode_ = InodeOf(path_);
         database_ = std::make_unique<SQLite::Database>(
@@ -105,6 +114,8 @@ SQLite::Database& HistoryFile::Open(HistoryAccess access) {
         throw std::runtime_error(fault);
     }
     const Descriptor lock = LockBeside(path_);
+    inode_ = InodeOf(path_);
+    ExpectNotEmptied(path_);
     database_ = std::make_unique<SQLite::Database>(
         path_.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, kPatience.count());
     inode_ = InodeOf(path_);
@@ -112,16 +123,20 @@ SQLite::Database& HistoryFile::Open(HistoryAccess access) {
     return *database_;
 }
 
+bool HistoryFile::IsInPlace() const {
+    return InodeOf(path_) == inode_;
+}
+
 fs::path HistoryFile::SetAside() {
     const Descriptor lock = LockBeside(path_);
     database_.reset();
-    if (InodeOf(path_) != inode_) {
+    if (!IsInPlace()) {
         return {};
     }
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
     const std::string aside =
         fmt::format("{}.damaged-{:%Y%m%dT%H%M%SZ}-{}", path_.string(), fmt::gmtime(now), getpid());
-    if (rename(path_.c_str(), aside.c_str()) != 0) {
+    if (rename(path_.c_str(), aside.c_str()) != 0 && errno != ENOENT) {
         throw Failure(path_, "cannot be set aside");
     }
     // What was written last stands there; it belongs to the file under its new name.

@@ -26,6 +26,9 @@ public:
     // IsDamage tells more; NewerHistory; and std::runtime_error with a text that names the file.
     SQLite::Database& Open(HistoryAccess access);
 
+    // Whether the file that was opened last still has its name.
+    bool IsInPlace() const;
+
     // Closes the file that was opened last and gives it another name beside its own, so that a new one can begin.
     // Gives that name; empty where somebody else has done so already. Throws std::runtime_error.
     std::filesystem::path SetAside();

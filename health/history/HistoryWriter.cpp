@@ -18,21 +18,36 @@ void HistoryWriter::Fail(const std::string& why) {
     error_ = why;
 }
 
+// Stores what the run has told until now.
 void HistoryWriter::Begin() {
     tables_.reset();
-    tables_.emplace(file_.Open(HistoryAccess::write), runStarted_);
+    tables_.emplace(file_.Open(HistoryAccess::write), records_.front());
+    for (std::size_t i = 1; i < records_.size(); ++i) {
+        tables_->Write(records_[i]);
+    }
 }
 
-// Once, with a new file in place of the damaged one.
+// With a new file in place of the damaged one.
+void HistoryWriter::BeginAnew(const std::string& damage) {
+    tables_.reset();
+    if (const auto aside = file_.SetAside(); !aside.empty()) {
+        tell_(fmt::format("{}; it is set aside as {}, and a new history begins", damage,
+                          aside.string()));
+    }
+    Begin();
+}
+
 template <typename Action>
-void HistoryWriter::TryAgain(const std::string& damage, const Action& action) {
+void HistoryWriter::Try(const Action& action) {
     try {
-        tables_.reset();
-        if (const auto aside = file_.SetAside(); !aside.empty()) {
-            tell_(fmt::format("{}; it is set aside as {}, and a new history begins", damage,
-                              aside.string()));
+        try {
+            action();
+        } catch (const SQLite::Exception& error) {
+            if (!IsDamage(error)) {
+                throw;
+            }
+            BeginAnew(ErrorText(file_.Path(), error));
         }
-        action();
     } catch (const SQLite::Exception& error) {
         Fail(ErrorText(file_.Path(), error));
     } catch (const std::runtime_error& error) {
@@ -40,37 +55,38 @@ void HistoryWriter::TryAgain(const std::string& damage, const Action& action) {
     }
 }
 
-template <typename Action>
-void HistoryWriter::Try(const Action& action) {
-    try {
-        action();
-    } catch (const SQLite::Exception& error) {
-        const std::string text = ErrorText(file_.Path(), error);
-        if (IsDamage(error)) {
-            TryAgain(text, action);
-        } else {
-            Fail(text);
+void HistoryWriter::Write(const Json& record) {
+    // Somebody else has found the file damaged, and set it aside.
+    const bool kept = records_.size() < kMostRecords;
+    if (!file_.IsInPlace()) {
+        Begin();
+        if (kept) {
+            return;
         }
-    } catch (const std::runtime_error& error) {
-        Fail(error.what());
     }
+    tables_->Write(record);
 }
 
 void HistoryWriter::Read(const Json& record) {
-    const bool begins = TextOf(record, "record") == "run_started";
-    if (error_ || (!begins && !tables_)) {
+    const std::string& kind = TextOf(record, "record");
+    if (error_ || (kind != "run_started" && records_.empty()) || kind == "test_progress" ||
+        kind == "test_started") {
         return;
     }
-    if (begins) {
-        runStarted_ = record;
-        Try([this] { Begin(); });
-        return;
+    if (kind == "run_started") {
+        tables_.reset();
+        records_.clear();
+    }
+    if (records_.size() < kMostRecords) {
+        records_.push_back(record);
+        records_.back().erase("evidence");
     }
     Try([&] {
-        if (!tables_) {
+        if (tables_) {
+            Write(record);
+        } else {
             Begin();
         }
-        tables_->Write(record);
     });
 }
 
@@ -79,10 +95,8 @@ void HistoryWriter::Close() {
         return;
     }
     Try([this] {
-        if (tables_) {
-            TakeOutOldest(tables_->Database(), tables_->Run(), limits_,
-                          std::chrono::system_clock::now());
-        }
+        TakeOutOldest(tables_->Database(), tables_->Run(), limits_,
+                      std::chrono::system_clock::now());
     });
     tables_.reset();
 }

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "history/HistoryFile.h"
 #include "history/Retention.h"
@@ -28,17 +29,20 @@ public:
     void Close();
 
 private:
+    // More than any plan has; what comes behind them cannot be stored a second time.
+    static constexpr std::size_t kMostRecords = 50000;
+
+    void Write(const Json& record);
+    void Begin();
     template <typename Action>
     void Try(const Action& action);
-    template <typename Action>
-    void TryAgain(const std::string& damage, const Action& action);
-    void Begin();
+    void BeginAnew(const std::string& damage);
     void Fail(const std::string& why);
 
     HistoryFile file_;
     HistoryLimits limits_;
     std::function<void(const std::string&)> tell_;
-    Json runStarted_;
+    std::vector<Json> records_;  // of the run, to be stored again where a new file begins
     std::optional<Tables> tables_;
     std::optional<std::string> error_;
 };

@@ -54,14 +54,20 @@ std::string Strip(const std::deque<std::string>& verdicts) {
     return strip;
 }
 
-std::string Head(const History& history) {
-    std::string text = fmt::format("{} from {} to {} UTC", Runs(history.runs),
-                                   Minute(history.firstTime), Minute(history.lastTime));
-    if (history.notEnded > 0) {
-        text += fmt::format("; {} did not end, or {} still going", history.notEnded,
-                            history.notEnded == 1 ? "is" : "are");
+std::string Head(const History& history, bool colours) {
+    std::vector<std::string> parts;
+    for (const char* const verdict : kVerdicts) {
+        if (const auto count = history.verdicts.find(verdict); count != history.verdicts.end()) {
+            parts.push_back(fmt::format("{} {}", count->second, verdict));
+        }
     }
-    return text + "\n";
+    if (history.notEnded > 0) {
+        parts.push_back(fmt::format("{} did not end, or {} still going", history.notEnded,
+                                    history.notEnded == 1 ? "is" : "are"));
+    }
+    return fmt::format("{} from {} to {} UTC: {}\nthe last one: {}\n", Runs(history.runs),
+                       Minute(history.firstTime), Minute(history.lastTime), fmt::join(parts, ", "),
+                       Coloured(Words(history.lastVerdict), history.lastVerdict, colours));
 }
 
 // Columns for verdicts that no card has are left out.
@@ -121,10 +127,10 @@ int Order(const Trend& trend) {
     return 3;
 }
 
-std::vector<const TestHistory*> FailedTests(const History& history) {
+std::vector<const TestHistory*> TroubledTests(const History& history) {
     std::vector<const TestHistory*> failed;
     for (const TestHistory& test : history.tests) {
-        if (test.trend.Failed() > 0) {
+        if (test.trend.Failed() > 0 || test.trend.Silent() > 0) {
             failed.push_back(&test);
         }
     }
@@ -141,10 +147,12 @@ std::string FailureText(const History& history, const TestHistory& test, std::si
     const bool now = trend.What() == Trend::Kind::failing;
     std::string text = "\n" + Coloured(title, now ? "failed" : "degraded", colours) +
                        (trend.Waived() ? "  waived\n" : "\n");
-    const Advice advice = AdviceFor({trend.Seen()}, trend.FailedAs());
+    const bool failed = trend.Failed() > 0;
+    const Advice advice = AdviceFor({trend.Seen()}, failed ? trend.FailedAs() : trend.SilentAs());
     const std::string counts =
-        fmt::format("{} of {}, first {}, last {}", trend.Failed(), Runs(trend.Judged()),
-                    Minute(trend.FirstFailed()), Minute(trend.LastFailed()));
+        !failed ? ""
+                : fmt::format("{} of {}, first {}, last {}", trend.Failed(), Runs(trend.Judged()),
+                              Minute(trend.FirstFailed()), Minute(trend.LastFailed()));
     const std::string silent = trend.Silent() == 0
                                    ? ""
                                    : fmt::format("not judged in the last {}: {}",
@@ -241,8 +249,8 @@ std::string DriftOf(const Trend& trend) {
 }
 
 std::string HistoryText(const History& history, std::size_t columns, bool colours, bool all) {
-    std::string text = Head(history) + CardTable(history, colours) + ReplacedText(history);
-    for (const TestHistory* const test : FailedTests(history)) {
+    std::string text = Head(history, colours) + CardTable(history, colours) + ReplacedText(history);
+    for (const TestHistory* const test : TroubledTests(history)) {
         text += FailureText(history, *test, columns, colours);
     }
     return text + TimesText(history, all);

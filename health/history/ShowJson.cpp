@@ -74,6 +74,8 @@ Json HistoryJson(const History& history) {
         tests.push_back(JsonOf(history, test));
     }
     return {{"runs", history.runs},
+            {"verdicts", history.verdicts},
+            {"last_verdict", history.lastVerdict},
             {"not_ended", history.notEnded},
             {"first", history.firstTime},
             {"last", history.lastTime},

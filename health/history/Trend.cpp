@@ -25,6 +25,9 @@ bool IsAnswer(std::string_view verdict) {
 }
 
 void Trend::Add(const RunResult& result) {
+    if (result.verdict == "unsupported") {
+        return;
+    }
     if (!IsAnswer(result.verdict)) {
         ++silent_;
         silentAs_ = result.verdict;

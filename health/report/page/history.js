@@ -33,7 +33,8 @@
         runs[name] = (runs[name] || 0) + count;
       }
     }
-    return element("div", {class: "tiles"}, tile("cards, as of their last runs", now), tile("verdicts of cards", runs));
+    const ended = data.not_ended > 0 ? {...data.verdicts, not_ended: data.not_ended} : data.verdicts;
+    return element("div", {class: "tiles"}, tile(data.runs === 1 ? "run" : "runs", ended), tile("cards, as of their last runs", now), tile("verdicts of cards", runs));
   }
 
   // ------------------------------------------------------------------------------------------ cards
@@ -64,8 +65,9 @@
 
   function failures(failed) {
     const rows = failed.map((test) => ({
-      ...test, verdicts: [test.verdict, test.failing ? "failed" : "passed"],
-      search: searchable(test.card, test.pcie, title(test), test.seen, test.fate),
+      ...test, verdicts: [test.verdict || test.silent_as, test.failing ? "failed" : "passed"],
+      seen: test.seen || "", fate: test.fate || `not judged in the last ${number(test.silent)} runs`,
+      search: searchable(test.card, test.pcie, title(test), test.seen || "", test.fate),
       detail: () => [facts([["means", test.means], ["next", test.next], ["failed first", test.first_failed],
         ["failed last", test.waived ? `${test.last_failed} (waived)` : test.last_failed],
         ["not judged", test.silent ? `in the last ${number(test.silent)} runs: ${words(test.silent_as)}` : ""]])],
@@ -74,7 +76,7 @@
       {title: "card", value: (row) => row.card, class: "name", cell: (row) => row.card},
       {title: "test", value: title, class: "name", cell: (row, unfold) => unfolder(title(row), unfold)},
       {title: "now", value: (row) => row.failing ? 0 : 1, class: "name",
-        cell: (row) => badge(row.last[row.last.length - 1])},
+        cell: (row) => badge(row.silent ? row.silent_as : row.last[row.last.length - 1])},
       {title: "last 10 runs", value: (row) => badCount(row.last), class: "name", cell: (row) => strip(row.last)},
       {title: "failed", value: (row) => row.failed, class: "number",
         cell: (row) => `${number(row.failed)} of ${number(row.judged)}`},
@@ -153,10 +155,10 @@
 
   // ------------------------------------------------------------------------------------------ the page
 
-  const failed = data.tests.filter((test) => test.failed > 0);
+  const failed = data.tests.filter((test) => test.failed > 0 || test.silent);
   const sheets = [tableSheet("Cards", cards())];
   if (failed.length > 0) {
-    sheets.push(tableSheet("What failed, and what comes and goes", failures(failed)));
+    sheets.push(tableSheet("What failed, what comes and goes, what was not judged", failures(failed)));
   }
   if (timed.length > 0) {
     sheets.push(tableSheet("How long tests take, in seconds", times()));

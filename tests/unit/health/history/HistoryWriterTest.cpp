@@ -225,6 +225,73 @@ TEST_F(HistoryTest, GoesOnInANewFileWhenItsOwnBreaks) {
     EXPECT_EQ(history.tests[0].trend.Failed(), 1U);
 }
 
+// What a run has told before its file breaks is in the new file too.
+TEST_F(HistoryTest, StoresTheWholeRunAgainWhereANewFileBegins) {
+    HistoryWriter writer = Writer();
+    Read(writer, "r1", Tested("zel0", "vlw", "failed", "x"), "", "2026-11-21", false);
+    HistoryFile other(file);
+    other.Open(HistoryAccess::write);
+    EXPECT_FALSE(other.SetAside().empty());
+    writer.Read(Of("r1", Tested("zel0", "vls", "passed"), "2026-11-21"));
+    writer.Read(Of("r1", CardFinished("zel0", "failed"), "2026-11-21"));
+    writer.Read(Of("r1", RunFinished(2), "2026-11-21"));
+    writer.Close();
+    EXPECT_EQ(writer.Error(), std::nullopt);
+    const History history = Ask();
+    EXPECT_EQ(history.runs, 1U);
+    EXPECT_EQ(history.notEnded, 0U);
+    ASSERT_THAT(history.tests, SizeIs(2));
+    EXPECT_EQ(history.tests[1].trend.Failed(), 1U);
+}
+
+// The end of a run is where retention looks into pages that nobody else does.
+TEST_F(HistoryTest, StoresTheRunAgainWhereRetentionFindsTheDamage) {
+    for (int i = 0; i < 120; ++i) {
+        Run("r" + std::to_string(i), Tested("zel0", "vlw", "failed", std::string(900, 'x')),
+            "failed", "2026-11-01T00:00:00.000Z");
+    }
+    SQLite::Database(file.string(), SQLite::OPEN_READWRITE).exec("PRAGMA wal_checkpoint(TRUNCATE)");
+    const auto oldest = Number(
+        "SELECT pageno FROM dbstat WHERE name = 'result' AND pagetype = 'leaf'"
+        " ORDER BY path LIMIT 1");
+    {
+        std::fstream broken(file, std::ios::in | std::ios::out | std::ios::binary);
+        constexpr std::streamoff kPage = 4096;
+        broken.seekp((oldest - 1) * kPage);
+        broken << std::string(kPage, '\xff');
+    }
+    HistoryWriter writer = Writer({std::chrono::days(1), 1UL << 40});
+    Read(writer, "last", Tested("zel0", "vlw", "failed", "x"), "failed", "2026-11-21");
+    EXPECT_THAT(told, IsEmpty()) << "the run itself does not meet the damage";
+    writer.Close();
+    EXPECT_EQ(writer.Error(), std::nullopt);
+    ASSERT_THAT(told, SizeIs(1));
+    EXPECT_THAT(told[0], HasSubstr("a new history begins"));
+    EXPECT_EQ(Ask().runs, 1U);
+    EXPECT_EQ(Ask().tests[0].trend.Failed(), 1U);
+}
+
+TEST_F(HistoryTest, IsNotBegunAnewWithoutAWordWhereItsFileIsEmpty) {
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
+    std::ofstream(file, std::ios::trunc).close();
+    Run("r2", Tested("zel0", "vlw", "passed"), "healthy");
+    ASSERT_THAT(told, SizeIs(1));
+    EXPECT_THAT(told[0], HasSubstr("the file is empty; it is set aside as "));
+    EXPECT_EQ(Ask().runs, 1U);
+}
+
+TEST_F(HistoryTest, TellsHowRunsEnded) {
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
+    HistoryWriter writer = Writer();
+    writer.Read(RecordOf("host", "r2", RunStarted()));
+    Json end = RunFinished(2);
+    end["verdict"] = "failed";
+    writer.Read(RecordOf("host", "r2", end));
+    const History history = Ask();
+    EXPECT_THAT(history.verdicts, ElementsAre(Pair("failed", 1), Pair("unknown", 1)));
+    EXPECT_EQ(history.lastVerdict, "failed");
+}
+
 TEST_F(HistoryTest, IsSetAsideOnce) {
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file) << std::string(5000, 'x');

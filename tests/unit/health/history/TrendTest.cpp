@@ -69,6 +69,9 @@ TEST(Trend, CountsOnlyRunsThatGaveAnAnswer) {
     EXPECT_EQ(trend.Silent(), 2U);
     EXPECT_EQ(trend.SilentAs(), "setup");
     EXPECT_EQ(TrendOf("s.").Silent(), 0U);
+    Trend unsupported;
+    unsupported.Add({"", 0, "unsupported", 0, "", false});
+    EXPECT_EQ(unsupported.Silent(), 0U) << "nothing is wrong with it";
 }
 
 // --- how long
