@@ -104,7 +104,6 @@ SQLite::Database& HistoryFile::Open(HistoryAccess access) {
     database_.reset();
     inode_ = InodeOf(path_);
     if (access == HistoryAccess::read) {
-        inode_ = InodeOf(path_);
         database_ = std::make_unique<SQLite::Database>(
             NameToRead(path_), SQLite::OPEN_READONLY | SQLite::OPEN_URI, kPatience.count());
         ExpectVersion(*database_, path_);
