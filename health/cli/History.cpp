@@ -24,11 +24,11 @@
 #include "history/Show.h"
 #include "host/Folders.h"
 #include "host/Likely.h"
+#include "host/OutputFile.h"
 #include "host/Print.h"
 #include "host/UtcTime.h"
 #include "readers/Colours.h"
 #include "readers/LiveView.h"
-#include "report/OutputFile.h"
 #include "report/PageData.h"
 #include "report/PageText.h"
 

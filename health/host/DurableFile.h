@@ -6,9 +6,8 @@
 
 namespace zelhealth {
 
-// Writes the text beside the file, and then gives it the file's name; each step is waited for until it is on
-// the disk. Folders above that are missing are made. Gives what went wrong, empty when nothing did; the file
-// is as it was then.
+// Makes the text the file's, and waits until it is on the disk. Folders above that are missing are made. Gives
+// what went wrong, empty when nothing did; the file is as it was then.
 std::string ReplaceDurably(const std::filesystem::path& file, const std::string& text);
 
 // Gives what went wrong; nothing does where there is no such file.

@@ -26,6 +26,10 @@ Folders Folders::FromEnvironment() {
     return folders;
 }
 
+fs::path FolderOf(const fs::path& file) {
+    return file.has_parent_path() ? file.parent_path() : ".";
+}
+
 std::string MakeFolder(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder, error);

@@ -21,6 +21,9 @@ struct Folders {
     static Folders FromEnvironment();
 };
 
+// The folder that a file's name names, "." where it names none.
+std::filesystem::path FolderOf(const std::filesystem::path& file);
+
 // Makes a folder and those above it. Gives what went wrong, empty when nothing did.
 std::string MakeFolder(const std::filesystem::path& folder);
 

@@ -1,15 +1,13 @@
 #include "record/Stored.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <fstream>
+#include <stdexcept>
 
 #include "host/Folders.h"
+#include "host/OutputFile.h"
 #include "host/UtcTime.h"
-#include "run/Descriptor.h"
 
 namespace zelhealth {
 
@@ -19,21 +17,6 @@ namespace {
 constexpr int kCritical = 2;
 constexpr int kUnanswered = 3;
 constexpr std::size_t kLargest = 16UL * 1024 * 1024;
-
-std::string Reason(const std::filesystem::path& file) {
-    return file.string() + ": cannot be written: " + std::strerror(errno);
-}
-
-bool WriteAll(int file, const std::string& text) {
-    for (std::size_t written = 0; written < text.size();) {
-        const ssize_t bytes = write(file, text.data() + written, text.size() - written);
-        if (bytes < 0 && errno != EINTR) {
-            return false;
-        }
-        written += bytes < 0 ? 0 : static_cast<std::size_t>(bytes);
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -71,16 +54,13 @@ std::string StoredRun::Replace() const {
     if (std::string error = MakeFolder(file_.parent_path()); !error.empty()) {
         return error;
     }
-    std::filesystem::path fresh = file_;
-    fresh += "." + std::to_string(getpid());
-    const Descriptor out(open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (!out.IsOpen()) {
-        return Reason(fresh);
-    }
-    if (!WriteAll(out.Get(), lines_) || rename(fresh.c_str(), file_.c_str()) != 0) {
-        std::string reason = Reason(fresh);
-        unlink(fresh.c_str());
-        return reason;
+    try {
+        OutputFile out(file_);
+        out.Write(lines_);
+        // A run that lost its end to a loss of power is not read.
+        out.Commit(OutputFile::Durability::none);
+    } catch (const std::runtime_error& error) {
+        return error.what();
     }
     return "";
 }

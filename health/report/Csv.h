@@ -1,8 +1,8 @@
 // A table of test results, as RFC 4180 has it: a row for each, and one for each run that was broken off.
 #pragma once
 
+#include "host/OutputFile.h"
 #include "report/Output.h"
-#include "report/OutputFile.h"
 
 namespace zelhealth {
 

@@ -2,8 +2,8 @@
 // each card's own state, and one for the run's.
 #pragma once
 
+#include "host/OutputFile.h"
 #include "report/Output.h"
-#include "report/OutputFile.h"
 
 namespace zelhealth {
 

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "host/OutputFile.h"
 #include "report/Cells.h"
 #include "report/Output.h"
-#include "report/OutputFile.h"
 #include "report/RunEnd.h"
 
 namespace zelhealth {

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "host/OutputFile.h"
 #include "report/Cells.h"
 #include "report/Output.h"
-#include "report/OutputFile.h"
 #include "report/Summary.h"
 
 namespace zelhealth {

@@ -245,18 +245,5 @@ TEST_F(InventoryTest, AnEditedFileIsKnownFromOneThatIsAsWritten) {
     EXPECT_FALSE(IsAsWritten(file));
 }
 
-TEST(DurableFile, IsReplacedAsAWhole) {
-    const Scratch scratch;
-    const auto file = scratch / "new" / "folder" / "file";
-    ASSERT_EQ(ReplaceDurably(file, "one"), "");
-    const std::string large(1UL << 20U, 'x');
-    ASSERT_EQ(ReplaceDurably(file, large), "");
-    EXPECT_EQ(ReadText(file), large);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(file.parent_path()), {}), 1);
-    EXPECT_EQ(RemoveDurably(file), "");
-    EXPECT_EQ(RemoveDurably(file), "");
-    EXPECT_THAT(ReplaceDurably("/dev/null/file", "x"), HasSubstr("/dev/null"));
-}
-
 }  // namespace
 }  // namespace zelhealth

@@ -1,12 +1,10 @@
 // What machines read of runs: as it stands in files.
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include "host/Scratch.h"
 #include "report/Csv.h"
 #include "report/JUnit.h"
 #include "report/Metrics.h"
-#include "report/OutputFile.h"
 #include "report/Records.h"
 
 namespace zelhealth {
@@ -28,50 +26,6 @@ std::string Made(const std::vector<Json>& records) {
     runs.EndAll();
     output.Close();
     return ReadText(scratch / "out");
-}
-
-// --- files
-
-TEST(OutputFile, IsThereOnceItIsWhole) {
-    const Scratch scratch;
-    const std::filesystem::path file = scratch.Write("out", "old", std::filesystem::perms(0600));
-    {
-        OutputFile discarded(file);
-        discarded.Write(std::string(200000, 'x'));
-        EXPECT_EQ(ReadText(file), "old");
-    }
-    EXPECT_EQ(ReadText(file), "old");
-    OutputFile out(file);
-    out.Write("new");
-    out.Commit();
-    EXPECT_EQ(ReadText(file), "new");
-    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.Path()), {}), 1);
-}
-
-TEST(OutputFile, IsForAllToReadAndFollowsLinks) {
-    const Scratch scratch;
-    std::filesystem::create_symlink("place", scratch / "link");
-    OutputFile out(scratch / "link");
-    out.Write("text");
-    out.Commit();
-    EXPECT_TRUE(std::filesystem::is_symlink(scratch / "link"));
-    EXPECT_EQ(ReadText(scratch / "place"), "text");
-    EXPECT_EQ(std::filesystem::status(scratch / "place").permissions(),
-              std::filesystem::perms(0644));
-}
-
-TEST(OutputFile, SaysWhatCannotBeWritten) {
-    EXPECT_THROW(OutputFile("/nowhere/x"), std::runtime_error);
-    OutputFile full("/dev/full");
-    full.Write("x");
-    try {
-        full.Commit();
-        ADD_FAILURE() << "nothing was said";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "/dev/full: cannot be written: No space left on device");
-    }
-    EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
 }
 
 // --- CSV
