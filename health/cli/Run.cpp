@@ -96,9 +96,10 @@ int RunWith(const RunOptions& options, const Configuration& configuration,
     return stream ? Closed(*stream, status) : status;
 }
 
-// The answer for some cards is none for all, and that of another tool is none for this.
+// The answer for some cards is none for all, and that of another tool or plan is none for this.
 bool IsThatOfThisHost(const RunOptions& options) {
-    return options.cards.empty() && options.tool.empty() && !options.expectedCards;
+    return options.cards.empty() && options.tool.empty() && !options.expectedCards &&
+           !options.ownPlan;
 }
 
 // The reports that every run writes tell of all cards of this host.
@@ -140,8 +141,9 @@ int Run(const RunOptions& onlyTold) {
 }
 
 // One line, and the status that belongs to it.
-int Tell(const PluginLine& line, int status, std::FILE* out) {
-    Print(out, line.Text() + "\n");
+int Tell(const PluginLine& line, int status, const RunOptions& options) {
+    std::FILE* const out = OutputBeside(options);
+    Print(out, (options.reasonOnly ? line.Reason() : line.Text()) + "\n");
     const bool written = out == stdout || std::ferror(out) == 0;
     return written ? status : Worse(static_cast<ExitStatus>(status), kUnknown);
 }
@@ -181,7 +183,7 @@ std::optional<int> StoredAnswer(const RunOptions& options, const std::filesystem
         }
         status = Closed(*stream, status);
     }
-    return Tell(line, status, OutputBeside(options));
+    return Tell(line, status, options);
 }
 
 int Check(const RunOptions& onlyTold) {
@@ -204,7 +206,7 @@ int Check(const RunOptions& onlyTold) {
         line.Add(Status::unknown, error);
         status = Worse(static_cast<ExitStatus>(status), kUnknown);
     }
-    return Tell(line, status, OutputBeside(options));
+    return Tell(line, status, options);
 }
 
 int Answer(const std::function<int()>& command) {
@@ -246,7 +248,11 @@ void DeclareCheck(CLI::App& app, const std::vector<std::string>& words, int& sta
         "check", "Look at the cards, and answer as a monitoring plugin: one line");
     const auto options = std::make_shared<RunOptions>();
     options->told.plan = "check";
+    command->add_option("--plan", options->told.plan, "Another plan than check: prolog, or a file")
+        ->type_name("PLAN");
     AddSharedOptions(*command, *options);
+    command->add_flag("--reason", options->reasonOnly,
+                      "Print what is wrong alone, in a line for schedulers");
     command
         ->add_option("--max-age", options->told.maxAge,
                      "Answer from the last check when it is not older")
@@ -254,9 +260,13 @@ void DeclareCheck(CLI::App& app, const std::vector<std::string>& words, int& sta
         ->excludes("--cards")
         ->excludes("--tool")
         ->excludes("--expect-cards")
+        ->excludes("--plan")
         ->type_name("SECONDS");
     options->words = words;
-    command->callback([options, &status] { status = Answer([&] { return Check(*options); }); });
+    command->callback([command, options, &status] {
+        options->ownPlan = command->count("--plan") > 0;
+        status = Answer([&] { return Check(*options); });
+    });
 }
 
 }  // namespace zelhealth

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "host/Printable.h"
 
@@ -13,6 +14,8 @@ namespace {
 
 // What monitors show of it.
 constexpr std::size_t kLongestText = 800;
+// What is read as a node's reason: 200 bytes with the points that stand for the rest.
+constexpr std::size_t kLongestReason = 197;
 constexpr std::array<const char*, 4> kNames = {"OK", "WARNING", "CRITICAL", "UNKNOWN"};
 
 int CountOf(const std::map<std::string, int>& counts, const std::string& name) {
@@ -27,7 +30,42 @@ std::string Plain(std::string text) {
     return text;
 }
 
+// "Link trained down to 8 Lanes" for "Link trained down", where a line of the trace goes on so.
+std::string Fuller(const std::string& text, const Json& record) {
+    const Json evidence = record.value("evidence", Json::object());
+    for (const Json& line : evidence.value("err", Json::array())) {
+        const std::string whole = line.is_string() ? line.get<std::string>() : "";
+        const std::size_t found = text.empty() ? whole.npos : whole.find(text);
+        if (found != whole.npos && whole.substr(found + text.size()).starts_with(' ')) {
+            const std::string fuller = whole.substr(found);
+            return fuller.substr(0, fuller.find_last_not_of(" \r\n") + 1);
+        }
+    }
+    return text;
+}
+
 }  // namespace
+
+std::string PluginLine::ForMonitors(const Trouble& trouble) {
+    const std::string card = trouble.card.empty() ? "" : trouble.card + ": ";
+    return card + (trouble.test.empty() ? "" : trouble.test + " ") + trouble.text;
+}
+
+// "zelhealth" says whose reason it is where no card does.
+std::string PluginLine::ForSchedulers(const Trouble& trouble) {
+    const std::string card = trouble.card.empty() ? "zelhealth" : trouble.card;
+    return card + (trouble.test.empty() ? "" : " " + trouble.test) + ": " + trouble.fullText;
+}
+
+void PluginLine::Note(Status status, Trouble trouble) {
+    for (std::string* const text :
+         {&trouble.card, &trouble.test, &trouble.text, &trouble.fullText}) {
+        *text = Plain(*text);
+    }
+    if (status != Status::ok) {
+        (status == Status::critical ? critical_ : others_).push_back(std::move(trouble));
+    }
+}
 
 void PluginLine::Read(const Json& record) {
     const std::string kind = record.value("record", "");
@@ -36,26 +74,21 @@ void PluginLine::Read(const Json& record) {
         expected_ = static_cast<int>(record.value("expected", Json::array()).size());
     } else if (kind == "test_finished") {
         ++tests_[record.value("verdict", "")];
-        const Status status = StatusOfTest(record);
-        const std::string text =
-            fmt::format("{}: {}.{} {}", record.value("card", ""), record.value("group", ""),
-                        record.value("test", ""), record.value("reason", ""));
+        const std::string reason = record.value("reason", "");
         const std::string note =
             record.contains("waived") ? " (" + record.value("waived", "") + ")" : "";
-        if (status != Status::ok) {
-            (status == Status::critical ? critical_ : others_).push_back(Plain(text + note));
-        }
+        Note(StatusOfTest(record),
+             {record.value("card", ""), record.value("group", "") + "." + record.value("test", ""),
+              reason + note, Fuller(reason, record) + note});
     } else if (kind == "card_finished" || kind == "run_note") {
         if (kind == "card_finished") {
             ++cards_[record.value("verdict", "")];
         }
         for (const Json& reason : record.value("reasons", Json::array())) {
-            const int status = reason.value("status", 3);
-            const std::string card = record.value("card", "");
-            const std::string text = (card.empty() ? "" : card + ": ") + reason.value("text", "");
-            if (status != 0) {
-                (status == 2 ? critical_ : others_).push_back(Plain(text));
-            }
+            const std::string text = reason.value("text", "");
+            // One that nobody knows counts as one that could not be answered.
+            const int status = std::clamp(reason.value("status", 3), 0, 3);
+            Note(static_cast<Status>(status), {record.value("card", ""), "", text, text});
         }
     } else if (kind == "run_finished") {
         finished_ = record;
@@ -64,27 +97,49 @@ void PluginLine::Read(const Json& record) {
 
 void PluginLine::Add(Status status, const std::string& text) {
     added_ = Worse(added_, status);
-    others_.push_back(Plain(text));
+    Note(Status::unknown, {"", "", text, text});
+}
+
+std::vector<PluginLine::Trouble> PluginLine::Troubles() const {
+    std::vector<Trouble> troubles = critical_;
+    troubles.insert(troubles.end(), others_.begin(), others_.end());
+    return troubles;
+}
+
+std::string PluginLine::Healthy() const {
+    const int healthy = CountOf(cards_, "healthy");
+    return fmt::format("{} card{} healthy", healthy, healthy == 1 ? "" : "s");
+}
+
+std::string PluginLine::Reason() const {
+    std::vector<std::string> texts;
+    for (const Trouble& trouble : critical_.empty() ? others_ : critical_) {
+        texts.push_back(ForSchedulers(trouble));
+    }
+    const std::string text = finished_.is_null() ? "zelhealth: the run was broken off"
+                             : texts.empty()     ? Healthy()
+                                                 : fmt::format("{}", fmt::join(texts, "; "));
+    return Bounded(text, kLongestReason);
 }
 
 std::string PluginLine::Text() const {
     const auto finished = static_cast<Status>(
         finished_.is_null() ? 3 : std::clamp(finished_.value("status", 3), 0, 3));
     const Status status = Worse(finished, added_);
-    std::vector<std::string> troubles = critical_;
-    troubles.insert(troubles.end(), others_.begin(), others_.end());
-    const int healthy = CountOf(cards_, "healthy");
+    std::vector<std::string> troubles;
+    for (const Trouble& trouble : Troubles()) {
+        troubles.push_back(ForMonitors(trouble));
+    }
     std::string text = finished_.is_null() ? "the run was broken off"
-                       : troubles.empty()
-                           ? fmt::format("{} card{} healthy", healthy, healthy == 1 ? "" : "s")
-                           : fmt::format("{}", fmt::join(troubles, "; "));
+                       : troubles.empty()  ? Healthy()
+                                           : fmt::format("{}", fmt::join(troubles, "; "));
     text = Bounded(text, kLongestText);
     const int all = expected_;
     return fmt::format(
         "ZEL {} - {} | cards={};;;0;{} healthy={};;;0;{} failed={};;;0;{} tests_passed={} "
         "tests_failed={} tests_not_judged={} time={:.2f}s",
-        kNames[static_cast<std::size_t>(status)], text, found_, all, healthy, all,
-        CountOf(cards_, "failed"), all, CountOf(tests_, "passed"),
+        kNames[static_cast<std::size_t>(status)], text, found_, all, CountOf(cards_, "healthy"),
+        all, CountOf(cards_, "failed"), all, CountOf(tests_, "passed"),
         CountOf(tests_, "failed") + CountOf(tests_, "timed_out") + CountOf(tests_, "crashed"),
         CountOf(tests_, "skipped") + CountOf(tests_, "not_run") + CountOf(tests_, "setup"),
         finished_.is_null() ? 0.0 : finished_.value("seconds", 0.0));

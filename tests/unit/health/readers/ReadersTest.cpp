@@ -338,6 +338,35 @@ TEST(PluginLine, TellsWhatIsCriticalFirst) {
               "ZEL CRITICAL - zel1: pcie.vlw Link trained down / x=1?; zel0: pcie.vls held | "
               "cards=2;;;0;2 healthy=0;;;0;2 failed=1;;;0;2 tests_passed=0 tests_failed=1 "
               "tests_not_judged=1 time=3.00s");
+    EXPECT_EQ(line.Reason(), "zel1 pcie.vlw: Link trained down / x=1?");
+}
+
+// The trace has the number; what stands in brackets there is no more than the message.
+TEST(PluginLine, GivesSchedulersTheFullerText) {
+    Json test = TestFinished(1, "vlw", "failed", "Link trained down");
+    test["evidence"]["err"] = {"Test 2 Failed with reason [FAILED: Link trained down]", 8,
+                               "FAILED: Link trained down to 8 Lanes  "};
+    PluginLine line;
+    line.Read(test);
+    EXPECT_EQ(line.Reason(), "zelhealth: the run was broken off");
+    line.Read(RunFinished(2));
+    EXPECT_EQ(line.Reason(), "zel1 pcie.vlw: Link trained down to 8 Lanes");
+}
+
+TEST(PluginLine, GivesSchedulersWhatIsNotCriticalOnlyWhereNothingElseIs) {
+    PluginLine line;
+    line.Read(RunFinished(1));
+    line.Read(CardFinished(0, "healthy"));
+    EXPECT_EQ(line.Reason(), "1 card healthy");
+    line.Read(TestFinished(0, "vls", "not_run", "held"));
+    line.Add(Status::unknown, "the disk is full");
+    EXPECT_EQ(line.Reason(), "zel0 pcie.vls: held; zelhealth: the disk is full");
+    line.Read({{"record", "card_finished"},
+               {"card", "zel0"},
+               {"verdict", "failed"},
+               {"reasons", Json::array({{{"status", 2}, {"text", std::string(1000, 'x')}}})}});
+    EXPECT_THAT(line.Reason(), ::testing::StartsWith("zel0: xxx"));
+    EXPECT_THAT(line.Reason(), SizeIs(200));
 }
 
 TEST(PluginLine, CallsNoBrokenOffRunHealthy) {
