@@ -9,6 +9,7 @@
 #include "cli/Cards.h"
 #include "cli/Config.h"
 #include "cli/Explain.h"
+#include "cli/Fleet.h"
 #include "cli/History.h"
 #include "cli/Host.h"
 #include "cli/List.h"
@@ -51,6 +52,7 @@ int Answer(int argc, char** argv) {
     DeclareRecover(app, status);
     DeclareReport(app, status);
     DeclareHistory(app, status);
+    DeclareFleet(app, status);
     DeclarePlan(app, status);
     app.failure_message(UsageError);
     try {

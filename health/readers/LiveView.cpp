@@ -1,11 +1,9 @@
 #include "readers/LiveView.h"
 
 #include <fmt/format.h>
-#include <sys/ioctl.h>
 
 #include <algorithm>
 
-#include "host/Print.h"
 #include "host/Printable.h"
 #include "readers/Colours.h"
 
@@ -32,20 +30,6 @@ std::string Bar(double part, std::size_t width) {
 
 std::string TestOf(const Json& record) {
     return Printable(record.value("group", "") + "." + record.value("test", ""));
-}
-
-// Texts may hold characters of several bytes: counted are those that begin one.
-std::string CutTo(std::string text, std::size_t columns) {
-    std::size_t seen = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool begins = (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U;
-        seen += begins ? 1 : 0;
-        if (seen > columns) {
-            text.resize(i);
-            break;
-        }
-    }
-    return text;
 }
 
 }  // namespace
@@ -165,23 +149,14 @@ std::vector<std::string> LiveLines::Draw(std::size_t rows, std::size_t columns, 
     return lines;
 }
 
-TerminalSize SizeOf(std::FILE* terminal) {
-    winsize size{};
-    TerminalSize result;
-    if (ioctl(fileno(terminal), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0) {
-        result.columns = size.ws_col;
-        result.rows = size.ws_row;
-    }
-    return result;
-}
-
-LiveView::LiveView(std::FILE* terminal, bool colours) : terminal_(terminal), colours_(colours) {
+LiveView::LiveView(std::FILE* terminal, bool colours)
+    : terminal_(terminal), colours_(colours), drawn_(terminal) {
     thread_ = std::thread([this] {
         std::unique_lock lock(mutex_);
         while (!closed_.wait_for(lock, kRedraw, [this] { return isClosed_; })) {
             Draw();
         }
-        Erase();
+        drawn_.Erase();
     });
 }
 
@@ -205,27 +180,10 @@ void LiveView::Close() {
     }
 }
 
-void LiveView::Erase() {
-    if (drawn_ > 0) {
-        Print(terminal_, fmt::format("\033[{}A\r\033[J", drawn_));
-        std::fflush(terminal_);
-        drawn_ = 0;
-    }
-}
-
 void LiveView::Draw() {
     const TerminalSize size = SizeOf(terminal_);
     // The last column is left free: some terminals begin a new line behind it.
-    const std::vector<std::string> lines =
-        lines_.Draw(size.rows - 1, size.columns - 1, colours_, LiveLines::Clock::now());
-    std::string text = drawn_ > 0 ? fmt::format("\033[{}A\r", drawn_) : "";
-    for (const std::string& line : lines) {
-        text += line + "\033[K\n";
-    }
-    text += "\033[J";
-    Print(terminal_, text);
-    std::fflush(terminal_);
-    drawn_ = lines.size();
+    drawn_.Draw(lines_.Draw(size.rows - 1, size.columns - 1, colours_, LiveLines::Clock::now()));
 }
 
 }  // namespace zelhealth

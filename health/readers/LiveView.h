@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "readers/DrawnLines.h"
 #include "record/Record.h"
 
 namespace zelhealth {
@@ -68,7 +69,6 @@ public:
 
 private:
     void Draw();
-    void Erase();
 
     std::FILE* terminal_;
     bool colours_;
@@ -76,15 +76,8 @@ private:
     std::condition_variable closed_;
     bool isClosed_ = false;
     LiveLines lines_;
-    std::size_t drawn_ = 0;
+    DrawnLines drawn_;
     std::thread thread_;
 };
-
-// Columns and rows of the terminal; 80 and 24 where that is not known.
-struct TerminalSize {
-    std::size_t columns = 80;
-    std::size_t rows = 24;
-};
-TerminalSize SizeOf(std::FILE* terminal);
 
 }  // namespace zelhealth

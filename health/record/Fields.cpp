@@ -129,6 +129,20 @@ std::string_view WhyUnfit(std::string_view name, const Json& value) {
     return fits ? std::string_view() : field->kind->otherwise;
 }
 
+void LeaveOutUnfit(Json& record,
+                   const std::function<void(const std::string& name, std::string_view why)>& tell) {
+    auto& fields = record.get_ref<Json::object_t&>();
+    for (auto field = fields.begin(); field != fields.end();) {
+        const std::string_view why = WhyUnfit(field->first, field->second);
+        if (why.empty()) {
+            ++field;
+        } else {
+            tell(field->first, why);
+            field = fields.erase(field);
+        }
+    }
+}
+
 const std::string& TextOf(const Json& record, std::string_view name) {
     static const std::string kNone;
     const Json* const value = Find(record, name);

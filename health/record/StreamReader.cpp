@@ -86,7 +86,9 @@ struct StreamReader::Inner {
                                 : "the stream is cut in the middle of this line; it is left out");
             return false;
         }
-        LeaveOutUnfit(record);
+        LeaveOutUnfit(record, [this](const std::string& field, std::string_view why) {
+            OfLine(fmt::format("\"{}\" {}; the field is left out", field, why));
+        });
         for (const char* const needed : {"record", "run"}) {
             if (TextOf(record, needed).empty()) {
                 OfLine(fmt::format("is no record: it has no text \"{}\"; the line is left out",
@@ -97,19 +99,6 @@ struct StreamReader::Inner {
         CheckSchema(record);
         ++records;
         return true;
-    }
-
-    void LeaveOutUnfit(Json& record) {
-        auto& fields = record.get_ref<Json::object_t&>();
-        for (auto field = fields.begin(); field != fields.end();) {
-            const std::string_view why = WhyUnfit(field->first, field->second);
-            if (why.empty()) {
-                ++field;
-                continue;
-            }
-            OfLine(fmt::format("\"{}\" {}; the field is left out", field->first, why));
-            field = fields.erase(field);
-        }
     }
 
     void CheckSchema(const Json& record) {

@@ -2,13 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace zelhealth {
 
 namespace {
 
 constexpr double kShortest = 0.001;
-constexpr double kRatio = 1.1;
+constexpr double kRatio = 1.02;
 
 }  // namespace
 
@@ -32,16 +34,39 @@ void Durations::Join(const Durations& others) {
     }
 }
 
+double Durations::MiddleOf(std::size_t bucket) const {
+    const double middle = kShortest * std::pow(kRatio, static_cast<double>(bucket) + 0.5);
+    return std::clamp(middle, fastest_, slowest_);
+}
+
 double Durations::Median() const {
     std::uint64_t before = 0;
     for (std::size_t i = 0; i < kBuckets; ++i) {
         before += buckets_[i];
         if (before * 2 >= count_) {
-            const double middle = kShortest * std::pow(kRatio, static_cast<double>(i) + 0.5);
-            return std::clamp(middle, fastest_, slowest_);
+            return MiddleOf(i);
         }
     }
     return slowest_;
+}
+
+double Durations::Deviation() const {
+    const double median = Median();
+    std::vector<std::pair<double, std::uint64_t>> deviations;
+    for (std::size_t i = 0; i < kBuckets; ++i) {
+        if (buckets_[i] > 0) {
+            deviations.emplace_back(std::abs(MiddleOf(i) - median), buckets_[i]);
+        }
+    }
+    std::sort(deviations.begin(), deviations.end());
+    std::uint64_t before = 0;
+    for (const auto& [deviation, count] : deviations) {
+        before += count;
+        if (before * 2 >= count_) {
+            return deviation;
+        }
+    }
+    return 0;
 }
 
 }  // namespace zelhealth

@@ -53,8 +53,9 @@ private:
     Cells cells_;
 };
 
-Page::Page(const std::string& file, const Summary& summary, const Problems& problems)
-    : file_(file), summary_(summary), problems_(problems) {}
+Page::Page(const std::string& file, const Summary& summary, const Problems& problems,
+           std::function<Json()> fleet)
+    : file_(file), summary_(summary), problems_(problems), fleet_(std::move(fleet)) {}
 
 std::unique_ptr<RunReader> Page::Begin(const RunName& name) {
     return std::make_unique<PageRun>(*this, name);
@@ -62,8 +63,11 @@ std::unique_ptr<RunReader> Page::Begin(const RunName& name) {
 
 void Page::Close() {
     const std::size_t own = PageText(Drawing::report, "").size();
+    // A fleet's nodes are many, whatever its cards are.
+    const std::size_t largest = LargestOf(rows_, many_ || fleet_);
+    const Json fleet = fleet_ ? fleet_() : Json();
     file_.Write(PageText(Drawing::report, PageData(summary_, problems_, many_ ? Json() : rows_,
-                                                   LargestOf(rows_, many_) - own)));
+                                                   fleet, largest - own)));
     file_.Commit();
 }
 

@@ -80,7 +80,7 @@ Json Times(const Summary& summary) {
     return times;
 }
 
-Json Base(const Summary& summary, const Problems& problems, const Json& rows) {
+Json Base(const Summary& summary, const Problems& problems, const Json& rows, const Json& fleet) {
     Json brokenOff = Json::array();
     for (const BrokenOff& run : summary.BrokenOffRuns()) {
         brokenOff.push_back({{"host", run.host}, {"run", run.run}, {"last", run.last}});
@@ -100,6 +100,7 @@ Json Base(const Summary& summary, const Problems& problems, const Json& rows) {
               {"tests", tests}}},
             {"brokenOff", brokenOff},
             {"matrix", Matrix(rows)},
+            {"fleet", fleet},
             {"times", Times(summary)},
             {"groups", Json::array()},
             {"incidents", Json::array()}};
@@ -192,8 +193,8 @@ Json RowsOf(const RunName& name, const RunEnd& end, const Cells& cells) {
 }
 
 std::string PageData(const Summary& summary, const Problems& problems, const Json& rows,
-                     std::size_t bytes) {
-    Json data = Base(summary, problems, rows);
+                     const Json& fleet, std::size_t bytes) {
+    Json data = Base(summary, problems, rows, fleet);
     const std::size_t base = ForPage(data).size();
     Room room(bytes - std::min(bytes, base));
     Room names(room.Left() / kShareOfNames);

@@ -12,8 +12,8 @@ std::string ForPage(const Json& value);
 Json RowsOf(const RunName& name, const RunEnd& end, const Cells& cells);
 
 // All of it, in no more than about so many bytes: evidence is left out first, then failures in full, the least bad
-// ones first. `rows` is null where there are too many.
+// ones first. `rows` is null where there are too many, `fleet` where it is none.
 std::string PageData(const Summary& summary, const Problems& problems, const Json& rows,
-                     std::size_t bytes);
+                     const Json& fleet, std::size_t bytes);
 
 }  // namespace zelhealth

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <utility>
+#include <vector>
 
 namespace zelhealth {
 
@@ -14,6 +16,8 @@ extern const std::string_view elements_js;
 extern const std::string_view elements_js_sha256;
 extern const std::string_view history_js;
 extern const std::string_view history_js_sha256;
+extern const std::string_view fleet_js;
+extern const std::string_view fleet_js_sha256;
 extern const std::string_view report_js;
 extern const std::string_view report_js_sha256;
 extern const std::string_view chart_min_js;
@@ -44,29 +48,43 @@ std::string Base64(std::string_view hex) {
     return text.append((4 - text.size() % 4) % 4, '=');
 }
 
-std::string Policy(std::string_view scriptHash) {
-    return fmt::format(
-        "default-src 'none'; script-src 'sha256-{}' 'sha256-{}' 'sha256-{}'; style-src "
-        "'sha256-{}'; "
-        "base-uri 'none'; form-action 'none'",
-        Base64(embedded::chart_min_js_sha256), Base64(embedded::elements_js_sha256),
-        Base64(scriptHash), Base64(embedded::page_css_sha256));
+struct Script {
+    std::string_view text;
+    std::string_view sha256;
+};
+
+// In the order in which they build on each other.
+std::vector<Script> ScriptsOf(Drawing drawing) {
+    std::vector<Script> scripts = {{embedded::chart_min_js, embedded::chart_min_js_sha256},
+                                   {embedded::elements_js, embedded::elements_js_sha256}};
+    if (drawing == Drawing::history) {
+        scripts.push_back({embedded::history_js, embedded::history_js_sha256});
+    } else {
+        scripts.push_back({embedded::fleet_js, embedded::fleet_js_sha256});
+        scripts.push_back({embedded::report_js, embedded::report_js_sha256});
+    }
+    return scripts;
 }
 
 }  // namespace
 
 std::string PageText(Drawing drawing, const std::string& data) {
-    const bool history = drawing == Drawing::history;
-    const std::string policy =
-        Policy(history ? embedded::history_js_sha256 : embedded::report_js_sha256);
-    const std::array<std::pair<std::string_view, std::string_view>, 7> parts = {{
+    std::string hashes;
+    std::string blocks;
+    for (const Script& script : ScriptsOf(drawing)) {
+        hashes += fmt::format(" 'sha256-{}'", Base64(script.sha256));
+        blocks += fmt::format("<script>{}</script>\n", script.text);
+    }
+    const std::string policy = fmt::format(
+        "default-src 'none'; script-src{}; style-src 'sha256-{}'; base-uri 'none'; form-action "
+        "'none'",
+        hashes, Base64(embedded::page_css_sha256));
+    const std::array<std::pair<std::string_view, std::string_view>, 5> parts = {{
         {"@POLICY@", policy},
-        {"@TITLE@", history ? "ZEL cards: history" : "ZEL cards: report"},
+        {"@TITLE@", drawing == Drawing::history ? "ZEL cards: history" : "ZEL cards: report"},
         {"@STYLE@", embedded::page_css},
         {"@DATA@", data},
-        {"@CHART@", embedded::chart_min_js},
-        {"@ELEMENTS@", embedded::elements_js},
-        {"@SCRIPT@", history ? embedded::history_js : embedded::report_js},
+        {"@SCRIPTS@", blocks},
     }};
     std::string text;
     std::string_view rest = embedded::page_html;

@@ -62,9 +62,10 @@ void Reports::Make(const std::optional<std::string>& file, const More&... more) 
     }
 }
 
-Reports::Reports(const ReportFiles& files, std::function<void(const std::string&)> tell)
+Reports::Reports(const ReportFiles& files, std::function<void(const std::string&)> tell,
+                 const std::function<Json()>& fleet)
     : tell_(std::move(tell)) {
-    Make<Page>(files.html, summary_, problems_);
+    Make<Page>(files.html, summary_, problems_, fleet);
     Make<JUnit>(files.junit);
     Make<Metrics>(files.metrics);
     Make<Csv>(files.csv);

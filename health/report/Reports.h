@@ -21,8 +21,9 @@ std::string Clash(const std::vector<std::string>& outputs, const std::vector<std
 
 class Reports {
 public:
-    // What cannot be written is told, and keeps nothing else from being written.
-    Reports(const ReportFiles& files, std::function<void(const std::string&)> tell);
+    // What cannot be written is told, and keeps nothing else from being written. `fleet` is for the page.
+    Reports(const ReportFiles& files, std::function<void(const std::string&)> tell,
+            const std::function<Json()>& fleet = {});
 
     const Summary& Sum() const { return summary_; }
     void Add(std::unique_ptr<Output> output);

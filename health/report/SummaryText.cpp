@@ -1,4 +1,5 @@
-// What many runs come to, as text.
+#include "report/SummaryText.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include "readers/Colours.h"
 #include "readers/Report.h"
 #include "readers/Wrap.h"
-#include "report/Text.h"
 
 namespace zelhealth {
 
@@ -17,16 +17,6 @@ constexpr std::size_t kMostGroups = 40;
 constexpr std::size_t kMostNames = 12;
 constexpr std::size_t kIndent = 9;
 
-std::string Words(std::string_view verdict) {
-    std::string words(verdict);
-    std::replace(words.begin(), words.end(), '_', ' ');
-    return words;
-}
-
-std::string Plural(std::uint64_t count, const char* what) {
-    return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
 // "80 cards: 2 failed, 78 healthy"
 std::string CountsLine(const VerdictCounts& counts, const char* what) {
     std::uint64_t all = 0;
@@ -34,7 +24,7 @@ std::string CountsLine(const VerdictCounts& counts, const char* what) {
     for (std::size_t i = 0; i < counts.size(); ++i) {
         all += counts[i];
         if (counts[i] > 0) {
-            parts.push_back(fmt::format("{} {}", counts[i], Words(kRunVerdicts[i])));
+            parts.push_back(fmt::format("{} {}", counts[i], VerdictInWords(kRunVerdicts[i])));
         }
     }
     return fmt::format("{}{}{}\n", Plural(all, what), parts.empty() ? "" : ": ",
@@ -46,7 +36,7 @@ std::string TestsLine(const Summary& summary) {
     std::vector<std::string> parts;
     for (const auto& [verdict, count] : summary.Tests()) {
         all += count;
-        parts.push_back(fmt::format("{} {}", count, Words(verdict)));
+        parts.push_back(fmt::format("{} {}", count, VerdictInWords(verdict)));
     }
     return fmt::format("{}{}{}\n", Plural(all, "test"), parts.empty() ? "" : ": ",
                        fmt::join(parts, ", "));
@@ -65,16 +55,17 @@ std::string HostNames(const Summary& summary, const FailureGroup& group) {
                        more > 0 ? fmt::format(" and {} more", more) : "");
 }
 
-std::string GroupText(const Summary& summary, const FailureGroup& group, std::size_t columns,
-                      bool colours) {
-    const std::string verdict = Words(group.verdict);
+std::string GroupText(const Summary& summary, const FailureGroup& group, const std::string& look,
+                      std::size_t columns, bool colours) {
+    const std::string verdict = VerdictInWords(group.verdict);
     std::string text = fmt::format("\n{}  {}, {}", Coloured(verdict, group.verdict, colours),
                                    Plural(group.hosts.size(), "host"), Plural(group.count, "time"));
     text += group.tests.empty() ? "\n" : fmt::format("  {}\n", fmt::join(group.tests, ", "));
     for (const auto& [label, what] : {std::pair("seen", Printable(group.text)),
                                       {"means", group.means},
                                       {"next", group.next},
-                                      {"hosts", HostNames(summary, group)}}) {
+                                      {"hosts", HostNames(summary, group)},
+                                      {"look", look}}) {
         if (!what.empty()) {
             text += fmt::format("  {:<6} {}\n", label, Wrap(what, columns, kIndent));
         }
@@ -99,18 +90,37 @@ std::string BrokenOffText(const Summary& summary) {
 
 }  // namespace
 
-std::string SummaryText(const Summary& summary, std::size_t columns, bool colours) {
-    std::string text = fmt::format("{}\n", Plural(summary.Runs(), "run")) +
-                       CountsLine(summary.Hosts(), "host") + CountsLine(summary.Cards(), "card") +
-                       TestsLine(summary);
+std::string Plural(std::uint64_t count, const char* what) {
+    return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+std::string VerdictInWords(std::string_view verdict) {
+    std::string words(verdict);
+    std::replace(words.begin(), words.end(), '_', ' ');
+    return words;
+}
+
+std::string CardsText(const Summary& summary) {
+    return CountsLine(summary.Cards(), "card") + TestsLine(summary);
+}
+
+std::string GroupsText(const Summary& summary, std::size_t columns, bool colours,
+                       const std::function<std::string(const FailureGroup&)>& look) {
+    std::string text;
     const std::vector<const FailureGroup*> groups = summary.WorstFirst();
     for (std::size_t i = 0; i < std::min(groups.size(), kMostGroups); ++i) {
-        text += GroupText(summary, *groups[i], columns, colours);
+        text += GroupText(summary, *groups[i], look ? look(*groups[i]) : "", columns, colours);
     }
     if (groups.size() > kMostGroups) {
         text += fmt::format("\n{} more kinds of failures\n", groups.size() - kMostGroups);
     }
-    return text + BrokenOffText(summary);
+    return text;
+}
+
+std::string SummaryText(const Summary& summary, std::size_t columns, bool colours) {
+    return fmt::format("{}\n", Plural(summary.Runs(), "run")) +
+           CountsLine(summary.Hosts(), "host") + CardsText(summary) +
+           GroupsText(summary, columns, colours) + BrokenOffText(summary);
 }
 
 }  // namespace zelhealth

@@ -7,6 +7,7 @@
 #include "readers/Wrap.h"
 #include "record/Fields.h"
 #include "report/Cells.h"
+#include "report/SummaryText.h"
 
 namespace zelhealth {
 

@@ -35,7 +35,4 @@ private:
     std::string reports_;  // of the runs that have ended, while they are few
 };
 
-// What many runs come to.
-std::string SummaryText(const Summary& summary, std::size_t columns, bool colours);
-
 }  // namespace zelhealth

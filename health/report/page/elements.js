@@ -3,7 +3,8 @@
 const zelPage = (() => {
   const KINDS = {
     healthy: "good", passed: "good", failed: "bad", timed_out: "bad", crashed: "bad", degraded: "warn",
-    unknown: "warn", setup: "warn", broken_off: "warn", not_ended: "warn", skipped: "idle", not_run: "idle", unsupported: "idle",
+    unknown: "warn", setup: "warn", broken_off: "warn", lost: "bad", not_ended: "warn", skipped: "idle", not_run: "idle",
+    unsupported: "idle", not_asked: "idle",
   };
   const GLYPHS = {
     passed: "\u2713", failed: "\u2717", timed_out: "T", crashed: "C", setup: "!", skipped: "s", not_run: "\u2013",

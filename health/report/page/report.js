@@ -61,7 +61,8 @@
     const hosts = group.hosts.join(", ") + (more > 0 ? ` and ${number(more)} more` : "");
     const notShown = group.count - incidents.length;
     return [
-      facts([["means", group.means], ["next", group.next], ["hosts", hosts]]),
+      facts([["means", group.means], ["next", group.next], ["hosts", hosts],
+        ["look closer", data.fleet ? data.fleet.looks[index] : ""]]),
       ...incidents.map((incident) => incidentNode(incident, false)),
       notShown > 0 ? element("p", {class: "soft"}, `${number(notShown)} more of them stand in the streams.`) : undefined,
     ];
@@ -199,15 +200,18 @@
   // ------------------------------------------------------------------------------------------ the page
 
   const sheets = [];
+  const ofFleet = data.fleet ? zelFleet(data.fleet) : [];
+  sheets.push(...ofFleet.slice(0, 1));
   if (data.matrix && data.matrix.rows.length > 0) {
     sheets.push(tableSheet("Cards and tests", matrix(), legend()));
   }
   if (data.groups.length > 0) {
     sheets.push(tableSheet("What did not pass, worst first", failures()));
   }
+  sheets.push(...ofFleet.slice(1));
   const page = document.getElementById("page");
   page.replaceChildren(header(), ...alerts(), element("div", {class: "tiles"},
-    tile("hosts", data.counts.hosts), tile("cards", data.counts.cards), tile("tests", data.counts.tests)));
+    data.fleet ? tile("nodes", data.fleet.nodes) : tile("hosts", data.counts.hosts), tile("cards", data.counts.cards), tile("tests", data.counts.tests)));
   if (sheets.length > 0) {
     page.append(tools(sheets, "host, card, test, message"), ...sheets.map(({node}) => node));
   }

@@ -8,7 +8,7 @@
 #include "report/PageData.h"
 #include "report/PageText.h"
 #include "report/Records.h"
-#include "report/Text.h"
+#include "report/SummaryText.h"
 
 namespace zelhealth {
 namespace {
@@ -230,7 +230,7 @@ TEST(Text, IsTheClosingReportOfEachRunOfFew) {
 class Paging : public Summarizing {
 protected:
     Json Data(std::size_t bytes = 400000) const {
-        const std::string text = PageData(summary_, problems_, rows_, bytes);
+        const std::string text = PageData(summary_, problems_, rows_, Json(), bytes);
         EXPECT_EQ(text.find('<'), text.npos);
         return Json::parse(text);
     }

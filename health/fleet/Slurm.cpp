@@ -1,0 +1,183 @@
+#include "fleet/Slurm.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "host/Printable.h"
+#include "record/Record.h"
+
+namespace zelhealth {
+
+namespace {
+
+constexpr std::chrono::seconds kPatience{60};
+constexpr std::size_t kMostOutput = 64UL * 1024 * 1024;
+constexpr std::size_t kLongestReason = 200;
+
+std::string FirstLine(const std::string& text) {
+    return Printable(Bounded(text.substr(0, text.find('\n')), kLongestReason));
+}
+
+// What a command of Slurm's prints.
+std::string Output(const std::vector<std::string>& command, const Stop& stop) {
+    ChildSpec spec;
+    spec.command = command;
+    spec.deadline = kPatience;
+    spec.keepBytes = kMostOutput;
+    const ChildResult result = RunChild(spec, stop);
+    const std::string& name = command.front();
+    switch (result.end) {
+        case ChildEnd::exited:
+            if (result.code == 0 && !result.outCut) {
+                return result.out;
+            }
+            throw SlurmError(fmt::format("{} failed: {}", name,
+                                         result.err.empty() ? fmt::format("status {}", result.code)
+                                                            : FirstLine(result.err)));
+        case ChildEnd::notStarted:
+            throw SlurmError(
+                fmt::format("{} cannot be started: {}; where Slurm is not installed, bring "
+                            "the streams and give them to --from",
+                            name, result.error));
+        case ChildEnd::stopped:
+            throw SlurmError("interrupted");
+        default:
+            throw SlurmError(fmt::format("{} does not answer; look at slurmctld", name));
+    }
+}
+
+std::vector<std::string> LinesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        if (!line.empty()) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+// What Slurm says of a node: a state, such as "idle" or "down*", and its reason, which may be "none".
+Node NodeOf(const std::string& name, const std::string& state, const std::string& reason) {
+    // Flags stand behind a state; the star means that the node's daemon does not answer.
+    const std::string base =
+        state.substr(0, state.find_first_not_of("abcdefghijklmnopqrstuvwxyz_ "));
+    const bool answers = state.find('*') == std::string::npos;
+    const std::string why = reason.empty() || reason == "none" ? "" : ": " + FirstLine(reason);
+    Node node{name, false, "", ""};
+    if (base == "drained" || base == "draining" || base == "drain") {
+        node.notAsked = base + why;
+        return node;
+    }
+    static const std::unordered_set<std::string_view> takeSteps = {
+        "idle", "mixed", "allocated", "completing", "planned", "reserved", "maint"};
+    node.inStep = answers && takeSteps.contains(base);
+    node.trouble = node.inStep ? "no word of it" : fmt::format("Slurm calls it {}{}", state, why);
+    return node;
+}
+
+bool IsOfName(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_' || c == '.';
+}
+
+}  // namespace
+
+std::vector<std::string> ExpandNodes(const std::string& list, const Stop& stop) {
+    if (list.find('[') != std::string::npos) {
+        return LinesOf(Output({"scontrol", "show", "hostnames", list}, stop));
+    }
+    std::string lines = list;
+    std::replace(lines.begin(), lines.end(), ',', '\n');
+    return LinesOf(lines);
+}
+
+std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop) {
+    std::vector<std::string> command = {"sinfo", "--noheader", "--Node", "--format=%N|%T|%E"};
+    if (!choice.nodes.empty()) {
+        command.push_back("--nodes=" + choice.nodes);
+    }
+    if (!choice.partition.empty()) {
+        command.push_back("--partition=" + choice.partition);
+    }
+    std::vector<Node> nodes;
+    std::unordered_set<std::string> known;
+    for (const std::string& line : LinesOf(Output(command, stop))) {
+        const std::size_t first = line.find('|');
+        const std::size_t second = line.find('|', first + 1);
+        if (first == std::string::npos || second == std::string::npos) {
+            throw SlurmError("sinfo said what is not understood: " + FirstLine(line));
+        }
+        const std::string name = line.substr(0, first);
+        if (known.insert(name).second) {
+            nodes.push_back(
+                NodeOf(name, line.substr(first + 1, second - first - 1), line.substr(second + 1)));
+        }
+    }
+    if (!choice.nodes.empty()) {
+        for (const std::string& name : ExpandNodes(choice.nodes, stop)) {
+            if (!known.contains(name)) {
+                throw SlurmError(fmt::format(
+                    "Slurm knows no node {}{}; sinfo lists them", name,
+                    choice.partition.empty() ? "" : " in partition " + choice.partition));
+            }
+        }
+    }
+    if (nodes.empty()) {
+        throw SlurmError("Slurm knows no such node; sinfo lists them");
+    }
+    return nodes;
+}
+
+std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nodes,
+                                     const std::string& nodeFile) {
+    // A bad card's status ends neither the other tasks nor the step, nor does a node that fails.
+    std::vector<std::string> command = {"srun",
+                                        "--job-name=zelhealth",
+                                        fmt::format("--nodes={}", nodes),
+                                        fmt::format("--ntasks={}", nodes),
+                                        "--ntasks-per-node=1",
+                                        "--nodelist=" + nodeFile,
+                                        "--kill-on-bad-exit=0",
+                                        "--no-kill",
+                                        "--wait=0",
+                                        "--input=none",
+                                        "--output=" + options.folder + "/%N.jsonl",
+                                        "--error=" + options.folder + "/%N.log"};
+    if (!options.partition.empty()) {
+        command.push_back("--partition=" + options.partition);
+    }
+    if (!options.timeLimit.empty()) {
+        command.push_back("--time=" + options.timeLimit);
+    }
+    command.insert(command.end(), options.srunOptions.begin(), options.srunOptions.end());
+    command.insert(command.end(), {options.program, "run", "--output", "-", "--quiet"});
+    command.insert(command.end(), options.words.begin(), options.words.end());
+    return command;
+}
+
+void AddTroubles(const std::string& srunSaid, std::vector<Node>& nodes) {
+    std::unordered_map<std::string_view, Node*> named;
+    for (Node& node : nodes) {
+        named.emplace(node.name, &node);
+    }
+    for (const std::string& line : LinesOf(srunSaid)) {
+        for (std::size_t at = 0; at < line.size();) {
+            std::size_t end = at;
+            while (end < line.size() && IsOfName(line[end])) {
+                ++end;
+            }
+            const auto node = named.find(std::string_view(line).substr(at, end - at));
+            if (node != named.end()) {
+                node->second->trouble = FirstLine(line);
+            }
+            at = end + 1;
+        }
+    }
+}
+
+}  // namespace zelhealth

@@ -1,0 +1,48 @@
+// The cluster, as Slurm's own commands tell it, and the step that asks its nodes.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "fleet/Node.h"
+#include "run/Child.h"
+#include "run/Stop.h"
+
+namespace zelhealth {
+
+// Slurm does not answer, or not what is needed; the text says what and what to do.
+class SlurmError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// What of the cluster is meant.
+struct NodeChoice {
+    std::string nodes;      // "n[1-8],n12"; empty for all of the partition
+    std::string partition;  // empty for any
+};
+
+// The names of a list such as "n1,n[3-5]". Slurm is asked where there are brackets. Throws SlurmError.
+std::vector<std::string> ExpandNodes(const std::string& list, const Stop& stop);
+
+// Each node once, with what Slurm says of it. Throws SlurmError, also for a name that is no node's.
+std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop);
+
+struct StepOptions {
+    std::string partition;
+    std::string timeLimit;                 // as srun takes it; empty for the partition's
+    std::vector<std::string> srunOptions;  // as they are
+    std::string program;                   // zelhealth, as nodes find it
+    std::vector<std::string> words;        // behind "run"
+    std::string folder;                    // absolute; gets NODE.jsonl and NODE.log of each node
+};
+
+// The command of a step with a task on each of so many nodes, whose names stand in the file.
+std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nodes,
+                                     const std::string& nodeFile);
+
+// What srun said of nodes, one line each: {"n3", "task 2: Killed"}.
+void AddTroubles(const std::string& srunSaid, std::vector<Node>& nodes);
+
+}  // namespace zelhealth
