@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
@@ -156,7 +158,10 @@ private:
         asked_ = NodesOf(options_.choice, Interrupted());
         StepOptions& step = options_.step;
         step.folder = MakeFolder(options_.folder);
+        step.name = fmt::format("zelhealth-{}", fs::path(step.folder).filename().string());
         step.partition = options_.choice.partition;
+        std::replace(step.name.begin(), step.name.end(), ' ', '_');
+        step.name += fmt::format("-{}", getpid());
         step.program = step.program.empty() ? ProgramFolder() + "/zelhealth" : step.program;
         if (!options_.plan.empty()) {
             step.words = {"--plan", options_.plan};
@@ -186,7 +191,7 @@ private:
         }
         if (!options_.choice.nodes.empty()) {
             for (const std::string& name : ExpandNodes(options_.choice.nodes, Interrupted())) {
-                asked_.push_back({name, true, "", "no stream of it was given"});
+                asked_.push_back({name, true, "", ""});
             }
         }
     }

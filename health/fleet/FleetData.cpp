@@ -26,7 +26,7 @@ Json Counts(const FleetReport& fleet) {
     return counts;
 }
 
-Json ValueOf(const Difference::Value& value, Reach reach) {
+Json ValueOf(const Divergence::Value& value, Reach reach) {
     Json places = Json::array();
     for (const Place& place : First(value.places, kMostPlaces)) {
         places.push_back(place.card.empty() ? place.host : place.host + " " + place.card);
@@ -34,7 +34,7 @@ Json ValueOf(const Difference::Value& value, Reach reach) {
     return {{"value", value.text},
             {"count", value.count},
             {"places", places},
-            {"look", LookAtDifference(value, reach)}};
+            {"look", LookAtDivergence(value, reach)}};
 }
 
 Json SlowOf(const SlowCard& card, Reach reach) {
@@ -63,9 +63,9 @@ Json FleetData(const FleetReport& fleet, const Summary& summary) {
             {{"node", row.node}, {"verdict", row.verdict}, {"text", row.text}, {"look", row.look}});
     }
     Json differences = Json::array();
-    for (const Difference& difference : fleet.differences) {
+    for (const Divergence& difference : fleet.differences) {
         Json values = Json::array();
-        for (const Difference::Value& value : First(difference.values, kMostValues)) {
+        for (const Divergence::Value& value : First(difference.values, kMostValues)) {
             values.push_back(ValueOf(value, fleet.reach));
         }
         differences.push_back({{"item", difference.item},

@@ -57,7 +57,10 @@ Row RowOf(const FleetHost& host, const std::string& trouble, Reach reach) {
 
 Row Unheard(const Node& node, Reach reach) {
     const bool asked = node.notAsked.empty();
-    return {node.name, asked ? "lost" : "not_asked", asked ? node.trouble : node.notAsked,
+    const std::string why = !node.trouble.empty()   ? node.trouble
+                            : reach == Reach::slurm ? "no word of it"
+                                                    : "no stream of it was given";
+    return {node.name, asked ? "lost" : "not_asked", asked ? why : node.notAsked,
             reach == Reach::slurm ? "scontrol show node " + Quoted(node.name)
                                   : LookAt(node.name, "history", reach)};
 }
@@ -102,7 +105,7 @@ FleetReport ReportOf(const FleetSummary& fleet, const std::vector<Node>& asked, 
         return std::pair(PlaceOf(one.verdict), one.node) <
                std::pair(PlaceOf(other.verdict), other.node);
     });
-    report.differences = fleet.Differences();
+    report.differences = fleet.Divergences();
     report.slow = fleet.SlowCards();
     return report;
 }
@@ -122,7 +125,7 @@ std::string LookAtGroup(const Summary& summary, const FailureGroup& group, Reach
     return group.hosts.empty() ? "" : LookAt(summary.HostName(group.hosts.front()), "run", reach);
 }
 
-std::string LookAtDifference(const Difference::Value& value, Reach reach) {
+std::string LookAtDivergence(const Divergence::Value& value, Reach reach) {
     return value.places.empty() ? "" : LookAt(value.places.front().host, "cards", reach);
 }
 

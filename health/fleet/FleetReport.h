@@ -28,7 +28,7 @@ struct FleetReport {
     std::size_t nodes = 0;  // that were asked, or from which something came
     std::size_t healthy = 0;
     std::vector<Row> rows;  // of nodes that are not healthy
-    std::vector<Difference> differences;
+    std::vector<Divergence> differences;
     std::vector<SlowCard> slow;
 
     std::size_t Count(std::string_view verdict) const;
@@ -41,7 +41,7 @@ FleetReport ReportOf(const FleetSummary& fleet, const std::vector<Node>& asked, 
 // Commands that look closer.
 std::string LookAt(const std::string& node, const std::string& words, Reach reach);
 std::string LookAtGroup(const Summary& summary, const FailureGroup& group, Reach reach);
-std::string LookAtDifference(const Difference::Value& value, Reach reach);
+std::string LookAtDivergence(const Divergence::Value& value, Reach reach);
 std::string LookAtSlow(const SlowCard& card, Reach reach);
 
 }  // namespace zelhealth

@@ -184,14 +184,14 @@ void FleetSummary::Add(FleetHost host) {
     }
 }
 
-std::vector<Difference> FleetSummary::Differences() const {
+std::vector<Divergence> FleetSummary::Divergences() const {
     std::vector<std::string> names;
     std::vector<const std::vector<Trait>*> traits;
     for (const FleetHost& host : hosts_) {
         names.push_back(host.name);
         traits.push_back(&host.traits);
     }
-    return traits_.DifferencesOf(names, traits);
+    return traits_.DivergencesOf(names, traits);
 }
 
 }  // namespace zelhealth

@@ -33,7 +33,7 @@ public:
     void Close() override {}
 
     const std::vector<FleetHost>& Hosts() const { return hosts_; }
-    std::vector<Difference> Differences() const;
+    std::vector<Divergence> Divergences() const;
     std::vector<SlowCard> SlowCards() const { return slowness_.Find(); }
 
 private:

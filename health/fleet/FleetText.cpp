@@ -47,7 +47,7 @@ std::string NodesText(const FleetReport& fleet, std::size_t columns, bool colour
     return text + More(fleet.rows.size(), kMostRows, "more node");
 }
 
-std::string PlacesText(const Difference::Value& value) {
+std::string PlacesText(const Divergence::Value& value) {
     std::string text;
     for (std::size_t i = 0; i < std::min(value.places.size(), kMostPlaces); ++i) {
         const Place& place = value.places[i];
@@ -60,13 +60,13 @@ std::string PlacesText(const Difference::Value& value) {
 
 std::string DifferencesText(const FleetReport& fleet, std::size_t columns) {
     std::string text = fleet.differences.empty() ? "" : "\nwhat differs from most\n";
-    for (const Difference& difference : fleet.differences) {
+    for (const Divergence& difference : fleet.differences) {
         const char* const what = difference.ofCards ? "card" : "host";
         text +=
             fmt::format("  {}: {} on {} of {}\n", difference.item, difference.values.front().text,
                         difference.values.front().count, Plural(difference.count, what));
         for (std::size_t i = 1; i < difference.values.size(); ++i) {
-            const Difference::Value& value = difference.values[i];
+            const Divergence::Value& value = difference.values[i];
             if (i > kMostPlaces) {
                 text += More(difference.values.size(), i, "more value");
                 break;
@@ -75,7 +75,7 @@ std::string DifferencesText(const FleetReport& fleet, std::size_t columns) {
                 "    {}\n", Wrap(fmt::format("{} on {}: {}", value.text, Plural(value.count, what),
                                              PlacesText(value)),
                                  columns, kIndent));
-            text += fmt::format("    look {}\n", LookAtDifference(value, fleet.reach));
+            text += fmt::format("    look {}\n", LookAtDivergence(value, fleet.reach));
         }
     }
     return text;

@@ -14,7 +14,7 @@ struct Node {
     // Why nothing is expected of it: "drained: bad fan". Empty when an answer is.
     std::string notAsked;
 
-    // What is known when no answer comes, or only the beginning of one: "Slurm calls it down: Not responding".
+    // What is known beyond that when no answer comes, or only the beginning of one: "Slurm calls it down".
     std::string trouble;
 };
 

@@ -19,6 +19,11 @@ constexpr std::chrono::seconds kPatience{60};
 constexpr std::size_t kMostOutput = 64UL * 1024 * 1024;
 constexpr std::size_t kLongestReason = 200;
 
+// What each task does. srun would name the files by hosts, whose names may be others than those of the nodes.
+constexpr char kTask[] =
+    "if [ ! -d \"$1\" ]; then echo \"$SLURMD_NODENAME: there is no folder $1\" >&2; exit 3; fi; "
+    "at=$1/$SLURMD_NODENAME; shift; exec \"$@\" > \"$at.jsonl\" 2> \"$at.log\"";
+
 std::string FirstLine(const std::string& text) {
     return Printable(Bounded(text.substr(0, text.find('\n')), kLongestReason));
 }
@@ -77,7 +82,10 @@ Node NodeOf(const std::string& name, const std::string& state, const std::string
     static const std::unordered_set<std::string_view> takeSteps = {
         "idle", "mixed", "allocated", "completing", "planned", "reserved", "maint"};
     node.inStep = answers && takeSteps.contains(base);
-    node.trouble = node.inStep ? "no word of it" : fmt::format("Slurm calls it {}{}", state, why);
+    node.trouble = node.inStep
+                       ? ""
+                       : fmt::format("{}Slurm calls it {}{}",
+                                     answers ? "" : "its slurmd does not answer; ", state, why);
     return node;
 }
 
@@ -137,7 +145,7 @@ std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nod
                                      const std::string& nodeFile) {
     // A bad card's status ends neither the other tasks nor the step, nor does a node that fails.
     std::vector<std::string> command = {"srun",
-                                        "--job-name=zelhealth",
+                                        "--job-name=" + options.name,
                                         fmt::format("--nodes={}", nodes),
                                         fmt::format("--ntasks={}", nodes),
                                         "--ntasks-per-node=1",
@@ -145,9 +153,7 @@ std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nod
                                         "--kill-on-bad-exit=0",
                                         "--no-kill",
                                         "--wait=0",
-                                        "--input=none",
-                                        "--output=" + options.folder + "/%N.jsonl",
-                                        "--error=" + options.folder + "/%N.log"};
+                                        "--input=none"};
     if (!options.partition.empty()) {
         command.push_back("--partition=" + options.partition);
     }
@@ -155,9 +161,26 @@ std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nod
         command.push_back("--time=" + options.timeLimit);
     }
     command.insert(command.end(), options.srunOptions.begin(), options.srunOptions.end());
-    command.insert(command.end(), {options.program, "run", "--output", "-", "--quiet"});
+    command.insert(command.end(), {"sh", "-c", kTask, "zelhealth", options.folder, options.program,
+                                   "run", "--quiet", "--output", "-"});
     command.insert(command.end(), options.words.begin(), options.words.end());
     return command;
+}
+
+bool TerminateStep(const std::string& name, const Stop& stop) {
+    try {
+        for (const std::string& line :
+             LinesOf(Output({"squeue", "--steps", "--noheader", "--format=%i %j"}, stop))) {
+            const std::size_t blank = line.find(' ');
+            if (blank != std::string::npos && line.substr(blank + 1) == name) {
+                Output({"scancel", "--signal=TERM", line.substr(0, blank)}, stop);
+                return true;
+            }
+        }
+    } catch (const SlurmError&) {
+        // Whoever wants the step to end has stronger means.
+    }
+    return false;
 }
 
 void AddTroubles(const std::string& srunSaid, std::vector<Node>& nodes) {

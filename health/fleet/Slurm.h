@@ -30,6 +30,7 @@ std::vector<std::string> ExpandNodes(const std::string& list, const Stop& stop);
 std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop);
 
 struct StepOptions {
+    std::string name;  // of the step: no other's
     std::string partition;
     std::string timeLimit;                 // as srun takes it; empty for the partition's
     std::vector<std::string> srunOptions;  // as they are
@@ -41,6 +42,9 @@ struct StepOptions {
 // The command of a step with a task on each of so many nodes, whose names stand in the file.
 std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nodes,
                                      const std::string& nodeFile);
+
+// Asks the tasks of a step to end. False when there is none of that name yet, or Slurm does not answer.
+bool TerminateStep(const std::string& name, const Stop& stop);
 
 // What srun said of nodes, one line each: {"n3", "task 2: Killed"}.
 void AddTroubles(const std::string& srunSaid, std::vector<Node>& nodes);

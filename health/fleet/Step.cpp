@@ -154,16 +154,24 @@ bool AllSilent(const Follower& follower) {
                                            });
 }
 
-void Follow(Srun& srun, Follower& follower, Display& display, const Stop& stop) {
-    bool ended = false;
+void Follow(Srun& srun, const std::string& name, Follower& follower, Display& display,
+            const Stop& stop) {
+    std::optional<Clock::time_point> ended;
+    const Stop never;
     while (!srun.WaitFor(kLookMilliseconds)) {
         display.Ended(follower.Look(Clock::now()));
         display.Show(follower.Nodes());
         const bool wished = stop.Requested();
         if (!ended && (wished || AllSilent(follower))) {
-            ended = true;
+            ended = Clock::now();
             display.Say(wished ? "ending the step; once more, and it is killed"
                                : "the nodes that are not done are silent; ending the step");
+            // srun itself would kill the tasks, and leave cards in other modes than they were found.
+            if (!TerminateStep(name, never)) {
+                srun.End();
+            }
+        }
+        if (ended && Clock::now() - *ended > kGrace) {
             srun.End();
         }
         if (stop.Stronger() != nullptr && stop.Stronger()->Requested()) {
@@ -206,7 +214,7 @@ std::string RunStep(const StepOptions& options, std::vector<Node>& nodes, std::F
     Display display(out, quiet, names.size());
     const std::string file = WriteNodes(options.folder, names);
     Srun srun(StepCommand(options, names.size(), file));
-    Follow(srun, follower, display, stop);
+    Follow(srun, options.name, follower, display, stop);
     const ChildResult& result = srun.Result();
     if (result.end == ChildEnd::notStarted) {
         return "srun cannot be started: " + result.error;

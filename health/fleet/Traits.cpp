@@ -27,7 +27,7 @@ Trait Traits::Of(const std::string& item, const std::string& value, const std::s
             card.empty() ? Trait::kHost : cards_.NumberOf(card)};
 }
 
-std::vector<Difference> Traits::DifferencesOf(
+std::vector<Divergence> Traits::DivergencesOf(
     const std::vector<std::string>& hosts,
     const std::vector<const std::vector<Trait>*>& traits) const {
     // By item: how often each value is there.
@@ -37,7 +37,7 @@ std::vector<Difference> Traits::DifferencesOf(
             ++counts[trait.item][trait.value];
         }
     }
-    std::vector<Difference> differences;
+    std::vector<Divergence> differences;
     std::map<std::pair<std::uint16_t, std::uint16_t>, std::vector<Place>> places;
     std::map<std::uint16_t, std::vector<std::uint16_t>> orders;  // of the values, by item
     for (const auto& [item, values] : counts) {
@@ -60,14 +60,14 @@ std::vector<Difference> Traits::DifferencesOf(
         for (const Trait& trait : *traits[i]) {
             ofCards[trait.item] = trait.card != Trait::kHost;
             const auto wanted = places.find({trait.item, trait.value});
-            if (wanted != places.end() && wanted->second.size() < Difference::kMostPlaces) {
+            if (wanted != places.end() && wanted->second.size() < Divergence::kMostPlaces) {
                 wanted->second.push_back(
                     {hosts[i], trait.card == Trait::kHost ? "" : cards_[trait.card]});
             }
         }
     }
     for (const auto& [item, order] : orders) {
-        Difference difference{items_[item], ofCards[item], 0, {}};
+        Divergence difference{items_[item], ofCards[item], 0, {}};
         for (const std::uint16_t value : order) {
             const std::uint64_t count = counts[item][value];
             difference.count += count;

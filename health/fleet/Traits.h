@@ -38,7 +38,7 @@ struct Place {
 };
 
 // An item of which there are several values.
-struct Difference {
+struct Divergence {
     static constexpr std::size_t kMostPlaces = 1000;
 
     struct Value {
@@ -59,7 +59,7 @@ public:
     Trait Of(const std::string& item, const std::string& value, const std::string& card);
 
     // `hosts` are names, `traits` of each the traits.
-    std::vector<Difference> DifferencesOf(
+    std::vector<Divergence> DivergencesOf(
         const std::vector<std::string>& hosts,
         const std::vector<const std::vector<Trait>*>& traits) const;
 

@@ -32,7 +32,7 @@ const zelFleet = (fleet) => {
     return new Table("differences", [
       {title: "what", value: (row) => row.item, class: "text", cell: (row, unfold) => unfolder(row.item, unfold)},
       {title: "here", value: (row) => row.value, class: "text", cell: (row) => row.value},
-      {title: "on", value: (row) => row.count, class: "number", cell: (row) => `${number(row.count)} ${row.what}`},
+      {title: "on", value: (row) => row.count, class: "number", cell: (row) => `${number(row.count)} ${row.count === 1 ? row.what.slice(0, -1) : row.what}`},
       {title: "most have", value: (row) => row.most.value, class: "text",
         cell: (row) => `${row.most.value} (${number(row.most.count)} of ${number(row.all)})`},
       {title: "look closer", value: (row) => row.look, class: "text", cell: (row) => command(row.look)},

@@ -74,6 +74,8 @@ cluster_programs() {
 [ -n "\${SLURMD_NODENAME-}" ] || exec $(type -P zelhealth) "\$@"
 node=$cluster/nodes/\$SLURMD_NODENAME
 export ZELHEALTH_STATE_FOLDER="\$node/state" ZELHEALTH_CONFIGURATION_FOLDER="\$node/etc"
+# nsenter waits for its child, which gets a task's signal as well and has its own mind about it.
+trap '' TERM
 exec nsenter --target "\$(cat "\$node/host")" --mount --net --pid --wd="\$PWD" -- $(type -P zelhealth) "\$@"
 end
     chmod 755 "$cluster/bin/zelhealth"

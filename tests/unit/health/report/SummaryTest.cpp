@@ -9,6 +9,7 @@
 #include "report/PageText.h"
 #include "report/Records.h"
 #include "report/SummaryText.h"
+#include "report/Text.h"
 
 namespace zelhealth {
 namespace {
@@ -303,7 +304,7 @@ TEST(Page, IsAMatrixOfFewAndASummaryOfMany) {
         const Scratch scratch;
         Summary summary;
         const Problems problems;
-        Page page(scratch / "page.html", summary, problems);
+        Page page(scratch / "page.html", summary, problems, {});
         Runs runs({&summary, &page});
         for (std::size_t i = 0; i < hosts; ++i) {
             ReadRun(runs, "host" + std::to_string(i), "1", Tested("zel0", "vlw", "passed"),
