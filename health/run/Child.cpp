@@ -349,10 +349,20 @@ private:
         if (stage_ != Stage::running) {
             result_.end = why_;
         } else {
-            result_.end = WIFSIGNALED(status) ? ChildEnd::signalled : ChildEnd::exited;
+            result_.end = !WIFSIGNALED(status)          ? ChildEnd::exited
+                          : IsOneWish(WTERMSIG(status)) ? ChildEnd::stopped
+                                                        : ChildEnd::signalled;
         }
         result_.code = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
         stage_ = Stage::over;
+    }
+
+    // Schedulers and sessions tell all of their processes at once that they are to end. The child may have heard
+    // it first.
+    bool IsOneWish(int signal) const {
+        constexpr int kMilliseconds = 500;
+        return (signal == SIGTERM || signal == SIGINT || signal == SIGHUP) &&
+               stop_.WaitFor(kMilliseconds);
     }
 
     void Finish() {

@@ -48,7 +48,7 @@ enum class ChildEnd {
     exited,      // code is its exit status
     signalled,   // code is the signal that ended it, which was none of ours
     timedOut,    // ended by us, its deadline being over
-    stopped,     // ended by us, the stop being wished
+    stopped,     // ended by us, the stop being wished; or by who wished it, with all of a session
     givenUp,     // killed by us and not gone, for either reason; pid is what remains
     notStarted,  // code is errno, error says what
 };

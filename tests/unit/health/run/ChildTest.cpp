@@ -95,6 +95,24 @@ TEST(Child, TellsTheSignalThatEndedIt) {
     EXPECT_EQ(result.code, SIGSEGV);
 }
 
+// What a scheduler tells all processes of a job at once is a wish, and no crash.
+TEST(Child, HearsTheWishBeforeThisProcess) {
+    for (const char* const signal : {"TERM", "INT", "HUP"}) {
+        Stop stop;
+        std::thread wisher([&stop] {
+            std::this_thread::sleep_for(200ms);
+            stop.Request();
+        });
+        const ChildResult result = RunChild(Shell(std::string("kill -") + signal + " $$"), stop);
+        wisher.join();
+        EXPECT_EQ(result.end, ChildEnd::stopped) << signal;
+    }
+    EXPECT_EQ(RunShell("kill -TERM $$").end, ChildEnd::signalled);
+    Stop wished;
+    wished.Request();
+    EXPECT_EQ(RunChild(Shell("kill -SEGV $$; sleep 9"), wished).end, ChildEnd::stopped);
+}
+
 TEST(Child, SaysWhatCannotBeStarted) {
     ChildSpec spec;
     spec.command = {"/does/not/exist"};
