@@ -108,9 +108,6 @@ TEST(Child, HearsTheWishBeforeThisProcess) {
         EXPECT_EQ(result.end, ChildEnd::stopped) << signal;
     }
     EXPECT_EQ(RunShell("kill -TERM $$").end, ChildEnd::signalled);
-    Stop wished;
-    wished.Request();
-    EXPECT_EQ(RunChild(Shell("kill -SEGV $$; sleep 9"), wished).end, ChildEnd::stopped);
 }
 
 TEST(Child, SaysWhatCannotBeStarted) {
