@@ -52,8 +52,8 @@ health: companion
 	@build/bin/zelsim run --fleet build/bin/fleets/health.toml -- zelhealth run --plan standard; \
 	    status=$$?; [ $$status -eq 2 ] || { echo "zelhealth ended with $$status, not 2"; exit 1; }
 
-package: programs
-	@packaging/install-packages package
+package: companion
+	@packaging/install-packages health package
 	@cpack --config build/CPackConfig.cmake
 
 build:

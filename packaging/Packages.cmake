@@ -4,7 +4,7 @@
 # No package provides the vendor's libraries on every host, and a host may have them without a package:
 # nothing requires them.
 set(CPACK_GENERATOR DEB RPM)
-set(CPACK_COMPONENTS_ALL tool simulated_platform card_programs)
+set(CPACK_COMPONENTS_ALL ${packaged_components})
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_SOURCE_DIR}/CPackProject.cmake)
@@ -38,6 +38,13 @@ set(card_programs_description
 "ZelDiag uploads these programs to a card and starts them there: vector and
 cache workloads, and the card's halves of the DMA tests.")
 
+set(companion_summary "trusted verdicts about PCIe coprocessor cards")
+set(companion_description
+"zelhealth runs ZelDiag on all cards of a host, one child for each card and
+test, ends what hangs, takes cards back to the mode in which they were, and
+answers as monitoring plugins and schedulers' health checks do. It keeps a
+history, and makes reports of one host or of many.")
+
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
@@ -55,6 +62,9 @@ set(CPACK_DEBIAN_SIMULATED_PLATFORM_PACKAGE_DEPENDS
     "busybox-static, openssh-client, openssh-server, rpm")
 set(CPACK_DEBIAN_SIMULATED_PLATFORM_PACKAGE_RECOMMENDS ${simulated_platform_recommends})
 set(CPACK_DEBIAN_CARD_PROGRAMS_PACKAGE_ENHANCES ${tool_package})
+set(companion_recommends ${card_programs_package})
+set(CPACK_DEBIAN_COMPANION_PACKAGE_DEPENDS ${tool_package})
+set(CPACK_DEBIAN_COMPANION_PACKAGE_RECOMMENDS ${companion_recommends})
 set(configuration /etc/ssh/ssh_config.d/zeldiag.conf /etc/zeldiag/Settings.ini)
 list(JOIN configuration "\n" lines)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/conffiles "${lines}\n")
@@ -76,10 +86,12 @@ Suggests: ${simulated_platform_package}")
 set(CPACK_RPM_SIMULATED_PLATFORM_PACKAGE_REQUIRES
     "/bin/busybox, /usr/bin/rpmdb, /usr/bin/ssh-keygen, /usr/sbin/sshd
 Recommends: ${simulated_platform_recommends}")
+set(CPACK_RPM_COMPANION_PACKAGE_REQUIRES "${tool_package}
+Recommends: ${companion_recommends}")
 list(TRANSFORM configuration PREPEND "%config(noreplace) " OUTPUT_VARIABLE CPACK_RPM_TOOL_USER_FILELIST)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION /etc/ssh /etc/ssh/ssh_config.d
     /usr/share/bash-completion /usr/share/bash-completion/completions /usr/share/man /usr/share/man/man1
-    /usr/share/man/man7 /usr/share/man/man8 /usr/share/zsh /usr/share/zsh/site-functions)
+    /usr/share/man/man5 /usr/share/man/man7 /usr/share/man/man8 /usr/share/zsh /usr/share/zsh/site-functions)
 # The libraries in the tool's own folders are nobody else's.
 set(CPACK_RPM_SPEC_MORE_DEFINE
 "%global _build_id_links none
