@@ -11,7 +11,7 @@ namespace zelhealth {
 
 namespace {
 
-constexpr std::size_t kBlock = 256UL * 1024;
+constexpr std::size_t kBlock = 64UL * 1024;
 
 }  // namespace
 

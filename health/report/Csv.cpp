@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <initializer_list>
 
 #include "record/Fields.h"
@@ -14,10 +15,39 @@ constexpr std::string_view kTitles =
     "host,run,time,card,pcie,group,test,options,round,verdict,seconds,reason,messages,mend,"
     "waived\r\n";
 
+// What needs neither quotes nor a replacement, which most texts do not.
+bool IsPlain(char c) {
+    return static_cast<unsigned char>(c) >= ' ' && c != ',' && c != ';' && c != '"';
+}
+
+void AddField(std::string& row, std::string_view text) {
+    constexpr std::string_view kFormulas = "=+-@\t\r";
+    const bool formula = !text.empty() && kFormulas.find(text.front()) != std::string_view::npos;
+    const std::string_view mark = formula ? "'" : "";
+    if (std::all_of(text.begin(), text.end(), IsPlain)) {
+        row.append(mark).append(text);
+        return;
+    }
+    // Semicolons and tabs separate fields for programs that were told so by a person's language.
+    const bool quoted = text.find_first_of(",\"\r\n;\t") != std::string_view::npos;
+    const std::string_view quote = quoted ? "\"" : "";
+    row.append(quote).append(mark);
+    for (const char c : text) {
+        const bool control =
+            static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\r' && c != '\n';
+        row += control ? '?' : c;
+        if (c == '"') {
+            row += '"';
+        }
+    }
+    row.append(quote);
+}
+
 std::string Row(std::initializer_list<std::string_view> texts) {
     std::string row;
     for (const std::string_view text : texts) {
-        row += CsvField(text) + ",";
+        AddField(row, text);
+        row += ',';
     }
     row.back() = '\r';
     return row + "\n";
@@ -68,20 +98,9 @@ private:
 }  // namespace
 
 std::string CsvField(std::string_view text) {
-    constexpr std::string_view kFormulas = "=+-@\t\r";
-    const bool formula = !text.empty() && kFormulas.find(text.front()) != std::string_view::npos;
-    // Semicolons and tabs separate fields for programs that were told so by a person's language.
-    const bool quoted = text.find_first_of(",\"\r\n;\t") != std::string_view::npos;
-    std::string field = formula ? "'" : "";
-    for (const char c : text) {
-        const bool control =
-            (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\r' && c != '\n');
-        field += control ? '?' : c;
-        if (c == '"') {
-            field += '"';
-        }
-    }
-    return quoted ? "\"" + field + "\"" : field;
+    std::string field;
+    AddField(field, text);
+    return field;
 }
 
 Csv::Csv(const std::string& file) : file_(file) {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <optional>
 #include <pugixml.hpp>
 
@@ -247,6 +248,9 @@ private:
 
 std::string XmlText(std::string_view text) {
     constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+    if (std::all_of(text.begin(), text.end(), [](char c) { return c >= ' '; })) {
+        return std::string(text);
+    }
     std::string fit;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
