@@ -34,6 +34,10 @@ int Badness(std::string_view testVerdict) {
                             kVerdicts.begin());
 }
 
+std::string_view VerdictOfBadness(std::size_t badness) {
+    return kVerdicts.at(badness);
+}
+
 CardCells* Cells::CardOf(const Json& record) {
     const std::string name = ShortName(TextOf(record, "card"));
     auto place = std::find_if(cards_.begin(), cards_.end(), [&name](const CardCells& known) {

@@ -56,5 +56,6 @@ std::string_view KnownVerdict(const Json& testFinished);
 
 // How bad it is, to compare.
 int Badness(std::string_view testVerdict);
+std::string_view VerdictOfBadness(std::size_t badness);
 
 }  // namespace zelhealth

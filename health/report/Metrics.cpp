@@ -4,7 +4,11 @@
 
 #include <algorithm>
 #include <ctime>
+#include <iterator>
 #include <optional>
+
+#include "readers/Outcome.h"
+#include "report/CardSamples.h"
 
 namespace zelhealth {
 
@@ -24,6 +28,10 @@ std::optional<double> SecondsSince1970(const std::string& time) {
         return std::nullopt;
     }
     return static_cast<double>(timegm(&parts)) + fraction;
+}
+
+std::string HostLabel(const std::string& name) {
+    return "host=" + LabelValue(name);
 }
 
 class MetricsRun : public RunReader {
@@ -69,7 +77,7 @@ std::optional<std::uint32_t> Metrics::IndexOf(const std::string& test) {
     if (tests_.size() >= kMostTests) {
         return std::nullopt;
     }
-    tests_.push_back("test=" + LabelValue(test));
+    tests_.push_back(",test=" + LabelValue(test));
     return indices_.emplace(test, tests_.size() - 1).first->second;
 }
 
@@ -83,18 +91,31 @@ void Metrics::Add(const RunName& name, const RunEnd& end, const Cells& cells) {
     if (name.run < host.run) {
         return;
     }
-    host = {name.run, "host=" + LabelValue(hostName), end, {}};
+    std::vector<CardSamples> samples;
     for (const CardCells& card : cells.Cards()) {
-        const std::string labels = fmt::format("{},card={},pcie={}", host.labels,
-                                               LabelValue(card.card), LabelValue(card.pcie));
-        const bool healthy = end.Finished() && card.verdict == "healthy";
-        std::vector<Test> tests;
+        CardSamples& sample = samples.emplace_back();
+        sample.labels =
+            fmt::format(",card={},pcie={}", LabelValue(card.card), LabelValue(card.pcie));
+        sample.healthy = end.Finished() && card.verdict == "healthy";
+        sample.memoryBytes = card.memoryBytes;
         for (const auto& [test, cell] : card.tests) {
             if (const auto index = IndexOf(test)) {
-                tests.push_back({*index, cell.verdict, static_cast<float>(cell.seconds)});
+                const auto badness = static_cast<std::uint32_t>(Badness(cell.verdict));
+                sample.tests.push_back({*index, badness, cell.seconds});
             }
         }
-        host.cards.push_back({labels, healthy, card.memoryBytes, std::move(tests)});
+    }
+    host = {name.run,       SecondsSince1970(end.LastTime()), end.Seconds(), end.Status(),
+            end.Finished(), spool_.Add(Packed(samples))};
+}
+
+template <typename Function>
+void Metrics::ForEachCard(const Function& function) const {
+    for (const auto& [name, host] : hosts_) {
+        const std::string labels = HostLabel(name);
+        for (const CardSamples& card : Unpacked(spool_.Read(host.cards))) {
+            function(labels, card);
+        }
     }
 }
 
@@ -103,83 +124,78 @@ void Metrics::Family(std::string_view name, std::string_view help) {
         fmt::format("# HELP zelhealth_{} {}\n# TYPE zelhealth_{} gauge\n", name, help, name));
 }
 
-void Metrics::Sample(std::string_view name, std::string_view labels, double value) {
-    file_.Write(fmt::format("zelhealth_{}{{{}}} {:.15g}\n", name, labels, value));
+template <typename... Labels>
+void Metrics::Sample(std::string_view name, double value, const Labels&... labels) {
+    line_.assign("zelhealth_").append(name).append("{");
+    (line_.append(labels), ...);
+    fmt::format_to(std::back_inserter(line_), "}} {:.15g}\n", value);
+    file_.Write(line_);
 }
 
 void Metrics::WriteRuns() {
     Family("last_run_timestamp_seconds",
            "When the last record of the host's last run was written.");
     for (const auto& [name, host] : hosts_) {
-        if (const auto seconds = SecondsSince1970(host.end.LastTime())) {
-            Sample("last_run_timestamp_seconds", host.labels, *seconds);
+        if (host.time) {
+            Sample("last_run_timestamp_seconds", *host.time, HostLabel(name));
         }
     }
     Family("last_run_finished", "1 when the run came to its end, 0 when it was broken off.");
     for (const auto& [name, host] : hosts_) {
-        Sample("last_run_finished", host.labels, host.end.Finished() ? 1 : 0);
+        Sample("last_run_finished", host.finished ? 1 : 0, HostLabel(name));
     }
     Family("last_run_status",
            "The run's exit status, that of monitoring plugins; 3 when it was broken off.");
     for (const auto& [name, host] : hosts_) {
-        Sample("last_run_status", host.labels, host.end.Status());
+        Sample("last_run_status", host.status, HostLabel(name));
     }
     Family("last_run_verdict", "1 for the run's verdict, 0 for the others.");
     for (const auto& [name, host] : hosts_) {
+        const std::string_view own =
+            host.finished ? VerdictOf(static_cast<Status>(host.status)) : "broken_off";
         for (const char* const verdict :
              {"healthy", "degraded", "failed", "unknown", "broken_off"}) {
-            Sample("last_run_verdict", fmt::format("{},verdict=\"{}\"", host.labels, verdict),
-                   host.end.Verdict() == verdict ? 1 : 0);
+            Sample("last_run_verdict", own == verdict ? 1 : 0, HostLabel(name), ",verdict=\"",
+                   verdict, "\"");
         }
     }
     Family("last_run_duration_seconds", "How long the run took.");
     for (const auto& [name, host] : hosts_) {
-        if (host.end.Finished()) {
-            Sample("last_run_duration_seconds", host.labels, host.end.Seconds());
+        if (host.finished) {
+            Sample("last_run_duration_seconds", host.seconds, HostLabel(name));
         }
     }
 }
 
 void Metrics::WriteCards() {
     Family("card_healthy", "1 when the run came to its end and found the card healthy.");
-    for (const auto& [name, host] : hosts_) {
-        for (const Card& card : host.cards) {
-            Sample("card_healthy", card.labels, card.healthy ? 1 : 0);
-        }
-    }
+    ForEachCard([this](const std::string& host, const CardSamples& card) {
+        Sample("card_healthy", card.healthy ? 1 : 0, host, card.labels);
+    });
     Family("card_memory_bytes", "The card's memory, where it was told.");
-    for (const auto& [name, host] : hosts_) {
-        for (const Card& card : host.cards) {
-            if (card.memoryBytes > 0) {
-                Sample("card_memory_bytes", card.labels, card.memoryBytes);
-            }
+    ForEachCard([this](const std::string& host, const CardSamples& card) {
+        if (card.memoryBytes > 0) {
+            Sample("card_memory_bytes", card.memoryBytes, host, card.labels);
         }
-    }
+    });
 }
 
 void Metrics::WriteTests() {
     Family("test_verdict",
            "1, with the verdict of the test; the worst where it ran more than once.");
-    for (const auto& [name, host] : hosts_) {
-        for (const Card& card : host.cards) {
-            for (const Test& test : card.tests) {
-                Sample("test_verdict",
-                       fmt::format("{},{},verdict=\"{}\"", card.labels, tests_[test.name],
-                                   test.verdict),
-                       1);
-            }
+    ForEachCard([this](const std::string& host, const CardSamples& card) {
+        for (const TestSample& sample : card.tests) {
+            Sample("test_verdict", 1, host, card.labels, tests_[sample.test], ",verdict=\"",
+                   VerdictOfBadness(sample.badness), "\"");
         }
-    }
+    });
     Family("test_duration_seconds",
            "How long the test took; the longest where it ran more than once.");
-    for (const auto& [name, host] : hosts_) {
-        for (const Card& card : host.cards) {
-            for (const Test& test : card.tests) {
-                Sample("test_duration_seconds", card.labels + "," + tests_[test.name],
-                       test.seconds);
-            }
+    ForEachCard([this](const std::string& host, const CardSamples& card) {
+        for (const TestSample& sample : card.tests) {
+            Sample("test_duration_seconds", sample.seconds, host, card.labels, tests_[sample.test]);
         }
-    }
+    });
 }
 
 void Metrics::Close() {

@@ -13,6 +13,7 @@
 #include "report/Cells.h"
 #include "report/Output.h"
 #include "report/RunEnd.h"
+#include "report/Spool.h"
 
 namespace zelhealth {
 
@@ -27,38 +28,35 @@ public:
     void Add(const RunName& name, const RunEnd& end, const Cells& cells);
 
 private:
-    // Small, for there are a million of them in a fleet.
-    struct Test {
-        std::uint32_t name;  // its index in tests_
-        std::string_view verdict;
-        float seconds;
-    };
-
-    struct Card {
-        std::string labels;  // those of the host, too
-        bool healthy;
-        double memoryBytes;
-        std::vector<Test> tests;
-    };
-
+    // Small, for there are ten thousands of them; what is said of their cards waits in a file.
     struct Host {
         std::string run;
-        std::string labels;
-        RunEnd end;
-        std::vector<Card> cards;
+        std::optional<double> time;  // of the last record, in seconds since 1970
+        double seconds = 0;
+        int status = 0;
+        bool finished = false;
+        Spool::Place cards;
     };
 
     std::optional<std::uint32_t> IndexOf(const std::string& test);
     void WriteRuns();
     void WriteCards();
     void WriteTests();
+
+    // Calls with each host's labels and each of its cards.
+    template <typename Function>
+    void ForEachCard(const Function& function) const;
+
     void Family(std::string_view name, std::string_view help);
-    void Sample(std::string_view name, std::string_view labels, double value);
+    template <typename... Labels>
+    void Sample(std::string_view name, double value, const Labels&... labels);
 
     OutputFile file_;
     std::map<std::string, Host> hosts_;
+    Spool spool_;
     std::vector<std::string> tests_;  // as labels
     std::map<std::string, std::uint32_t> indices_;
+    std::string line_;
 };
 
 // A value between quotes.

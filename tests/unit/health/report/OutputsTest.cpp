@@ -1,6 +1,9 @@
 // What machines read of runs: as it stands in files.
 #include <gmock/gmock.h>
 
+#include <set>
+#include <sstream>
+
 #include "host/Scratch.h"
 #include "report/Csv.h"
 #include "report/JUnit.h"
@@ -214,6 +217,46 @@ TEST(Metrics, AreThoseOfTheLastRun) {
     EXPECT_THAT(text, HasSubstr("zelhealth_last_run_status{host=\"a\"} 2\n"));
     EXPECT_THAT(text, Not(HasSubstr("zelhealth_last_run_status{host=\"a\"} 0\n")));
     EXPECT_THAT(text, Not(HasSubstr("verdict=\"passed\"")));
+}
+
+// In whatever order hosts and their runs come.
+TEST(Metrics, AreThoseOfTheLastRunOfEachOfManyHosts) {
+    constexpr int kHosts = 500;
+    const Scratch scratch;
+    const auto write = [&scratch](const char* name, int step, bool earlierToo) {
+        Metrics metrics(scratch / name);
+        Runs runs({&metrics});
+        for (int i = 0; i < kHosts; ++i) {
+            const std::string host = "node" + std::to_string(i * step % kHosts);
+            const Json test =
+                Tested("zel0", "t" + std::to_string(i * step % kHosts % 50), "failed");
+            if (earlierToo && i % 2 == 0) {
+                ReadRun(runs, host, "20261101T000000Z-00000000", Tested("zel9", "old", "passed"),
+                        "healthy", 0);
+            }
+            ReadRun(runs, host, "20261102T000000Z-00000000", test, "failed", 2);
+            if (earlierToo && i % 2 == 1) {
+                ReadRun(runs, host, "20261101T000000Z-00000001", Tested("zel9", "old", "passed"),
+                        "healthy", 0);
+            }
+        }
+        metrics.Close();
+        return ReadText(scratch / name);
+    };
+    const std::string text = write("plain", 1, false);
+    EXPECT_EQ(write("mixed", 7, true), text);
+    std::istringstream lines(text);
+    std::set<std::string> known;
+    for (std::string line; std::getline(lines, line);) {
+        known.insert(line);
+    }
+    for (int i = 0; i < kHosts; ++i) {
+        const std::string labels = "{host=\"node" + std::to_string(i) +
+                                   "\",card=\"zel0\",pcie=\"0000:02:00.0\",test=\"pcie.t" +
+                                   std::to_string(i % 50) + "\"";
+        EXPECT_EQ(known.count("zelhealth_test_verdict" + labels + ",verdict=\"failed\"} 1"), 1U);
+        EXPECT_EQ(known.count("zelhealth_test_duration_seconds" + labels + "} 1.5"), 1U);
+    }
 }
 
 }  // namespace
