@@ -10,6 +10,7 @@
 #include "catalogue/Messages.h"
 #include "host/Printable.h"
 #include "readers/Colours.h"
+#include "readers/Outcome.h"
 #include "readers/Wrap.h"
 
 namespace zelhealth {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "readers/Outcome.h"
+
 namespace zelhealth {
 
 namespace {
@@ -15,14 +17,6 @@ constexpr double kLeastDrift = 0.1;
 constexpr double kLeastSeconds = 0.1;
 
 }  // namespace
-
-bool IsFailure(std::string_view verdict) {
-    return verdict == "failed" || verdict == "timed_out" || verdict == "crashed";
-}
-
-bool IsAnswer(std::string_view verdict) {
-    return verdict == "passed" || IsFailure(verdict);
-}
 
 void Trend::Add(const RunResult& result) {
     if (result.verdict == "unsupported") {

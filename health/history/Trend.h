@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <deque>
 #include <string>
-#include <string_view>
 
 #include "history/Series.h"
 #include "report/Durations.h"
@@ -95,9 +94,5 @@ private:
     std::deque<double> recent_;  // the last
     Series times_;
 };
-
-// Whether the test ran and gave an answer; whether the answer is bad.
-bool IsAnswer(std::string_view verdict);
-bool IsFailure(std::string_view verdict);
 
 }  // namespace zelhealth

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "readers/Outcome.h"
+
 namespace zelhealth {
 
 inline bool WantsColours(std::FILE* out) {
@@ -21,8 +23,10 @@ inline std::string Coloured(const std::string& word, std::string_view verdict, b
         return word;
     }
     const bool good = verdict == "healthy" || verdict == "passed" || verdict == "unsupported";
-    const bool bad = verdict == "failed" || verdict == "timed_out" || verdict == "crashed";
-    return std::string(good ? "\033[32m" : bad ? "\033[31m" : "\033[33m") + word + "\033[0m";
+    return std::string(good                 ? "\033[32m"
+                       : IsFailure(verdict) ? "\033[31m"
+                                            : "\033[33m") +
+           word + "\033[0m";
 }
 
 }  // namespace zelhealth

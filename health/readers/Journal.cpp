@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "host/Printable.h"
+#include "readers/Outcome.h"
 #include "record/Fields.h"
 
 namespace zelhealth {
@@ -30,8 +31,7 @@ int Priority(const std::string& verdict, bool waived) {
     if (verdict == "healthy") {
         return LOG_INFO;
     }
-    const bool bad = verdict == "failed" || verdict == "timed_out" || verdict == "crashed";
-    return bad && !waived ? LOG_ERR : LOG_WARNING;
+    return IsFailure(verdict) && !waived ? LOG_ERR : LOG_WARNING;
 }
 
 // What all entries have.
@@ -134,7 +134,7 @@ std::size_t JournalSender::Finish() {
 
 void Journal::TellTest(const Json& record) {
     const std::string& verdict = TextOf(record, "verdict");
-    if (verdict != "failed" && verdict != "timed_out" && verdict != "crashed") {
+    if (!IsFailure(verdict)) {
         return;
     }
     const std::string& card = TextOf(record, "card");

@@ -38,12 +38,20 @@ std::string_view VerdictOf(Status status) {
     return "unknown";
 }
 
+bool IsFailure(std::string_view testVerdict) {
+    return testVerdict == "failed" || testVerdict == "timed_out" || testVerdict == "crashed";
+}
+
+bool IsAnswer(std::string_view testVerdict) {
+    return testVerdict == "passed" || IsFailure(testVerdict);
+}
+
 Status StatusOfTest(const Json& testFinished) {
     const std::string verdict = testFinished.value("verdict", "");
     if (verdict == "passed" || verdict == "unsupported") {
         return Status::ok;
     }
-    if (verdict == "failed" || verdict == "timed_out" || verdict == "crashed") {
+    if (IsFailure(verdict)) {
         return testFinished.contains("waived") ? Status::warning : Status::critical;
     }
     if (verdict == "skipped" || verdict == "not_run") {

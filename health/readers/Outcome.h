@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "record/Record.h"
 
@@ -20,6 +21,10 @@ Status Worse(Status one, Status other);
 
 // "healthy", "degraded", "failed", "unknown"
 std::string_view VerdictOf(Status status);
+
+// Whether a test with this verdict has found something bad, and whether it ran and gave an answer at all.
+bool IsFailure(std::string_view testVerdict);
+bool IsAnswer(std::string_view testVerdict);
 
 // What a record of a test says about the run.
 Status StatusOfTest(const Json& testFinished);

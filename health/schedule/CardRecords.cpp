@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "inventory/Field.h"
+#include "readers/Outcome.h"
 
 namespace zelhealth {
 
@@ -31,8 +32,7 @@ Json KnownFacts(const nlohmann::json& facts) {
 }  // namespace
 
 bool IsFailure(Verdict verdict) {
-    return verdict == Verdict::failed || verdict == Verdict::timedOut ||
-           verdict == Verdict::crashed;
+    return IsFailure(NameOf(verdict));
 }
 
 void CardRecords::WriteStarted(std::size_t tests, double expectedSeconds) {

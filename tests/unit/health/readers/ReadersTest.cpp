@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "catalogue/Messages.h"
+#include "catalogue/Verdicts.h"
 #include "readers/LiveView.h"
 #include "readers/Outcome.h"
 #include "readers/PluginLine.h"
@@ -82,6 +83,25 @@ TEST(Outcome, IsTheWorstInTheOrderOfMonitors) {
     EXPECT_EQ(Worse(Status::critical, Status::unknown), Status::critical);
     EXPECT_EQ(Worse(Status::warning, Status::unknown), Status::unknown);
     EXPECT_EQ(Worse(Status::ok, Status::warning), Status::warning);
+}
+
+// What is a failure is said once in the catalogue and once in the code.
+TEST(Outcome, TakesForFailuresWhatTheCatalogueDoes) {
+    int failures = 0;
+    for (const VerdictRow& row : Verdicts::BuiltIn().All()) {
+        if (row.of != "test") {
+            continue;
+        }
+        EXPECT_EQ(IsFailure(row.name), row.status == 2) << row.name;
+        EXPECT_EQ(IsAnswer(row.name), row.status == 2 || row.name == "passed") << row.name;
+        EXPECT_EQ(static_cast<int>(StatusOfTest(TestFinished(0, "vlw", row.name))), row.status)
+            << row.name;
+        failures += IsFailure(row.name) ? 1 : 0;
+    }
+    EXPECT_EQ(failures, 3);
+    EXPECT_FALSE(IsFailure("fail"));
+    EXPECT_FALSE(IsFailure(""));
+    EXPECT_FALSE(IsAnswer(""));
 }
 
 TEST(Outcome, OfEachVerdict) {
