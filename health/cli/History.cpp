@@ -52,12 +52,25 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// "2026-11-21"; not "2026-02-31", which no run can have begun on or behind.
+bool IsDay(const std::string& text) {
+    static const std::regex form("([0-9]{4})-([0-9]{2})-([0-9]{2})");
+    std::smatch parts;
+    if (!std::regex_match(text, parts, form)) {
+        return false;
+    }
+    const auto number = [&parts](int part) { return std::stoi(parts[part]); };
+    return std::chrono::year_month_day(std::chrono::year(number(1)),
+                                       std::chrono::month(static_cast<unsigned>(number(2))),
+                                       std::chrono::day(static_cast<unsigned>(number(3))))
+        .ok();
+}
+
 // "30d" before now, or a day, as times stand in the history.
 std::string SinceTime(const std::string& text, system_clock::time_point now) {
     static const std::regex span("([0-9]{1,5})(m|h|d|w)");
-    static const std::regex day("[0-9]{4}-(0[1-9]|1[0-2])-(0[1-9]|[12][0-9]|3[01])");
     std::smatch parts;
-    if (std::regex_match(text, day)) {
+    if (IsDay(text)) {
         return text;
     }
     if (!std::regex_match(text, parts, span)) {
@@ -159,6 +172,14 @@ void ExpectSomething(const History& history, const Options& options) {
     }
 }
 
+// A page in its place would be the end of the history.
+void ExpectAnotherFile(const Options& options) {
+    const HistoryFile file(Folders::FromEnvironment().state / kHistoryFile);
+    if (const std::string clash = file.Clash({options.html.value_or("-")}); !clash.empty()) {
+        throw NoAnswer(clash);
+    }
+}
+
 void WritePage(const std::string& name, const History& history) {
     Json data = HistoryJson(history);
     data["made"] = UtcText(system_clock::now());
@@ -170,6 +191,7 @@ void WritePage(const std::string& name, const History& history) {
 
 int Show(const Options& options) {
     try {
+        ExpectAnotherFile(options);
         const History history = Ask(QueryOf(options));
         ExpectSomething(history, options);
         if (options.html) {

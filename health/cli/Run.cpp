@@ -15,6 +15,7 @@
 #include "cli/Host.h"
 #include "cli/RunOptions.h"
 #include "cli/RunReaders.h"
+#include "history/HistoryFile.h"
 #include "host/Print.h"
 #include "readers/Colours.h"
 #include "readers/Lines.h"
@@ -70,6 +71,10 @@ void ExpectNoClash(const RunOptions& options) {
     if (const std::string clash = Clash(names, {}); !clash.empty()) {
         throw Unanswerable(clash);
     }
+    const HistoryFile history(Folders::FromEnvironment().state / kHistoryFile);
+    if (const std::string clash = history.Clash(names); !clash.empty()) {
+        throw Unanswerable(clash);
+    }
 }
 
 // Runs with the readers that the stream is to have too, and gives the status.
@@ -80,7 +85,7 @@ int RunWith(const RunOptions& options, const Configuration& configuration,
     ExpectNoClash(options);
     const std::unique_ptr<Stream> stream = OpenStream(options);
     OwnReports reports(options.told.reports);
-    Keepers keepers(configuration, tell);
+    Keepers keepers(configuration, tell, settings.patience, Interrupted());
     Outcome outcome;
     std::vector<RecordReader*> all = {&outcome};
     if (stream) {
@@ -202,7 +207,8 @@ int Check(const RunOptions& onlyTold) {
     const auto tell = [&line](const std::string& error) { line.Add(Status::unknown, error); };
     int status = RunWith(
         options, configuration, readers, [] {}, tell);
-    if (const std::string error = stored.Store(); !error.empty()) {
+    // What came to no answer behind its last record is none for later questions.
+    if (const std::string error = status == kUnknown ? "" : stored.Store(); !error.empty()) {
         line.Add(Status::unknown, error);
         status = Worse(static_cast<ExitStatus>(status), kUnknown);
     }

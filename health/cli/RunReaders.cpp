@@ -1,5 +1,6 @@
 #include "cli/RunReaders.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "cli/Host.h"
@@ -20,8 +21,9 @@ int OwnReports::Close(int status) {
     return reports_.Close() ? status : Worse(static_cast<ExitStatus>(status), kUnknown);
 }
 
-Keepers::Keepers(const Configuration& configuration, std::function<void(const std::string&)> tell)
-    : tell_(std::move(tell)) {
+Keepers::Keepers(const Configuration& configuration, std::function<void(const std::string&)> tell,
+                 std::chrono::milliseconds patience, const Stop& stop)
+    : tell_(std::move(tell)), patience_(std::max(patience, kHistoryPatience)), stop_(stop) {
     if (configuration.storesHistory) {
         history_.emplace(Folders::FromEnvironment().state / kHistoryFile, configuration.history,
                          Complain);
@@ -38,6 +40,18 @@ void Keepers::AddTo(std::vector<RecordReader*>& readers) {
     if (journal_) {
         readers.push_back(&*journal_);
     }
+}
+
+bool Keepers::Failed() {
+    if (!history_) {
+        return false;
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    history_->CatchUp(patience_, stop_);
+    const auto waited =
+        std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
+    patience_ -= std::min(patience_, waited);
+    return history_->Error().has_value();
 }
 
 int Keepers::Close(int status) {

@@ -4,6 +4,7 @@
 #include <SQLiteCpp/Transaction.h>
 
 #include <algorithm>
+#include <cctype>
 
 #include "report/Cells.h"
 
@@ -55,6 +56,14 @@ void AddRun(CardHistory& card, const std::string& verdict) {
     }
 }
 
+// The digits of a uuid are written large by some programs.
+bool IsSameUuid(const std::string& one, const std::string& other) {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(), [](char a, char b) {
+        return std::tolower(static_cast<unsigned char>(a)) ==
+               std::tolower(static_cast<unsigned char>(b));
+    });
+}
+
 void AskCards(SQLite::Database& database, const HistoryQuery& query, History& history) {
     SQLite::Statement rows(
         database,
@@ -79,7 +88,8 @@ void AskCards(SQLite::Database& database, const HistoryQuery& query, History& hi
     }
     if (query.card) {
         std::erase_if(history.cards, [&query](const CardHistory& card) {
-            return card.name != *query.card && card.pcie != *query.card && card.uuid != *query.card;
+            return card.name != *query.card && card.pcie != *query.card &&
+                   !IsSameUuid(card.uuid, *query.card);
         });
     }
 }

@@ -1,16 +1,20 @@
-// Stores each run in the history as it happens: a run that is killed leaves what it had told until then.
+// Stores each run in the history as it happens: a run that is killed leaves what it had told until then. What cannot
+// be stored is tried again.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "history/HistoryFile.h"
-#include "history/Retention.h"
+#include "history/HistoryLimits.h"
 #include "history/Tables.h"
 #include "record/Record.h"
+#include "run/Stop.h"
 
 namespace zelhealth {
 
@@ -22,29 +26,45 @@ public:
 
     void Read(const Json& record) override;
 
-    // What kept any record from being stored; null when nothing did. The run goes on without a history.
-    const std::optional<std::string>& Error() const { return error_; }
+    // Makes room, and stores what could not be stored until now. Waits as long as another program has the file
+    // locked, until `patience` is over or somebody wishes to end.
+    void CatchUp(std::chrono::milliseconds patience, const Stop& stop);
 
-    // After the last record: takes out what is too old.
+    // What keeps records from being stored, now or for good; null when nothing does. The run goes on without a
+    // history.
+    std::optional<std::string> Error() const;
+
+    // After the last record: takes out what is too old, and looks for damage.
     void Close();
 
 private:
-    // More than any plan has; what comes behind them cannot be stored a second time.
-    static constexpr std::size_t kMostRecords = 50000;
+    using Clock = std::chrono::steady_clock;
 
-    void Write(const Json& record);
-    void Begin();
+    struct Failure {
+        std::string text;
+        bool isLock = false;  // of another program, which goes by itself
+    };
+
+    Json Numbered(const Json& record);
+    void Begin(SQLite::Database& database);
+    void Store(const Json& record, std::chrono::milliseconds patience);
+    bool HoldsAll() const;
+    void LookAfterFile();
+    void SetAside(const std::string& damage);
     template <typename Action>
     void Try(const Action& action);
-    void BeginAnew(const std::string& damage);
-    void Fail(const std::string& why);
+    void Fail(const std::string& why, bool isLock);
 
     HistoryFile file_;
     HistoryLimits limits_;
     std::function<void(const std::string&)> tell_;
-    std::vector<Json> records_;  // of the run, to be stored again where a new file begins
-    std::optional<Tables> tables_;
-    std::optional<std::string> error_;
+    std::vector<Json>
+        records_;  // of the run, to be stored again where the file was not to be had, or is new
+    std::map<Json, int> numbers_;   // how often each test was done on each card
+    std::optional<Tables> tables_;  // null where not all has been stored
+    std::optional<Failure> failure_;
+    Clock::time_point nextTry_;
+    std::size_t lost_ = 0;  // records that came when no more could be kept
 };
 
 }  // namespace zelhealth

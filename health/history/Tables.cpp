@@ -43,9 +43,12 @@ std::string FirstReason(const Json& record) {
 }  // namespace
 
 Tables::Tables(SQLite::Database& database, const Json& runStarted)
-    : database_(database), result_(database, "INSERT INTO result VALUES (?, ?, ?, ?, ?, ?, ?, ?)") {
+    : database_(database),
+      result_(database, "INSERT OR IGNORE INTO result VALUES (?, ?, ?, ?, ?, ?, ?, ?)") {
     SQLite::Statement insert(
-        database_, "INSERT INTO run (host, run, plan, began) VALUES (?, ?, ?, ?) RETURNING id");
+        database_,
+        "INSERT INTO run (host, run, plan, began) VALUES (?, ?, ?, ?)"
+        " ON CONFLICT (host, run) DO UPDATE SET plan = excluded.plan RETURNING id");
     int place = 0;
     for (const char* const field : {"host", "run", "plan", "time"}) {
         insert.bind(++place, TextOf(runStarted, field));
@@ -105,7 +108,7 @@ void Tables::WriteTest(const Json& record) {
     result_.bind(++place, run_);
     result_.bind(++place, card);
     result_.bind(++place, test);
-    result_.bind(++place, ++times_[{card, test}]);
+    result_.bind(++place, static_cast<int>(NumberOf(record, "number")));
     result_.bind(++place, verdict);
     result_.bind(++place, NumberOf(record, "seconds"));
     if (++place; !seen.empty()) {

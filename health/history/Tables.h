@@ -16,11 +16,12 @@ namespace zelhealth {
 
 class Tables {
 public:
-    // The run whose first record this is.
+    // The run whose first record this is; its row is made where there is none.
     Tables(SQLite::Database& database, const Json& runStarted);
 
-    // Any other record of it. Each is on its own: what was stored before stays when the next cannot be. Throws
-    // SQLite::Exception.
+    // Any other record of it, or the same once more, which changes nothing. That of a test has a `number`, which
+    // counts what the run does more than once. Each is on its own: what was stored before stays when the next
+    // cannot be. Throws SQLite::Exception.
     void Write(const Json& record);
 
     SQLite::Database& Database() { return database_; }
@@ -41,7 +42,6 @@ private:
     Id run_ = 0;
     std::map<std::string, Id, std::less<>> cards_;             // by "zel0"
     std::map<std::pair<std::string, std::string>, Id> tests_;  // by name and options
-    std::map<std::pair<Id, Id>, int> times_;                   // that a test ran on a card
     SQLite::Statement result_;
 };
 

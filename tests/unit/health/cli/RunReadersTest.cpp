@@ -30,8 +30,9 @@ protected:
 
     // A run to its end; gives the status that is left of `status`.
     int Run(bool storesHistory, int status, const std::string& meanwhile = "") {
-        Keepers keepers(Told(storesHistory),
-                        [this](const std::string& text) { told.push_back(text); });
+        Keepers keepers(
+            Told(storesHistory), [this](const std::string& text) { told.push_back(text); },
+            std::chrono::milliseconds(0), stop);
         std::vector<RecordReader*> readers;
         keepers.AddTo(readers);
         for (const Json& fields : {RunStarted(), CardStarted("zel0"), RunFinished(0)}) {
@@ -46,6 +47,7 @@ protected:
         return keepers.Close(status);
     }
 
+    Stop stop;
     Scratch scratch;
     std::filesystem::path file = scratch.Path() / "history.db";
     std::vector<std::string> told;

@@ -5,8 +5,10 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <thread>
 
 #include "history/History.h"
+#include "history/Retention.h"
 #include "history/Schema.h"
 #include "host/Scratch.h"
 #include "report/Records.h"
@@ -57,6 +59,19 @@ protected:
     History Ask(const std::string& since = "") {
         HistoryFile history(file);
         return AskHistory(history.Open(HistoryAccess::read), {since, {}, {}});
+    }
+
+    // Breaks a page that no run looks into which only adds its own rows.
+    void BreakOldestResults() {
+        SQLite::Database(file.string(), SQLite::OPEN_READWRITE)
+            .exec("PRAGMA wal_checkpoint(TRUNCATE)");
+        const auto oldest = Number(
+            "SELECT pageno FROM dbstat WHERE name = 'result' AND pagetype = 'leaf'"
+            " ORDER BY path LIMIT 1");
+        constexpr std::streamoff kPage = 4096;
+        std::fstream broken(file, std::ios::in | std::ios::out | std::ios::binary);
+        broken.seekp((oldest - 1) * kPage);
+        broken << std::string(kPage, '\xff');
     }
 
     std::int64_t Number(const std::string& query) {
@@ -250,16 +265,7 @@ TEST_F(HistoryTest, StoresTheRunAgainWhereRetentionFindsTheDamage) {
         Run("r" + std::to_string(i), Tested("zel0", "vlw", "failed", std::string(900, 'x')),
             "failed", "2026-11-01T00:00:00.000Z");
     }
-    SQLite::Database(file.string(), SQLite::OPEN_READWRITE).exec("PRAGMA wal_checkpoint(TRUNCATE)");
-    const auto oldest = Number(
-        "SELECT pageno FROM dbstat WHERE name = 'result' AND pagetype = 'leaf'"
-        " ORDER BY path LIMIT 1");
-    {
-        std::fstream broken(file, std::ios::in | std::ios::out | std::ios::binary);
-        constexpr std::streamoff kPage = 4096;
-        broken.seekp((oldest - 1) * kPage);
-        broken << std::string(kPage, '\xff');
-    }
+    BreakOldestResults();
     HistoryWriter writer = Writer({std::chrono::days(1), 1UL << 40});
     Read(writer, "last", Tested("zel0", "vlw", "failed", "x"), "failed", "2026-11-21");
     EXPECT_THAT(told, IsEmpty()) << "the run itself does not meet the damage";
@@ -271,12 +277,150 @@ TEST_F(HistoryTest, StoresTheRunAgainWhereRetentionFindsTheDamage) {
     EXPECT_EQ(Ask().tests[0].trend.Failed(), 1U);
 }
 
+constexpr HistoryLimits kForGood{std::chrono::days(36500), 1UL << 40};
+
+// The first run of a day that takes as long as that looks through the whole file.
+TEST_F(HistoryTest, IsLookedThroughOnceADay) {
+    for (int i = 0; i < 120; ++i) {
+        Run("r" + std::to_string(i), Tested("zel0", "vlw", "failed", std::string(900, 'x')),
+            "failed", "2026-11-01T00:00:00.000Z");
+    }
+    Run("of today", Tested("zel0", "vlw", "passed"), "healthy", "2026-11-21T01:00:00.000Z");
+    BreakOldestResults();
+    const auto run = [this](const std::string& name, const std::string& time, double seconds) {
+        HistoryWriter writer = Writer(kForGood);
+        Read(writer, name, Tested("zel0", "vlw", "passed"), "", time, false);
+        Json end = RunFinished(0);
+        end["seconds"] = seconds;
+        writer.Read(Of(name, end, time));
+        writer.Close();
+        EXPECT_EQ(writer.Error(), std::nullopt);
+    };
+    run("also of today", "2026-11-21T02:00:00.000Z", 7.5);
+    EXPECT_THAT(told, IsEmpty());
+    run("too short", "2026-11-22T02:00:00.000Z", 0.001);
+    EXPECT_THAT(told, IsEmpty());
+    run("of the next day", "2026-11-22T03:00:00.000Z", 7.5);
+    ASSERT_THAT(told, SizeIs(1));
+    EXPECT_THAT(told[0], HasSubstr(": database disk image is malformed; it is set aside as "));
+    const History history = Ask();
+    EXPECT_EQ(history.runs, 1U);
+    EXPECT_EQ(history.notEnded, 0U);
+    EXPECT_EQ(history.lastTime, "2026-11-22T03:00:00.000Z");
+}
+
+// --- what cannot be stored at once
+
+class LockedTest : public HistoryTest {
+protected:
+    // The whole of a run up to its second test, behind which another program takes the file for itself.
+    void BeginLocked(HistoryWriter& writer) {
+        Read(writer, "r1", Tested("zel0", "vlw", "passed"), "", "2026-11-21", false);
+        other.emplace(file.string(), SQLite::OPEN_READWRITE);
+        other->exec("BEGIN IMMEDIATE");
+        writer.Read(Of("r1", Tested("zel0", "vlw", "failed", "x"), "2026-11-21"));
+        EXPECT_TRUE(writer.Error());
+    }
+
+    Stop stop;
+    std::optional<SQLite::Database> other;
+};
+
+TEST_F(LockedTest, StoresAllOfItWhenTheLockIsGone) {
+    HistoryWriter writer = Writer();
+    BeginLocked(writer);
+    // The run's tests wait no more than once.
+    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < 20; ++i) {
+        writer.Read(Of("r1", Tested("zel0", "vls", "passed"), "2026-11-21"));
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    writer.CatchUp(std::chrono::milliseconds(0), stop);
+    ASSERT_TRUE(writer.Error());
+    EXPECT_EQ(*writer.Error(), file.string() +
+                                   ": database is locked; another program holds it, which fuser " +
+                                   file.string() + " names: end that, and run again");
+    Stop wish;
+    wish.Request();
+    writer.CatchUp(std::chrono::milliseconds(300), wish);
+    EXPECT_TRUE(writer.Error()) << "who wishes to end waits no longer";
+    std::thread ending([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+        other.reset();
+    });
+    writer.CatchUp(std::chrono::seconds(30), stop);
+    ending.join();
+    EXPECT_EQ(writer.Error(), std::nullopt);
+    writer.Read(Of("r1", CardFinished("zel0", "failed"), "2026-11-21"));
+    writer.Read(Of("r1", RunFinished(2), "2026-11-21"));
+    writer.Close();
+    EXPECT_EQ(writer.Error(), std::nullopt);
+    EXPECT_THAT(told, IsEmpty());
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM run WHERE ended IS NOT NULL"), 1);
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM card"), 1);
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM result"), 22) << "each once";
+    EXPECT_EQ(Number("SELECT MAX(number) FROM result"), 20);
+}
+
+TEST_F(LockedTest, TellsHowManyRecordsCouldNotBeKept) {
+    HistoryWriter writer = Writer({std::chrono::days(36500), 1UL << 40, 5});
+    BeginLocked(writer);
+    for (int i = 0; i < 4; ++i) {
+        writer.Read(Of("r1", Tested("zel0", "vls", "passed"), "2026-11-21"));
+    }
+    other.reset();
+    writer.CatchUp(std::chrono::milliseconds(0), stop);
+    ASSERT_TRUE(writer.Error());
+    EXPECT_THAT(*writer.Error(), HasSubstr(": could not be written for so long that 3 records of "
+                                           "the run are not in it"));
+    writer.Close();
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM result"), 3);
+}
+
+// A file that is new holds each record once: those that are kept, and the one that found it new.
+TEST_F(HistoryTest, StoresNoRecordTwice) {
+    for (const int beyond : {-1, 0, 1, 2}) {
+        SCOPED_TRACE(beyond);
+        std::filesystem::remove_all(file.parent_path());
+        HistoryWriter writer = Writer({std::chrono::days(36500), 1UL << 40, 5});
+        Read(writer, "r1", Tested("zel0", "vlw", "passed"), "", "2026-11-21", false);
+        for (int i = 0; i < 1 + beyond; ++i) {
+            writer.Read(Of("r1", Tested("zel0", "vlw", "passed"), "2026-11-21"));
+        }
+        HistoryFile other(file);
+        other.Open(HistoryAccess::write);
+        EXPECT_FALSE(other.SetAside().empty());
+        for (int i = 0; i < 2; ++i) {
+            writer.Read(Of("r1", Tested("zel0", "vlw", "failed", "x"), "2026-11-21"));
+        }
+        EXPECT_EQ(writer.Error(), std::nullopt);
+        EXPECT_EQ(Number("SELECT COUNT(*) FROM result WHERE verdict = 'failed'"), 2);
+        EXPECT_EQ(Number("SELECT COUNT(*) FROM result WHERE verdict = 'passed'"),
+                  std::min(2 + beyond, 3));
+    }
+}
+
 TEST_F(HistoryTest, IsNotBegunAnewWithoutAWordWhereItsFileIsEmpty) {
     Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
     std::ofstream(file, std::ios::trunc).close();
     Run("r2", Tested("zel0", "vlw", "passed"), "healthy");
     ASSERT_THAT(told, SizeIs(1));
     EXPECT_THAT(told[0], HasSubstr("the file is empty; it is set aside as "));
+    EXPECT_EQ(Ask().runs, 1U);
+}
+
+// What is told to be there is there.
+TEST_F(HistoryTest, IsSetAsideWhereOnlyItsLogIsLeft) {
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file.string() + "-wal") << "what was written last";
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
+    ASSERT_THAT(told, SizeIs(1));
+    const std::string before =
+        file.string() + ": the file is gone, and only its log is left; it is set aside as ";
+    ASSERT_THAT(told[0], ::testing::StartsWith(before));
+    const std::string aside =
+        told[0].substr(before.size(), told[0].find(", and a new") - before.size());
+    EXPECT_EQ(ReadText(aside), "what was written last") << aside;
     EXPECT_EQ(Ask().runs, 1U);
 }
 
