@@ -6,16 +6,19 @@
 #                               device and whose processes end with it; the cluster's folder is $cluster from here
 #   cluster_start 8 [LINE...]   eight nodes, n1 to n8, each with two healthy cards, all idle when it returns; the
 #                               lines go into slurm.conf. From here srun, scontrol and sinfo reach the cluster
-#   give_cards n3 [LINE...]     node n3 gets the cards of this fleet file (see zelsim(1)) instead; without one, healthy ones
+#   give_cards n3 [LINE...]     node n3 gets the cards of this fleet file (see zelsim(1)) instead; without lines,
+#                               healthy ones
 #   on_node n3 COMMAND...       what n3 would run: inside the host that holds its cards
-#   cluster_wait n3 PATTERN     until the state of n3, such as "idle" or "drained", is like the pattern: 30 seconds at most
+#   cluster_wait n3 PATTERN     until the state of n3, such as "idle" or "drained", is like the pattern: 30 seconds
+#                               at most
 #   cluster_reason n3           why it is drained
 #   cluster_end                 is called when the test ends, however it does
 #
 # Programs that Slurm runs on a node (health check, prolog, epilog, the tasks of a job) find the zelhealth of
 # $cluster/bin, which enters the node's host by SLURMD_NODENAME. Its configuration is $cluster/nodes/NODE/etc, and what
 # it stores is in $cluster/nodes/NODE/state. Files outside of /etc, /run and /var are the same on all nodes and in the
-# test, so `srun --output=$PWD/%N.jsonl zelhealth run --output -` leaves its streams where the test finds them.
+# test, so `srun --output=$PWD/%t.jsonl zelhealth run --output -` leaves its streams where the test finds
+# them; %N would be the name of the machine on all nodes.
 #
 # Slurm's programs on nodes do not inherit PATH: settings name zelhealth as $cluster/bin/zelhealth.
 
