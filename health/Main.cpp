@@ -18,10 +18,14 @@
 #include "cli/Report.h"
 #include "cli/Run.h"
 #include "cli/Usage.h"
+#include "run/Reserve.h"
 
 namespace zelhealth {
 
 namespace {
+
+// In front of what libraries make before the main function begins.
+[[gnu::init_priority(101)]] const Reserve reserve;
 
 // A standard stream that is closed leaves its number to the next file that is opened: a report would go
 // into the stream of records, or a complaint into the note of a card's mode. What is opened for reading

@@ -19,6 +19,10 @@ ExitStatus Tell(const Restoration& restoration) {
         Complain(restoration.text);
         return kCritical;
     }
+    if (restoration.end == Restoration::End::noteStays) {
+        Complain(restoration.text);
+        return kUnknown;
+    }
     std::cout << Printable(restoration.text) << '\n';
     return kGood;
 }

@@ -84,15 +84,22 @@ EnterResult ModeKeeper::Enter(const std::string& card, const std::string& wanted
                         .run = ReadProcess(getpid()).value_or(Process{}).command};
     if (std::string fault = files_.Write(note); !fault.empty())
         return NotEntered(found, fault, CardReply::Kind::setup);
-    const MoveResult move = MoveCard(access_, card, wanted, arrival_, stop);
-    EnterResult result = NotEntered(found, "", move.kind);
-    result.entered = move.arrived;
-    if (!move.arrived) {
-        const Stop never;
-        result.error = fmt::format("{} does not go to {}: {}", card, wanted, move.error);
-        result.restoration = Leave(card, stop.Stronger() != nullptr ? *stop.Stronger() : never);
+    const Stop never;
+    const Stop& now = stop.Stronger() != nullptr ? *stop.Stronger() : never;
+    try {
+        const MoveResult move = MoveCard(access_, card, wanted, arrival_, stop);
+        EnterResult result = NotEntered(found, "", move.kind);
+        result.entered = move.arrived;
+        if (!move.arrived) {
+            result.error = fmt::format("{} does not go to {}: {}", card, wanted, move.error);
+            result.restoration = Leave(card, now);
+        }
+        return result;
+    } catch (const std::exception&) {
+        // Out of memory, say. Nobody else would take the card back.
+        (void)Leave(card, now);
+        throw;
     }
-    return result;
 }
 
 Restoration ModeKeeper::Leave(const std::string& card, const Stop& stop) const {
@@ -120,14 +127,16 @@ Restoration ModeKeeper::Restore(const StoredNote& stored, const json& facts,
     const auto end = [&result](Restoration::End how, std::string text) {
         result.end = how;
         result.text = std::move(text);
-        return result;
+        return std::move(result);
     };
     if (!stored.note)
         return end(Restoration::End::notRestored, stored.error);
     const ModeNote& note = *stored.note;
-    const auto forget = [&](Restoration::End how, const std::string& text) {
-        const std::string fault = files_.Remove(note.pcie);
-        return fault.empty() ? end(how, text) : end(Restoration::End::notRestored, fault);
+    // Once the note is gone nothing is thrown any more: whoever tries again would miss it.
+    const auto forget = [&](Restoration::End how, std::string text) {
+        std::string fault = files_.Remove(note.pcie);
+        return fault.empty() ? end(how, std::move(text))
+                             : end(Restoration::End::noteStays, text + "; " + fault);
     };
     result.found = note.found;
     const std::string uuid = Text(facts, "uuid");

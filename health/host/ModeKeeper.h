@@ -25,6 +25,7 @@ struct Restoration {
         othersMode,   // it is in one that neither we nor the tool set: it stays there
         otherCard,    // another card stands at this address: it is left alone
         inUse,        // a run that lives has the card: it restores it itself
+        noteStays,    // nothing is to be done, but this host does not let the note be removed
         notRestored,  // it could not be restored, and the note stays
     };
     End end = End::notRestored;

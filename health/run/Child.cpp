@@ -190,6 +190,16 @@ public:
           begin_(Clock::now()),
           until_(begin_ + spec.deadline) {}
 
+    // Out of memory, say: then nobody waits for what was started, which is killed.
+    ~Run() {
+        if (keeperPid_ > 0) {
+            keeper_.Close();
+            AwaitKeeper();
+        }
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
     ChildResult ToItsEnd() {
         if (Start()) {
             while (stage_ != Stage::over) {
@@ -243,6 +253,7 @@ private:
             posix_spawn(&keeperPid_, words.front().c_str(), &actions, &settings.attributes_,
                         Pointers(words).data(), Pointers(environment).data());
         if (error != 0) {
+            keeperPid_ = 0;
             return Fail(error, words.front());
         }
         out_.Open(std::move(outReader));
@@ -375,6 +386,7 @@ private:
         result_.errCut = err_.Cut();
         keeper_.Close();
         AwaitKeeper();
+        keeperPid_ = 0;
     }
 
     // Once it is gone, nothing is left of what it kept. One that cannot end is left to do it later.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -10,9 +12,17 @@ namespace zelhealth {
 
 void SideBySide(std::size_t count, std::size_t jobs, const std::function<void(std::size_t)>& work) {
     std::atomic<std::size_t> next{0};
+    std::mutex mutex;
+    std::exception_ptr fault;
     const auto doSome = [&] {
-        for (std::size_t i = next++; i < count; i = next++) {
-            work(i);
+        try {
+            for (std::size_t i = next++; i < count; i = next++) {
+                work(i);
+            }
+        } catch (...) {
+            const std::lock_guard lock(mutex);
+            fault = std::current_exception();
+            next = count;
         }
     };
     const std::size_t wanted = std::min(jobs, count);
@@ -28,6 +38,9 @@ void SideBySide(std::size_t count, std::size_t jobs, const std::function<void(st
     doSome();
     for (std::thread& helper : helpers) {
         helper.join();
+    }
+    if (fault) {
+        std::rethrow_exception(fault);
     }
 }
 

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
+#include <memory>
 #include <system_error>
+#include <utility>
 
 #include "host/Tools.h"
 
@@ -88,7 +91,17 @@ void CardRun::Run() {
     if (const std::string why = state_.Prepare(); !why.empty()) {
         DropSteps(why);
     } else {
-        RunSteps();
+        try {
+            RunSteps();
+            LeaveReadyState();
+        } catch (const std::exception& fault) {
+            // Out of memory, say. The card goes back all the same.
+            EndTests();
+            LeaveReadyState();
+            records_.AddReason("setup", fmt::format("zelhealth could not go on: {}", fault.what()),
+                               3);
+            DropSteps("zelhealth could not go on");
+        }
         state_.Leave();
     }
     records_.WriteFinished(state_.ModeLeft(),
@@ -112,35 +125,48 @@ void CardRun::RunSteps() {
             DropSteps(host_.stop.Requested() ? host_.whyStopped() : "the card's deadline is over");
             break;
         }
-        const Step step = steps_[*next];
+        Taken taken(host_.resources, steps_[*next].test.row->resources);
+        Step step = std::move(steps_[*next]);
         steps_.erase(steps_.begin() + static_cast<std::ptrdiff_t>(*next));
-        Begin(step);
+        Begin(std::move(step), std::move(taken));
     }
     AwaitWaiting();
-    LeaveReadyState();
 }
 
-void CardRun::Begin(const Step& step) {
-    const auto run = [this, step] {
+void CardRun::Begin(Step step, Taken taken) {
+    const bool beside = step.test.row->waits && !step.test.row->disturbs;
+    if (!beside) {
         RunStep(step);
-        host_.resources.Give(step.test.row->resources);
-    };
-    if (step.test.row->waits && !step.test.row->disturbs) {
-        try {
-            waiting_.emplace_back(run);
-            return;
-        } catch (const std::system_error&) {
-            // The host gives no more threads: one test after the other, then.
-        }
+        return;
     }
-    run();
+    auto work = std::make_shared<std::pair<Step, Taken>>(std::move(step), std::move(taken));
+    try {
+        waiting_.emplace_back([this, work] {
+            try {
+                RunStep(work->first);
+            } catch (...) {
+                const std::lock_guard lock(mutex_);
+                fault_ = std::current_exception();
+            }
+        });
+    } catch (const std::system_error&) {
+        // The host gives no more threads: one test after the other, then.
+        RunStep(work->first);
+    }
 }
 
-void CardRun::AwaitWaiting() {
+void CardRun::EndTests() {
     for (std::thread& thread : waiting_) {
         thread.join();
     }
     waiting_.clear();
+}
+
+void CardRun::AwaitWaiting() {
+    EndTests();
+    if (fault_) {
+        std::rethrow_exception(std::exchange(fault_, nullptr));
+    }
 }
 
 // What disturbs, or waits itself, comes behind what waits.
@@ -167,14 +193,19 @@ std::optional<std::size_t> CardRun::NextStep() {
     return taken ? std::optional(places[*taken]) : std::nullopt;
 }
 
+// What this host cannot do is the fault of no card, and keeps no other test from its turn.
+Judgement CardRun::TryStep(const Step& step, ChildResult& child) {
+    try {
+        auto why = WhyNot(step);
+        return why ? std::move(*why) : RunTool(step, child);
+    } catch (const std::exception& fault) {
+        return Make(Verdict::setup, fmt::format("zelhealth could not run it: {}", fault.what()));
+    }
+}
+
 void CardRun::RunStep(const Step& step) {
     ChildResult child;
-    Judgement judgement;
-    if (auto why = WhyNot(step)) {
-        judgement = std::move(*why);
-    } else {
-        judgement = RunTool(step, child);
-    }
+    Judgement judgement = TryStep(step, child);
     for (const std::string& problem : judgement.cardProblems) {
         records_.AddReason("not_closed", problem, 2);
     }
@@ -268,6 +299,8 @@ void CardRun::LeaveReadyState() {
     inReadyState_ = false;
     if (restoration.end == Restoration::End::notRestored) {
         records_.AddReason("not_restored", restoration.text, 2);
+    } else if (restoration.end == Restoration::End::noteStays) {
+        records_.AddReason("note", restoration.text, 3);
     } else if (restoration.end != Restoration::End::restored) {
         records_.AddReason("mode", restoration.text, 1);
     }

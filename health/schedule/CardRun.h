@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -37,9 +38,11 @@ private:
     void RunSteps();
     std::optional<std::size_t> NextStep();
     bool MayRunNow(const Step& step) const;
-    void Begin(const Step& step);
-    void AwaitWaiting();
+    void Begin(Step step, Taken taken);
+    void EndTests();      // those that wait
+    void AwaitWaiting();  // ends them, and throws what they have thrown
     void RunStep(const Step& step);
+    Judgement TryStep(const Step& step, ChildResult& child);
     std::optional<Judgement> WhyNot(const Step& step);
     Judgement RunTool(const Step& step, ChildResult& child);
     bool EnterReadyState();
@@ -65,6 +68,7 @@ private:
 
     mutable std::mutex mutex_;  // of what follows
     std::string wedged_;        // by what the card is
+    std::exception_ptr fault_;  // of a thread
 };
 
 }  // namespace zelhealth

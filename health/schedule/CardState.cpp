@@ -133,7 +133,8 @@ void CardState::LookAtModeLeft() {
     }
     const CardReply left = host_.access.Ask({"mode", card_.entry.card}, host_.now);
     if (!left.Answered()) {
-        records_.AddReason("mode", "it does not tell its mode any more: " + left.error, 2);
+        records_.AddReason("mode", "it does not tell its mode any more: " + left.error,
+                           left.kind == Kind::setup ? 3 : 2);
         return;
     }
     modeLeft_ = left.answer.value("mode", "");

@@ -17,7 +17,9 @@ std::optional<std::size_t> Resources::Take(const std::vector<Names>& wishes,
     while (!stop.Requested() && Clock::now() < until) {
         if (const auto chosen = Choose(wishes)) {
             if (!IsHeldForGood(wishes[*chosen])) {
-                taken_.insert(wishes[*chosen].begin(), wishes[*chosen].end());
+                auto taken = taken_;
+                taken.insert(wishes[*chosen].begin(), wishes[*chosen].end());
+                taken_.swap(taken);
             }
             return chosen;
         }

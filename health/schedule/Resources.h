@@ -9,6 +9,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "run/Stop.h"
@@ -45,6 +46,24 @@ private:
     std::condition_variable given_;
     std::set<std::string> taken_;
     std::map<std::string, std::string> heldForGood_;
+};
+
+// What was taken, until this object goes.
+class Taken {
+public:
+    Taken(Resources& resources, const Names& names) : resources_(&resources), names_(&names) {}
+    Taken(Taken&& other) noexcept
+        : resources_(std::exchange(other.resources_, nullptr)), names_(other.names_) {}
+    Taken& operator=(Taken&&) = delete;
+    ~Taken() {
+        if (resources_ != nullptr) {
+            resources_->Give(*names_);
+        }
+    }
+
+private:
+    Resources* resources_;
+    const Names* names_;
 };
 
 }  // namespace zelhealth

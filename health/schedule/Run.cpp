@@ -10,6 +10,7 @@
 
 #include "host/Processes.h"
 #include "host/Tools.h"
+#include "run/Reserve.h"
 #include "run/SideBySide.h"
 #include "schedule/CardRun.h"
 #include "schedule/Host.h"
@@ -41,6 +42,9 @@ public:
     const Stop& AtOnce() const { return now_; }
 
     std::string Why() const {
+        if (Reserve::IsUsed()) {
+            return "this host is out of memory";
+        }
         return timeIsOver_ ? fmt::format("the run's deadline of {:g} s is over",
                                          std::chrono::duration<double>(*deadline_).count())
                            : "interrupted";
@@ -81,6 +85,7 @@ private:
     Stop done_;
     Stop now_;
     Stop stop_{&now_};
+    ReserveWatch reserve_{stop_};
     std::thread thread_;
 };
 
@@ -130,7 +135,11 @@ public:
         const std::vector<RunCard> cards = Choose(list);
         WriteStarted(list, cards);
         WriteRestored(restored);
-        RunCards(cards, WhatIsInTheWay());
+        try {
+            RunCards(cards, WhatIsInTheWay());
+        } catch (const std::exception& fault) {
+            Note("setup", fmt::format("the run is not complete: {}", fault.what()), 3);
+        }
         if (watch_.Ending().Requested()) {
             Note("stopped", watch_.Why(), 3);
         }
@@ -161,7 +170,8 @@ private:
     void WriteRestored(const std::vector<Restoration>& restored) {
         for (const Restoration& card : restored) {
             const bool bad = card.end == Restoration::End::notRestored;
-            Note("restored", card.text, bad ? 2 : 0);
+            const bool note = card.end == Restoration::End::noteStays;
+            Note("restored", card.text, bad ? 2 : note ? 3 : 0);
         }
     }
 
