@@ -2,6 +2,7 @@
 // run takes and what it leaves.
 #include <dlfcn.h>
 #include <pthread.h>
+#include <spawn.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -62,6 +63,16 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     return sweep::Fails(sweep::Kind::Thread, "pthread_create")
                ? EAGAIN
                : real(thread, attributes, function, argument);
+}
+
+int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
+                const posix_spawnattr_t* attributes, char* const* words, char* const* variables) {
+    using Spawn = int(pid_t*, const char*, const posix_spawn_file_actions_t*,
+                      const posix_spawnattr_t*, char* const*, char* const*);
+    static const auto real = Real<Spawn>("posix_spawn");
+    return sweep::Fails(sweep::Kind::Command, "posix_spawn")
+               ? EAGAIN
+               : real(pid, path, actions, attributes, words, variables);
 }
 
 unsigned sleep(unsigned seconds) {

@@ -235,6 +235,8 @@ int Main(const std::vector<std::string>& arguments) {
     StandInForSecureShell();
     sweep::Tool tool(Words(part), (OwnFolder() / "sweep_inject.so").string() + ":" +
                                       (OwnFolder() / "e2e_shim.so").string());
+    if (!tool.NamesFunctions())
+        throw std::runtime_error("the tool has no debug information");
     const std::uint64_t number = std::stoull(arguments[2]);
     if (!IsNumber(arguments[1])) {
         Show(tool.Run(KindOf(arguments[1]), number, part.mode));

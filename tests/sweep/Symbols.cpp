@@ -6,7 +6,6 @@
 #include <iterator>
 #include <memory>
 #include <sstream>
-#include <stdexcept>
 #include <string_view>
 
 namespace sweep {
@@ -42,11 +41,10 @@ std::string Output(const std::string& command) {
 
 }  // namespace
 
-Symbols::Symbols(std::string program) : program_(std::move(program)) {
-    const std::string command = "readelf --sections --wide '" + program_ + "'";
-    if (Output(command).find(" .debug_info ") == std::string::npos)
-        throw std::runtime_error(program_ + ": no debug information");
-}
+Symbols::Symbols(std::string program)
+    : program_(std::move(program)),
+      knowsNames_(Output("readelf --sections --wide '" + program_ + "'").find(" .debug_info ") !=
+                  std::string::npos) {}
 
 // "0x1067", then for each function its name and its place on a line each.
 void Symbols::LookUp(std::span<const std::uint64_t> addresses) {
@@ -70,7 +68,7 @@ std::vector<std::string> Symbols::NamesAt(std::span<const std::uint64_t> address
     std::vector<std::uint64_t> unknown;
     std::ranges::copy_if(addresses, std::back_inserter(unknown),
                          [&](std::uint64_t address) { return !names_.contains(address); });
-    if (!unknown.empty())
+    if (!unknown.empty() && knowsNames_)
         LookUp(unknown);
     std::vector<std::string> names;
     for (const std::uint64_t address : addresses)

@@ -11,8 +11,9 @@ namespace sweep {
 
 class Symbols {
 public:
-    // Throws std::runtime_error when the program has no debug information.
+    // Of a program without debug information it knows no names.
     explicit Symbols(std::string program);
+    bool KnowsNames() const { return knowsNames_; }
 
     // The functions in which an address lies, without their arguments, innermost first: more than one
     // where the compiler has taken one into another. Those of system headers are left out. Addresses
@@ -23,6 +24,7 @@ private:
     void LookUp(std::span<const std::uint64_t> addresses);
 
     std::string program_;
+    bool knowsNames_;
     std::map<std::uint64_t, std::vector<std::string>> names_;
 };
 

@@ -23,6 +23,9 @@ public:
     Tool(const Tool&) = delete;
     Tool& operator=(const Tool&) = delete;
 
+    // Whether outcomes name the functions that led to a failure.
+    bool NamesFunctions() const { return symbols_.KnowsNames(); }
+
     // Runs the tool with the `at`th thing of this kind failing, 0: none. Cards are in `mode` before it.
     Outcome Run(Kind kind, std::uint64_t at, ZEL_CARD_USAGE_MODE mode);
 

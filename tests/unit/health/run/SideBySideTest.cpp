@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -44,6 +45,23 @@ TEST(SideBySide, DoesEachOnce) {
     EXPECT_TRUE(
         std::all_of(done.begin(), done.end(), [](const auto& times) { return times == 1; }));
     SideBySide(0, 7, [](std::size_t) { ADD_FAILURE(); });
+}
+
+TEST(SideBySide, ThrowsWhatWasThrownOnceAllHaveEnded) {
+    for (const std::size_t bad : {std::size_t{0}, std::size_t{3}}) {
+        std::atomic<int> ended{0};
+        const auto work = [&](std::size_t i) {
+            if (i == bad) {
+                throw std::runtime_error("no room");
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            ++ended;
+        };
+        EXPECT_THROW(SideBySide(4, 4, work), std::runtime_error);
+        const int atOnce = ended;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_EQ(ended, atOnce);
+    }
 }
 
 }  // namespace
