@@ -69,12 +69,13 @@ public:
 
     void End() override {
         host_.finished = end_.Finished();
-        host_.status = Worse(seen_, end_.Finished() ? StatusOfEnd() : Status::unknown);
+        host_.status = Worse(seen_, StatusOfEnd());
         host_.last = ShortName(end_.LastTime());
         fleet_.Add(std::move(host_));
     }
 
 private:
+    // 3 without an end.
     Status StatusOfEnd() const {
         const int status = end_.Status();
         return status >= 0 && status <= static_cast<int>(Status::unknown)
