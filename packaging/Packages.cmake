@@ -88,8 +88,13 @@ set(CPACK_RPM_SIMULATED_PLATFORM_PACKAGE_REQUIRES
 Recommends: ${simulated_platform_recommends}")
 set(CPACK_RPM_COMPANION_PACKAGE_REQUIRES "${tool_package}
 Recommends: ${companion_recommends}")
+set(scripts ${CMAKE_CURRENT_SOURCE_DIR}/companion)
+set(CPACK_DEBIAN_COMPANION_PACKAGE_CONTROL_EXTRA ${scripts}/prerm ${scripts}/postrm)
+set(CPACK_RPM_COMPANION_PRE_UNINSTALL_SCRIPT_FILE ${scripts}/prerm)
+set(CPACK_RPM_COMPANION_POST_UNINSTALL_SCRIPT_FILE ${scripts}/postrm)
 list(TRANSFORM configuration PREPEND "%config(noreplace) " OUTPUT_VARIABLE CPACK_RPM_TOOL_USER_FILELIST)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION /etc/ssh /etc/ssh/ssh_config.d
+    /usr/lib/systemd /usr/lib/systemd/system /usr/lib/systemd/system/multi-user.target.wants
     /usr/share/bash-completion /usr/share/bash-completion/completions /usr/share/man /usr/share/man/man1
     /usr/share/man/man5 /usr/share/man/man7 /usr/share/man/man8 /usr/share/zsh /usr/share/zsh/site-functions)
 # The libraries in the tool's own folders are nobody else's.
