@@ -11,7 +11,7 @@ node=${SLURMD_NODENAME:-$(uname -n)}
 tell() {
     echo "$program: $2" >&2
     if [ -S /run/systemd/journal/socket ]; then
-        timeout 2 logger --journald << end
+        timeout --signal=KILL 2 logger --journald << end
 MESSAGE=$program: $2
 PRIORITY=$1
 SYSLOG_IDENTIFIER=zeldiag-slurm
@@ -19,7 +19,7 @@ MESSAGE_ID=5f0c0c6c1d9e4d0d8a4b3f5be1ab9a52
 ZEL_NODE=$node
 end
     else
-        timeout 2 logger --tag zeldiag-slurm --priority "daemon.$1" -- "$program: $2"
+        timeout --signal=KILL 2 logger --tag zeldiag-slurm --priority "daemon.$1" -- "$program: $2"
     fi > /dev/null 2>&1 9>&- || :
 }
 
@@ -79,18 +79,18 @@ read_settings() {
     [ -z "$slurm_programs" ] || PATH=$slurm_programs:$PATH
 }
 
-# ask SECONDS OPTION...: asks zelhealth, which has so many seconds, and three more to end what hangs; after half a
-# second more it is killed. Leaves its one line in $answer and its status in $verdict: all that is none of its statuses
-# is 3, and so is one without a line.
+# ask SECONDS OPTION...: asks zelhealth, which has so many seconds, and three more to end what hangs; then it is killed
+# with all that it has started. Leaves its one line in $answer and its status in $verdict: all that is none of its
+# statuses is 3, and so is one without a line.
 ask() {
     seconds=$1
     shift
-    answer=$({ timeout --kill-after=0.5 "$((seconds + 3))" "$zelhealth" check --reason --deadline "$seconds" "$@"; } \
+    answer=$({ timeout --signal=KILL "$((seconds + 3))" "$zelhealth" check --reason --deadline "$seconds" "$@"; } \
         2> /dev/null < /dev/null 9>&-)
     verdict=$?
     case $verdict in
         0 | 1 | 2 | 3) [ -n "$answer" ] || answer="it said nothing" verdict=3 ;;
-        124 | 137) answer="no answer within $((seconds + 3)) seconds" verdict=3 ;;
+        137) answer="no answer within $((seconds + 3)) seconds" verdict=3 ;;
         126 | 127) answer="$zelhealth cannot be started" verdict=3 ;;
         *) answer="it ended with status $verdict" verdict=3 ;;
     esac
