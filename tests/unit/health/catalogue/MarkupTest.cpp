@@ -14,6 +14,8 @@ TEST(Markup, IsShownAsPeopleReadIt) {
         {"{Fl startAddress}, {Fl dbgLvl}=4", "-startAddress, -dbgLvl=4"},
         {"below {Ql Output from}", "below \"Output from\""},
         {"{Xr scp 1} failed", "scp(1) failed"},
+        {"{Xr a page 8}", "a page(8)"},
+        {"{Xr page}", "page"},
         {"see {Sx LITTLE MEMORY}", "see LITTLE MEMORY in ZelDiag-messages(7)"},
         {"{Ev PATH} and {Li [gddr]} {Li vendor}", "PATH and [gddr] vendor"},
     };
@@ -22,8 +24,8 @@ TEST(Markup, IsShownAsPeopleReadIt) {
 }
 
 TEST(Markup, ThatIsWrongIsRefused) {
-    for (const char* marked : {"{Pa Settings.ini", "Settings.ini}", "{Pa {Fl x}}", "{Zz x}", "{Pa}",
-                               "{Pa }", "{}", "a } b", "{pa x}"})
+    for (const char* marked : {"{Pa Settings.ini", "Settings.ini}", "{Pa {Fl x}}", "{Pa a{ b}",
+                               "{Zz x}", "{Pa}", "{Pa }", "{}", "a } b", "{pa x}"})
         EXPECT_THROW(MarkedPieces(marked), std::runtime_error) << marked;
 }
 

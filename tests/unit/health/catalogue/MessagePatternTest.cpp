@@ -46,6 +46,8 @@ TEST(MessagePattern, IsNoOtherLine) {
         {"in file <file>, line", {"in file a b, line"}},
         {"<word>: is wrong", {": is wrong"}},
         {"<OK or FAILED>!", {"or!", "OK or FAILED!"}},
+        {"<MPI, CRB or Product>", {"MPI, CRB", "CR", "CRB or Product"}},
+        {"HOSK Version: <version>!", {"HOSK Version:!x"}},
     };
     for (const auto& [text, lines] : rows) {
         for (const std::string& line : lines)
@@ -58,14 +60,16 @@ TEST(MessagePattern, HoldsOtherMessages) {
                 Contains("it: failed"));
     EXPECT_THAT(MessagePattern("with reason [<reason>]").Inner("with reason [it failed ]"),
                 Contains("it failed"));
+    EXPECT_THAT(MessagePattern("with reason [<reason>]").Inner("with reason [x]"), Contains("x"));
+    EXPECT_THAT(MessagePattern("<cause>").Inner("x"), ::testing::ElementsAre("x"));
     EXPECT_THAT(MessagePattern("down to <n> Lanes").Inner("down to 8 Lanes"), IsEmpty());
     EXPECT_THAT(MessagePattern("with reason [<reason>]").Inner("with a reason"), IsEmpty());
 }
 
 // Forms of lines, which any text has.
 TEST(MessagePattern, MayHaveNothingByWhichItIsTold) {
-    for (const char* text :
-         {"<library>", "<file>:<line>: <fault>", "<group>.<test>: <failure>", "||", "."})
+    for (const char* text : {"<library>", "<file>:<line>: <fault>", "<group>.<test>: <failure>",
+                             "||", ".", "<n> s", "a: b", "0x<hex>"})
         EXPECT_FALSE(MessagePattern(text).IsTold()) << text;
     for (const char* text : {"<group> : ENDS", "No", "0x<hex> OK"})
         EXPECT_TRUE(MessagePattern(text).IsTold()) << text;

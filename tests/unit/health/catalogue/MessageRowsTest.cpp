@@ -49,6 +49,7 @@ TEST(MessageRows, ThatAreWrongAreRefusedWithTheirLine) {
         {"texts = [[\"failure\", \"x\"]]\n", "line 6: the row has no means"},
         {"texts = [[\"failure\", \"x\"]]\nmeans = \"\"\n", "line 8: this is no text"},
         {"texts = [\"x\"]\nmeans = \"m\"\n", "line 7: a text is a pair"},
+        {"texts = [[\"failure\", \"x\", \"y\"]]\nmeans = \"m\"\n", "line 7: a text is a pair"},
         {"texts = [[\"failure\", 1]]\nmeans = \"m\"\n", "line 7: this is no text"},
         {"texts = [[\"nowhere\", \"x\"]]\nmeans = \"m\"\n", "no kind is called nowhere"},
         {"texts = [[\"failure\", \"x\"]]\nmeans = \"m\"\ncause = [\"c\"]\n",
@@ -92,6 +93,27 @@ TEST(Advice, IsThatOfTheLastMessageThatIsKnown) {
     // As a reason the text has another form, which no summary has.
     EXPECT_EQ(AdviceFor({"FAILED: Link trained down"}, "failed").next,
               "Look at its evidence: run it again with --output FILE.");
+}
+
+// What else there is to be known is asked for by the text; where the advice is all, there is nothing to ask.
+TEST(Advice, TellsWhetherThereIsMore) {
+    int more = 0;
+    int all = 0;
+    for (const MessageSection& section : Messages::BuiltIn().Book().sections) {
+        for (const MessageRow& row : section.rows) {
+            for (const MessageText& text : row.texts) {
+                // Another row may have the same text, and come first.
+                if (text.kind != "failure" || Messages::BuiltIn().Failure(text.text) != &row) {
+                    continue;
+                }
+                const bool hasMore = !row.causes.empty() || !row.detail.empty();
+                EXPECT_EQ(AdviceFor({text.text}, "failed").more, hasMore ? text.text : "");
+                ++(hasMore ? more : all);
+            }
+        }
+    }
+    EXPECT_GT(more, 0);
+    EXPECT_GT(all, 0);
 }
 
 TEST(Advice, IsThatOfZelhealthWhereItKnowsBetter) {

@@ -40,6 +40,12 @@ TEST(Verdicts, HaveTheStatusThatTheyGiveARun) {
 TEST(Verdicts, OfATestThatIsNotKnownIsFailed) {
     EXPECT_EQ(Verdicts::BuiltIn().OfTest("timed_out").name, "timed_out");
     EXPECT_EQ(Verdicts::BuiltIn().OfTest("healthy").name, "failed");
+    // The same word of a card is another verdict.
+    const Verdicts mixed(
+        "[[verdict]]\nof = \"card\"\nname = \"failed\"\nwhen = \"c\"\nmeans = \"m\"\nstatus = 2\n"
+        "[[verdict]]\nof = \"test\"\nname = \"failed\"\nwhen = \"t\"\nmeans = \"m\"\nstatus = 2\n");
+    EXPECT_EQ(mixed.OfTest("failed").when, "t");
+    EXPECT_EQ(mixed.OfTest("x").when, "t");
 }
 
 TEST(Verdicts, ThatAreWrongAreRefused) {
