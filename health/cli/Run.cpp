@@ -85,7 +85,9 @@ int RunWith(const RunOptions& options, const Configuration& configuration,
     ExpectNoClash(options);
     const std::unique_ptr<Stream> stream = OpenStream(options);
     OwnReports reports(options.told.reports);
-    Keepers keepers(configuration, tell, settings.patience, Interrupted());
+    Configuration kept = configuration;
+    kept.storesHistory = kept.storesHistory && !options.noHistory;
+    Keepers keepers(kept, tell, settings.patience, Interrupted());
     Outcome outcome;
     std::vector<RecordReader*> all = {&outcome};
     if (stream) {
@@ -107,10 +109,11 @@ bool IsThatOfThisHost(const RunOptions& options) {
            !options.ownPlan;
 }
 
-// The reports that every run writes tell of all cards of this host.
+// The reports and the stream that every run writes tell of all cards of this host.
 RunDefaults DefaultsFor(const RunOptions& options, RunDefaults defaults) {
     if (!IsThatOfThisHost(options)) {
         defaults.reports = {};
+        defaults.output.reset();
     }
     return defaults;
 }
@@ -191,7 +194,7 @@ std::optional<int> StoredAnswer(const RunOptions& options, const std::filesystem
     return Tell(line, status, options);
 }
 
-int Check(const RunOptions& onlyTold) {
+int AskCards(const RunOptions& onlyTold) {
     const Configuration configuration = LoadConfiguration();
     const RunOptions options = WithDefaults(onlyTold, DefaultsFor(onlyTold, configuration.check));
     const std::filesystem::path file = Folders::FromEnvironment().state / "last-check.jsonl";
@@ -213,6 +216,18 @@ int Check(const RunOptions& onlyTold) {
         status = Worse(static_cast<ExitStatus>(status), kUnknown);
     }
     return Tell(line, status, options);
+}
+
+// A monitor gets its line whatever is wrong.
+int Check(const RunOptions& options) {
+    try {
+        return AskCards(options);
+    } catch (const Unanswerable& error) {
+        Complain(error.what());
+        PluginLine line;
+        line.Add(Status::unknown, error.what());
+        return Tell(line, kUnknown, options);
+    }
 }
 
 int Answer(const std::function<int()>& command) {

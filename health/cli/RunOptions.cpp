@@ -109,6 +109,7 @@ void AddSharedOptions(CLI::App& command, RunOptions& options) {
                     "So many cards must be here, with or without an inventory")
         ->check(Count(0, kMostCards))
         ->type_name("N");
+    command.add_flag("--no-history", options.noHistory, "Store nothing in the history");
     command
         .add_option("--output", options.told.output,
                     "Write the stream of records there; - is standard output")

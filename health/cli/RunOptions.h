@@ -18,6 +18,7 @@ struct RunOptions {
     std::optional<int> expectedCards;
     int repeat = 1;
     bool quiet = false;
+    bool noHistory = false;
     bool ownPlan = false;     // a check with another plan than check
     bool reasonOnly = false;  // a check whose answer is what is wrong alone
     std::string tool;

@@ -146,7 +146,9 @@ TomlFile TomlFile::Load(const fs::path& file) {
     TomlFile loaded;
     loaded.name_ = file.string();
     std::error_code error;
-    if (!fs::exists(file, error) && !error)
+    // A link that leads nowhere, such as to a share that is not mounted, is a file that cannot be read.
+    if (fs::symlink_status(file, error).type() == fs::file_type::not_found &&
+        error != std::errc::not_a_directory)
         return loaded;
     std::ifstream text(file);
     if (!text || fs::is_directory(file, error))

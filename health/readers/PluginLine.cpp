@@ -116,9 +116,10 @@ std::string PluginLine::Reason() const {
     for (const Trouble& trouble : critical_.empty() ? others_ : critical_) {
         texts.push_back(ForSchedulers(trouble));
     }
-    const std::string text = finished_.is_null() ? "zelhealth: the run was broken off"
-                             : texts.empty()     ? Healthy()
-                                                 : fmt::format("{}", fmt::join(texts, "; "));
+    const bool brokenOff = finished_.is_null() && added_ == Status::ok;
+    const std::string text = brokenOff       ? "zelhealth: the run was broken off"
+                             : texts.empty() ? Healthy()
+                                             : fmt::format("{}", fmt::join(texts, "; "));
     return Bounded(text, kLongestReason);
 }
 
@@ -130,9 +131,10 @@ std::string PluginLine::Text() const {
     for (const Trouble& trouble : Troubles()) {
         troubles.push_back(ForMonitors(trouble));
     }
-    std::string text = finished_.is_null() ? "the run was broken off"
-                       : troubles.empty()  ? Healthy()
-                                           : fmt::format("{}", fmt::join(troubles, "; "));
+    const bool brokenOff = finished_.is_null() && added_ == Status::ok;
+    std::string text = brokenOff          ? "the run was broken off"
+                       : troubles.empty() ? Healthy()
+                                          : fmt::format("{}", fmt::join(troubles, "; "));
     text = Bounded(text, kLongestText);
     const int all = expected_;
     return fmt::format(
