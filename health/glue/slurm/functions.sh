@@ -79,18 +79,20 @@ read_settings() {
     [ -z "$slurm_programs" ] || PATH=$slurm_programs:$PATH
 }
 
-# ask SECONDS OPTION...: asks zelhealth, which has so many seconds, and three more to end what hangs; then it is killed
-# with all that it has started. Leaves its one line in $answer and its status in $verdict: all that is none of its
-# statuses is 3, and so is one without a line.
+# ask SECONDS LIMIT OPTION...: asks zelhealth, which has so many seconds, and until the limit to end what hangs; then it
+# is killed with all that it has started. Leaves its one line in $answer, which is the last that it says, and its
+# status in $verdict: all that is none of its statuses is 3, and so is one without a line. It stores nothing in the
+# history, for which it would wait as long as another program reads there.
 ask() {
-    seconds=$1
-    shift
-    answer=$({ timeout --signal=KILL "$((seconds + 3))" "$zelhealth" check --reason --deadline "$seconds" "$@"; } \
-        2> /dev/null < /dev/null 9>&-)
+    seconds=$1 limit=$2
+    shift 2
+    answer=$({ timeout --signal=KILL "$limit" "$zelhealth" check --reason --no-history --deadline "$seconds" "$@"; } \
+        2>&1 < /dev/null 9>&-)
     verdict=$?
+    answer=$(printf '%s\n' "$answer" | tail -n 1)
     case $verdict in
         0 | 1 | 2 | 3) [ -n "$answer" ] || answer="it said nothing" verdict=3 ;;
-        137) answer="no answer within $((seconds + 3)) seconds" verdict=3 ;;
+        137) answer="no answer within $limit seconds" verdict=3 ;;
         126 | 127) answer="$zelhealth cannot be started" verdict=3 ;;
         *) answer="it ended with status $verdict" verdict=3 ;;
     esac
