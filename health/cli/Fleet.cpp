@@ -201,10 +201,17 @@ private:
         options.stop = options_.from.empty() ? Interrupted().Stronger() : &Interrupted();
         StreamReader reader(
             stream, [this](const StreamProblem& problem) { Tell(problem); }, options);
+        bool isEmpty = true;
         for (Json record; reader.Next(record);) {
+            isEmpty = false;
             if (const std::string_view why = reports_.Read(record); !why.empty()) {
                 reader.TellOfRecord(std::string(why));
             }
+        }
+        // A node that said nothing has its name from its file.
+        const fs::path file(stream);
+        if (isEmpty && !options_.from.empty() && file.extension() == ".jsonl") {
+            asked_.push_back({file.stem(), true, "", "its stream holds no record"});
         }
     }
 

@@ -26,7 +26,7 @@ Json Counts(const FleetReport& fleet) {
     return counts;
 }
 
-Json ValueOf(const Divergence::Value& value, Reach reach) {
+Json ValueOf(const Divergence::Value& value) {
     Json places = Json::array();
     for (const Place& place : First(value.places, kMostPlaces)) {
         places.push_back(place.card.empty() ? place.host : place.host + " " + place.card);
@@ -34,10 +34,10 @@ Json ValueOf(const Divergence::Value& value, Reach reach) {
     return {{"value", value.text},
             {"count", value.count},
             {"places", places},
-            {"look", LookAtDivergence(value, reach)}};
+            {"look", LookAtDivergence(value)}};
 }
 
-Json SlowOf(const SlowCard& card, Reach reach) {
+Json SlowOf(const SlowCard& card) {
     Json tests = Json::array();
     for (const SlowTest& test : First(card.tests, kMostTests)) {
         tests.push_back({{"test", test.test},
@@ -51,7 +51,7 @@ Json SlowOf(const SlowCard& card, Reach reach) {
             {"kind", card.kind},
             {"tests", tests},
             {"testCount", card.tests.size()},
-            {"look", LookAtSlow(card, reach)}};
+            {"look", LookAtSlow(card)}};
 }
 
 }  // namespace
@@ -66,7 +66,7 @@ Json FleetData(const FleetReport& fleet, const Summary& summary) {
     for (const Divergence& difference : fleet.differences) {
         Json values = Json::array();
         for (const Divergence::Value& value : First(difference.values, kMostValues)) {
-            values.push_back(ValueOf(value, fleet.reach));
+            values.push_back(ValueOf(value));
         }
         differences.push_back({{"item", difference.item},
                                {"what", difference.ofCards ? "cards" : "hosts"},
@@ -76,11 +76,11 @@ Json FleetData(const FleetReport& fleet, const Summary& summary) {
     }
     Json slow = Json::array();
     for (const SlowCard& card : First(fleet.slow, kMostSlow)) {
-        slow.push_back(SlowOf(card, fleet.reach));
+        slow.push_back(SlowOf(card));
     }
     Json looks = Json::array();
     for (const FailureGroup* const group : summary.WorstFirst()) {
-        looks.push_back(LookAtGroup(summary, *group, fleet.reach));
+        looks.push_back(LookAtGroup(summary, *group));
     }
     return {{"nodes", Counts(fleet)},
             {"rowCount", fleet.rows.size()},

@@ -40,18 +40,19 @@ std::string OfCard(const std::string& card) {
     return card.empty() ? "" : " --cards " + Quoted(card);
 }
 
-Row RowOf(const FleetHost& host, const std::string& trouble, Reach reach) {
+Row RowOf(const FleetHost& host, const std::string& trouble) {
     Row row{host.name, VerdictOf(host.status), host.firstFailure, ""};
     if (!host.finished) {
         const std::string end = fmt::format("its stream has no end, last heard of {}{}{}",
                                             host.last, trouble.empty() ? "" : "; ", trouble);
-        row.verdict = host.status == Status::critical ? "failed" : "lost";
+        row.verdict = "lost";
         row.text += (row.text.empty() ? "" : "; ") + end;
     }
     if (host.failedTests > 1) {
         row.text += fmt::format(" (and {} more)", host.failedTests - 1);
     }
-    row.look = LookAt(host.name, host.finished ? "run" + OfCard(host.firstCard) : "history", reach);
+    const std::string plan = host.plan.empty() ? "" : " --plan " + Quoted(host.plan);
+    row.look = LookAt(host.name, host.finished ? "run" + plan + OfCard(host.firstCard) : "history");
     return row;
 }
 
@@ -62,7 +63,7 @@ Row Unheard(const Node& node, Reach reach) {
                                                     : "no stream of it was given";
     return {node.name, asked ? "lost" : "not_asked", asked ? why : node.notAsked,
             reach == Reach::slurm ? "scontrol show node " + Quoted(node.name)
-                                  : LookAt(node.name, "history", reach)};
+                                  : LookAt(node.name, "history")};
 }
 
 }  // namespace
@@ -74,7 +75,6 @@ std::size_t FleetReport::Count(std::string_view verdict) const {
 
 FleetReport ReportOf(const FleetSummary& fleet, const std::vector<Node>& asked, Reach reach) {
     FleetReport report;
-    report.reach = reach;
     std::unordered_map<std::string, const Node*> silent;
     for (const Node& node : asked) {
         silent.emplace(node.name, &node);
@@ -88,7 +88,7 @@ FleetReport ReportOf(const FleetSummary& fleet, const std::vector<Node>& asked, 
         if (host.status == Status::ok) {
             ++report.healthy;
         } else {
-            report.rows.push_back(RowOf(host, trouble, reach));
+            report.rows.push_back(RowOf(host, trouble));
         }
         if (known != silent.end()) {
             silent.erase(known);
@@ -110,31 +110,28 @@ FleetReport ReportOf(const FleetSummary& fleet, const std::vector<Node>& asked, 
     return report;
 }
 
-std::string LookAt(const std::string& node, const std::string& words, Reach reach) {
-    return fmt::format("{} {} zelhealth {}", reach == Reach::slurm ? "srun -N 1 -w" : "ssh",
-                       Quoted(node), words);
+std::string LookAt(const std::string& node, const std::string& words) {
+    return fmt::format("ssh {} zelhealth {}", Quoted(node), words);
 }
 
-std::string LookAtGroup(const Summary& summary, const FailureGroup& group, Reach reach) {
+std::string LookAtGroup(const Summary& summary, const FailureGroup& group) {
     const std::uint32_t index = summary.IndexOf(group);
     for (const Incident& incident : summary.Incidents()) {
         if (incident.group == index) {
-            return LookAt(summary.HostName(incident.host), "run" + OfCard(incident.card), reach);
+            return LookAt(summary.HostName(incident.host), "run" + OfCard(incident.card));
         }
     }
-    return group.hosts.empty() ? "" : LookAt(summary.HostName(group.hosts.front()), "run", reach);
+    return group.hosts.empty() ? "" : LookAt(summary.HostName(group.hosts.front()), "run");
 }
 
-std::string LookAtDivergence(const Divergence::Value& value, Reach reach) {
-    return value.places.empty() ? "" : LookAt(value.places.front().host, "cards", reach);
+std::string LookAtDivergence(const Divergence::Value& value) {
+    return value.places.empty() ? "" : LookAt(value.places.front().host, "cards");
 }
 
-std::string LookAtSlow(const SlowCard& card, Reach reach) {
+std::string LookAtSlow(const SlowCard& card) {
     const std::string& test = card.tests.front().test;
-    return LookAt(card.host,
-                  fmt::format("history --card {} --test {}", Quoted(card.card),
-                              Quoted(test.substr(0, test.find(' ')))),
-                  reach);
+    return LookAt(card.host, fmt::format("history --card {} --test {}", Quoted(card.card),
+                                         Quoted(test.substr(0, test.find(' ')))));
 }
 
 }  // namespace zelhealth

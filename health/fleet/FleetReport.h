@@ -12,7 +12,7 @@
 
 namespace zelhealth {
 
-// How commands reach a node.
+// How the streams came, which says who knows more of a node that is silent.
 enum class Reach { slurm, ssh };
 
 struct FleetReport {
@@ -24,7 +24,6 @@ struct FleetReport {
     };
 
     Status status = Status::ok;
-    Reach reach = Reach::ssh;
     std::size_t nodes = 0;  // that were asked, or from which something came
     std::size_t healthy = 0;
     std::vector<Row> rows;  // of nodes that are not healthy
@@ -38,10 +37,10 @@ struct FleetReport {
 // streams say who is there.
 FleetReport ReportOf(const FleetSummary& fleet, const std::vector<Node>& asked, Reach reach);
 
-// Commands that look closer.
-std::string LookAt(const std::string& node, const std::string& words, Reach reach);
-std::string LookAtGroup(const Summary& summary, const FailureGroup& group, Reach reach);
-std::string LookAtDivergence(const Divergence::Value& value, Reach reach);
-std::string LookAtSlow(const SlowCard& card, Reach reach);
+// Commands that look closer. They go by ssh: drained nodes, which are the bad ones, take no steps of Slurm's.
+std::string LookAt(const std::string& node, const std::string& words);
+std::string LookAtGroup(const Summary& summary, const FailureGroup& group);
+std::string LookAtDivergence(const Divergence::Value& value);
+std::string LookAtSlow(const SlowCard& card);
 
 }  // namespace zelhealth

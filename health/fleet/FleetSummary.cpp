@@ -2,7 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <functional>
 #include <map>
+#include <set>
 #include <utility>
 
 #include "host/Printable.h"
@@ -40,6 +43,12 @@ std::string KindOf(const Json& cardStarted) {
                        bytes > 0 ? fmt::format(", {:.0f} MiB", bytes / kMiB) : "");
 }
 
+// Of hosts whose cards are known.
+bool HaveNoneInCommon(const std::vector<std::size_t>& one, const std::vector<std::size_t>& other) {
+    return !one.empty() && !other.empty() &&
+           std::find_first_of(one.begin(), one.end(), other.begin(), other.end()) == one.end();
+}
+
 std::string TestOf(const Json& record) {
     return ShortName(TextOf(record, "group") + "." + TextOf(record, "test"));
 }
@@ -57,6 +66,12 @@ public:
         end_.Read(record);
         const std::string& kind = TextOf(record, "record");
         if (kind == "run_started") {
+            host_.plan = ShortName(TextOf(record, "plan"));
+            for (const std::string& card : TextsOf(record, "expected")) {
+                if (expected_.size() < kMostCards) {
+                    expected_.insert(ShortName(card));
+                }
+            }
             ReadVersions(record);
         } else if (kind == "card_started") {
             ReadCard(record);
@@ -68,6 +83,10 @@ public:
     }
 
     void End() override {
+        if (end_.Finished() && !expected_.empty()) {
+            Note(Status::unknown, *expected_.begin(),
+                 *expected_.begin() + ": its records are missing in the stream");
+        }
         host_.finished = end_.Finished();
         host_.status = Worse(seen_, StatusOfEnd());
         host_.last = ShortName(end_.LastTime());
@@ -104,6 +123,10 @@ private:
 
     void ReadCard(const Json& record) {
         const std::string card = ShortName(TextOf(record, "card"));
+        const std::string& uuid = TextOf(record, "uuid");
+        if (kinds_.size() < kMostCards && uuid.find_first_not_of("0-") != std::string::npos) {
+            host_.uuids.push_back(std::hash<std::string>()(uuid));
+        }
         if (kinds_.size() < kMostCards) {
             kinds_[card] = KindOf(record);
         }
@@ -146,6 +169,8 @@ private:
 
     void ReadReasons(const Json& record) {
         const std::string card = ShortName(TextOf(record, "card"));
+        expected_.erase(card);
+        expected_.erase(ShortName(TextOf(record, "pcie")));
         for (const Json& reason : ListOf(record, "reasons")) {
             Note(StatusOfReasons(Json::array({reason})), card, TextOf(reason, "text"));
         }
@@ -165,6 +190,7 @@ private:
     Status seen_ = Status::ok;  // in what was read, the worst
     RunEnd end_;
     std::map<std::string, std::string> kinds_;  // of cards
+    std::set<std::string> expected_;            // cards of whose end nothing was read
 };
 
 std::unique_ptr<RunReader> FleetSummary::Begin(const RunName& name) {
@@ -172,6 +198,12 @@ std::unique_ptr<RunReader> FleetSummary::Begin(const RunName& name) {
 }
 
 void FleetSummary::Add(FleetHost host) {
+    // Two hosts of one name, such as localhost, are told apart by their cards.
+    for (auto known = indices_.find(host.name);
+         known != indices_.end() && HaveNoneInCommon(hosts_[known->second].uuids, host.uuids);
+         known = indices_.find(host.name)) {
+        host.name += " (other cards)";
+    }
     const auto [place, fresh] = indices_.try_emplace(host.name, hosts_.size());
     if (fresh && hosts_.size() >= kMostHosts) {
         indices_.erase(place);

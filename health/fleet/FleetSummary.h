@@ -23,8 +23,10 @@ struct FleetHost {
     std::string last;               // the time of its last record
     std::uint32_t failedTests = 0;  // whatever is waived is none
     std::string firstFailure;       // "zel1 pcie.vlw: Link trained down", or the first reason
+    std::string plan;               // "standard"; may be empty
     std::string firstCard;          // to which that happened; may be empty
     std::vector<Trait> traits;
+    std::vector<std::size_t> uuids;  // of the cards, as hashes
 };
 
 class FleetSummary : public Output {

@@ -75,7 +75,7 @@ std::string DifferencesText(const FleetReport& fleet, std::size_t columns) {
                 "    {}\n", Wrap(fmt::format("{} on {}: {}", value.text, Plural(value.count, what),
                                              PlacesText(value)),
                                  columns, kIndent));
-            text += fmt::format("    look {}\n", LookAtDivergence(value, fleet.reach));
+            text += fmt::format("    look {}\n", LookAtDivergence(value));
         }
     }
     return text;
@@ -98,7 +98,7 @@ std::string SlowText(const FleetReport& fleet, std::size_t columns) {
         }
         text += fmt::format("  {} {}  {}\n", card.host, card.card, card.kind);
         text += Line("slow", tests, columns);
-        text += Line("look", LookAtSlow(card, fleet.reach), columns);
+        text += Line("look", LookAtSlow(card), columns);
     }
     return text + More(fleet.slow.size(), kMostRows, "more card");
 }
@@ -116,9 +116,7 @@ std::string FleetText(const FleetReport& fleet, const Summary& summary, std::siz
     return fmt::format("{}: {}{} healthy\n", Plural(fleet.nodes, "node"), counts, fleet.healthy) +
            CardsText(summary) + NodesText(fleet, columns, colours) +
            GroupsText(summary, columns, colours,
-                      [&](const FailureGroup& group) {
-                          return LookAtGroup(summary, group, fleet.reach);
-                      }) +
+                      [&](const FailureGroup& group) { return LookAtGroup(summary, group); }) +
            DifferencesText(fleet, columns) + SlowText(fleet, columns);
 }
 

@@ -16,6 +16,7 @@ namespace zelhealth {
 namespace {
 
 constexpr std::chrono::seconds kPatience{60};
+constexpr std::chrono::seconds kShortPatience{10};  // of somebody who wants to end
 constexpr std::size_t kMostOutput = 64UL * 1024 * 1024;
 constexpr std::size_t kLongestReason = 200;
 
@@ -29,10 +30,11 @@ std::string FirstLine(const std::string& text) {
 }
 
 // What a command of Slurm's prints.
-std::string Output(const std::vector<std::string>& command, const Stop& stop) {
+std::string Output(const std::vector<std::string>& command, const Stop& stop,
+                   std::chrono::seconds patience = kPatience) {
     ChildSpec spec;
     spec.command = command;
-    spec.deadline = kPatience;
+    spec.deadline = patience;
     spec.keepBytes = kMostOutput;
     const ChildResult result = RunChild(spec, stop);
     const std::string& name = command.front();
@@ -167,13 +169,20 @@ std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nod
     return command;
 }
 
-bool TerminateStep(const std::string& name, const Stop& stop) {
+namespace {
+
+// Sends what `options` of scancel say to the step of that name.
+bool Cancel(const std::string& name, const std::vector<std::string>& options, const Stop& stop) {
     try {
-        for (const std::string& line :
-             LinesOf(Output({"squeue", "--steps", "--noheader", "--format=%i %j"}, stop))) {
+        const std::string steps =
+            Output({"squeue", "--steps", "--noheader", "--format=%i %j"}, stop, kShortPatience);
+        for (const std::string& line : LinesOf(steps)) {
             const std::size_t blank = line.find(' ');
             if (blank != std::string::npos && line.substr(blank + 1) == name) {
-                Output({"scancel", "--signal=TERM", line.substr(0, blank)}, stop);
+                std::vector<std::string> command = {"scancel"};
+                command.insert(command.end(), options.begin(), options.end());
+                command.push_back(line.substr(0, blank));
+                Output(command, stop, kShortPatience);
                 return true;
             }
         }
@@ -181,6 +190,16 @@ bool TerminateStep(const std::string& name, const Stop& stop) {
         // Whoever wants the step to end has stronger means.
     }
     return false;
+}
+
+}  // namespace
+
+bool TerminateStep(const std::string& name, const Stop& stop) {
+    return Cancel(name, {"--signal=TERM"}, stop);
+}
+
+bool KillStep(const std::string& name, const Stop& stop) {
+    return Cancel(name, {}, stop);
 }
 
 void AddTroubles(const std::string& srunSaid, std::vector<Node>& nodes) {

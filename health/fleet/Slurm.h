@@ -43,8 +43,10 @@ struct StepOptions {
 std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nodes,
                                      const std::string& nodeFile);
 
-// Asks the tasks of a step to end. False when there is none of that name yet, or Slurm does not answer.
+// Asks the tasks of a step to end, or kills them. False when there is none of that name yet, or Slurm does not
+// answer soon, or the stop is wished.
 bool TerminateStep(const std::string& name, const Stop& stop);
+bool KillStep(const std::string& name, const Stop& stop);
 
 // What srun said of nodes, one line each: {"n3", "task 2: Killed"}.
 void AddTroubles(const std::string& srunSaid, std::vector<Node>& nodes);

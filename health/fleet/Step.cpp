@@ -31,6 +31,9 @@ constexpr std::chrono::seconds kGrace{200};
 
 constexpr std::size_t kLongestLine = 200;
 
+// So long nobody is told that the step waits for its nodes.
+constexpr std::chrono::seconds kWaiting{15};
+
 // srun, beside what follows its files.
 class Srun {
 public:
@@ -156,8 +159,12 @@ bool AllSilent(const Follower& follower) {
 
 void Follow(Srun& srun, const std::string& name, Follower& follower, Display& display,
             const Stop& stop) {
+    const Clock::time_point begin = Clock::now();
     std::optional<Clock::time_point> ended;
+    bool killed = false;
+    bool told = false;
     const Stop never;
+    const Stop& hurry = stop.Stronger() == nullptr ? never : *stop.Stronger();
     while (!srun.WaitFor(kLookMilliseconds)) {
         display.Ended(follower.Look(Clock::now()));
         display.Show(follower.Nodes());
@@ -167,15 +174,25 @@ void Follow(Srun& srun, const std::string& name, Follower& follower, Display& di
             display.Say(wished ? "ending the step; once more, and it is killed"
                                : "the nodes that are not done are silent; ending the step");
             // srun itself would kill the tasks, and leave cards in other modes than they were found.
-            if (!TerminateStep(name, never)) {
+            if (!TerminateStep(name, hurry)) {
                 srun.End();
             }
         }
         if (ended && Clock::now() - *ended > kGrace) {
             srun.End();
         }
-        if (stop.Stronger() != nullptr && stop.Stronger()->Requested()) {
+        if (!killed && hurry.Requested()) {
+            killed = true;
+            // srun alone would leave its tasks on the nodes.
+            if (!KillStep(name, never)) {
+                display.Say("the runs on the nodes may go on; scancel --name=" + name +
+                            " ends them");
+            }
             srun.Kill();
+        }
+        if (!told && !follower.Began() && Clock::now() - begin > kWaiting) {
+            told = true;
+            display.Say("no node has begun; squeue --name=" + name + " says why");
         }
     }
     // Some thousands a look.

@@ -71,15 +71,15 @@ TEST_F(Fleets, TellTheWorstFirst) {
     Read("f", {RunStarted(), Tested("zel0", "vlw", "failed", "x")});
     const FleetReport report = Report();
     EXPECT_THAT(Verdicts(report),
-                ElementsAre("e failed", "f failed", "d lost", "c unknown", "b degraded"));
+                ElementsAre("e failed", "d lost", "f lost", "c unknown", "b degraded"));
     EXPECT_EQ(report.status, Status::critical);
     EXPECT_EQ(report.nodes, 6);
     EXPECT_EQ(report.healthy, 1);
     EXPECT_EQ(report.rows[0].text, "zel0 pcie.vls: x (and 1 more)");
-    EXPECT_EQ(report.rows[0].look, "ssh e zelhealth run --cards zel0");
-    EXPECT_EQ(report.rows[1].text,
+    EXPECT_EQ(report.rows[0].look, "ssh e zelhealth run --plan check --cards zel0");
+    EXPECT_EQ(report.rows[2].text,
               "zel0 pcie.vlw: x; its stream has no end, last heard of 2026-11-21T20:15:04.500Z");
-    EXPECT_EQ(report.rows[2].look, "ssh d zelhealth history");
+    EXPECT_EQ(report.rows[1].look, "ssh d zelhealth history");
     EXPECT_EQ(report.rows[3].text, "no answer");
 }
 
@@ -104,7 +104,7 @@ TEST_F(Fleets, NameNodesThatDidNotAnswer) {
     EXPECT_THAT(Verdicts(report), ElementsAre("b lost", "c lost", "d not_asked"));
     EXPECT_EQ(report.nodes, 4);
     EXPECT_THAT(report.rows[0].text, HasSubstr("; task 1: Killed"));
-    EXPECT_EQ(report.rows[0].look, "srun -N 1 -w b zelhealth history");
+    EXPECT_EQ(report.rows[0].look, "ssh b zelhealth history");
     EXPECT_EQ(report.rows[1].text, "no word of it");
     EXPECT_EQ(report.rows[1].look, "scontrol show node c");
     EXPECT_EQ(report.rows[2].text, "drained: fan");
@@ -120,6 +120,39 @@ TEST_F(Fleets, CountTheLastRunOfAHost) {
     Read("b", {RunStarted(), RunFinished(0)}, "2");
     Read("b", {RunStarted(), Tested("zel0", "vlw", "failed", "x"), RunFinished(2)}, "1");
     EXPECT_THAT(Report().rows, IsEmpty());
+}
+
+// Machines of one name, such as localhost: what is healthy of one does not hide what failed of another.
+TEST_F(Fleets, TellHostsOfOneNameApartByTheirCards) {
+    const auto run = [this](const std::string& id, const std::string& uuid, int status) {
+        Json started = CardStarted("zel0");
+        started["uuid"] = uuid;
+        Read("localhost",
+             {RunStarted(), started, Tested("zel0", "vlw", status == 0 ? "passed" : "failed", "x"),
+              RunFinished(status)},
+             id);
+    };
+    run("1", "u1", 2);
+    run("2", "u2", 0);
+    EXPECT_THAT(Verdicts(Report()), ElementsAre("localhost failed"));
+    EXPECT_EQ(Report().nodes, 2);
+    run("3", "u1", 0);
+    EXPECT_EQ(Report().status, Status::ok);
+    EXPECT_EQ(Report().healthy, 2);
+}
+
+// A card of which a whole stream tells nothing is not healthy.
+TEST_F(Fleets, MissACardThatTheRunExpected) {
+    Json started = RunStarted();
+    started["expected"] = {"zel0", "zel1", "0000:09:00.0"};
+    Json other = CardFinished("0000:09:00.0", "healthy");
+    Read("a", {started, CardFinished("zel0", "healthy"), other, RunFinished(0)});
+    FleetReport report = Report();
+    EXPECT_EQ(report.status, Status::unknown);
+    EXPECT_EQ(report.rows[0].text, "zel1: its records are missing in the stream");
+    Read("b", {started, CardFinished("zel0", "healthy"), CardFinished("zel1", "healthy"), other,
+               RunFinished(0)});
+    EXPECT_EQ(Report().healthy, 1);
 }
 
 // Whoever says at its end that all is well, and has said otherwise before, is not believed.
@@ -150,7 +183,7 @@ TEST_F(Fleets, TellWhatDiffersFromMost) {
     EXPECT_THAT(FleetText(report, summary_, 80, false),
                 HasSubstr("  flash version of er1x cards: 2.1 on 6 of 8 cards\n"
                           "    2.0 on 2 cards: d zel0, d zel1\n"
-                          "    look srun -N 1 -w d zelhealth cards\n"));
+                          "    look ssh d zelhealth cards\n"));
 }
 
 TEST_F(Fleets, TellCardsThatAreSlowerThanTheirKind) {
@@ -184,8 +217,8 @@ TEST_F(Fleets, GiveCommandsThatShellsTakeAsTheyAre) {
     Read("a;reboot", {RunStarted(), Tested("$(x)", "vlw", "failed", "x"), RunFinished(2)});
     Read("it's", {RunStarted(), RunFinished(1)});
     const FleetReport report = Report();
-    EXPECT_EQ(report.rows[0].look, "ssh 'a;reboot' zelhealth run --cards '$(x)'");
-    EXPECT_EQ(report.rows[1].look, "ssh 'it'\\''s' zelhealth run");
+    EXPECT_EQ(report.rows[0].look, "ssh 'a;reboot' zelhealth run --plan check --cards '$(x)'");
+    EXPECT_EQ(report.rows[1].look, "ssh 'it'\\''s' zelhealth run --plan check");
 }
 
 TEST_F(Fleets, AreDrawnOutOfData) {
