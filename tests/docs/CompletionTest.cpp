@@ -5,12 +5,16 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <map>
 #include <regex>
 #include <set>
 
 #include "Pages.h"
 #include "Words.h"
+#include "catalogue/Catalogue.h"
+#include "catalogue/Verdicts.h"
 #include "fleet/Fleet.h"
+#include "plan/Plan.h"
 
 namespace {
 
@@ -46,7 +50,8 @@ private:
             words.push_back(driver + "bash");
             if (GetParam() == "bash_completion")
                 words.emplace_back("--bash-completion");
-            words.insert(words.end(), {folder + "/ZelDiag.bash", folder + "/zelsim.bash", line});
+            words.insert(words.end(), {folder + "/ZelDiag.bash", folder + "/zelhealth.bash",
+                                       folder + "/zelsim.bash", line});
         }
         std::vector<std::string> offers;
         for (std::string& offer : SplitLines(RunProgram(words).text)) {
@@ -209,6 +214,75 @@ TEST_P(Completion, OffersTheSimulatorsCommandsAndOptions) {
     EXPECT_GE(commands.size(), 4U);
     EXPECT_THAT(Offers("zelsim "), IsSupersetOf(commands));
     EXPECT_THAT(Offers("zelsim --"), IsSupersetOf({"--help", "--version"}));
+}
+
+// The names of options in the help of a command of zelhealth, and whether each takes a value.
+std::map<std::string, bool> OptionsInHelp(const std::string& command) {
+    static const std::regex option("\n  (?:-h,)?(--[a-z-]+)( [A-Z])?");
+    const std::string help = RunProgram({"zelhealth", command, "--help"}).text;
+    std::map<std::string, bool> names;
+    for (std::sregex_iterator i(help.begin(), help.end(), option), end; i != end; ++i)
+        names[(*i)[1]] = (*i)[2].matched && help.compare(i->position(2) + 1, 8, "Excludes") != 0;
+    return names;
+}
+
+std::vector<std::string> CompanionCommands() {
+    static const std::regex command("\n  ([a-z]+) ");
+    const std::string help = RunProgram({"zelhealth", "--help"}).text;
+    std::vector<std::string> names;
+    for (std::sregex_iterator i(help.begin(), help.end(), command), end; i != end; ++i)
+        names.push_back((*i)[1]);
+    return names;
+}
+
+TEST_P(Completion, OffersTheCompanionsCommandsAndTheirOptions) {
+    const std::vector<std::string> commands = CompanionCommands();
+    EXPECT_GE(commands.size(), 13U);
+    EXPECT_THAT(Offers("zelhealth "), UnorderedElementsAreArray(commands));
+    std::set<std::string> seen;
+    for (const std::string& command : commands) {
+        std::set<std::string> expected;
+        for (const auto& [name, takesValue] : OptionsInHelp(command)) {
+            expected.insert(name);
+            // What takes a value is followed by no option of its command.
+            if (takesValue && seen.insert(name).second) {
+                EXPECT_THAT(Offers("zelhealth " + command + " " + name + " --h"), IsEmpty())
+                    << command << name;
+            }
+        }
+        std::set<std::string> offers;
+        for (const std::string& offer : Offers("zelhealth " + command + " -")) {
+            if (offer != "-h" && offer != "--")
+                offers.insert(offer);
+        }
+        EXPECT_EQ(offers, expected) << command;
+    }
+}
+
+TEST_P(Completion, OffersThePlansTestsAndVerdictsOfTheCompanion) {
+    for (const std::string line : {"run --plan ", "check --plan=", "fleet --plan ", "plan check "})
+        EXPECT_THAT(Offers("zelhealth " + line), IsSupersetOf(zelhealth::BuiltInPlans())) << line;
+    std::vector<std::string> tests;
+    for (const zelhealth::TestRow& row : zelhealth::Catalogue::BuiltIn().Tests())
+        tests.push_back(row.Id());
+    EXPECT_THAT(Offers("zelhealth explain "), IsSupersetOf(tests));
+    std::set<std::string> verdicts;
+    for (const zelhealth::VerdictRow& row : zelhealth::Verdicts::BuiltIn().All())
+        verdicts.insert(row.name);
+    EXPECT_THAT(Offers("zelhealth explain "), IsSupersetOf(verdicts));
+    EXPECT_THAT(Offers("zelhealth history --test "),
+                IsSupersetOf(Together(tests, {"pcie", "smc"})));
+    EXPECT_THAT(Offers("zelhealth fleet -- --r"), testing::ElementsAre("--repeat"));
+    EXPECT_THAT(Offers("zelhealth mode zel0 "),
+                UnorderedElementsAreArray({"normal", "offline", "maintenance", "memdiag"}));
+}
+
+TEST_P(Completion, OffersTheHostsCardsToTheCompanion) {
+    for (const std::string line : {"run --cards ", "mode ", "history --card "})
+        EXPECT_THAT(OffersOnHost("zelhealth " + line), UnorderedElementsAreArray({"zel0", "zel1"}))
+            << line;
+    EXPECT_THAT(OffersOnHost("zelhealth run --cards zel0,"),
+                testing::ElementsAre(testing::EndsWith("zel1")));
 }
 
 TEST_P(Completion, OffersTheUsageModes) {
