@@ -199,7 +199,14 @@ bool TerminateStep(const std::string& name, const Stop& stop) {
 }
 
 bool KillStep(const std::string& name, const Stop& stop) {
-    return Cancel(name, {}, stop);
+    const bool killed = Cancel(name, {}, stop);
+    try {
+        // An allocation that srun has made has the same name, and outlives a srun that is killed.
+        Output({"scancel", "--name=" + name}, stop, kShortPatience);
+    } catch (const SlurmError&) {
+        return false;
+    }
+    return killed;
 }
 
 void AddTroubles(const std::string& srunSaid, std::vector<Node>& nodes) {

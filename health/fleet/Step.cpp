@@ -174,7 +174,7 @@ void Follow(Srun& srun, const std::string& name, Follower& follower, Display& di
             display.Say(wished ? "ending the step; once more, and it is killed"
                                : "the nodes that are not done are silent; ending the step");
             // srun itself would kill the tasks, and leave cards in other modes than they were found.
-            if (!TerminateStep(name, hurry)) {
+            if (!TerminateStep(name, hurry) && !hurry.Requested()) {
                 srun.End();
             }
         }

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -177,15 +178,25 @@ std::string_view NameOf(Verdict verdict) {
     return "setup";
 }
 
+namespace {
+
+// What administrators and schedulers send to what they want to end: it says nothing of a card.
+bool IsWish(const ChildResult& result) {
+    return result.error.empty() &&
+           (result.code == SIGTERM || result.code == SIGINT || result.code == SIGHUP);
+}
+
+}  // namespace
+
 Judgement Judge(const ChildResult& result, const AskedTest& asked) {
     switch (result.end) {
         case ChildEnd::exited:
             return JudgeExit(result, asked);
         case ChildEnd::signalled:
-            return Make(Verdict::crashed, result.error.empty()
-                                              ? fmt::format("the tool was ended by signal {} ({})",
-                                                            result.code, strsignal(result.code))
-                                              : result.error);
+            return Make(IsWish(result) ? Verdict::setup : Verdict::crashed,
+                        result.error.empty() ? fmt::format("the tool was ended by signal {} ({})",
+                                                           result.code, strsignal(result.code))
+                                             : result.error);
         case ChildEnd::timedOut:
             return Make(Verdict::timedOut,
                         "ended after " + Count(result.seconds.count()) + ", its time being over");

@@ -3,7 +3,7 @@
 
 _zelhealth_options() {
     local reports='--html --junit --metrics --csv'
-    local both="--plan --cards --jobs --expect-cards --output $reports --deadline --wait --tool"
+    local both="--plan --cards --jobs --expect-cards --no-history --output $reports --deadline --wait --tool"
     case $1 in
         '') echo --help ;;
         run) echo "--help $both --repeat --quiet" ;;

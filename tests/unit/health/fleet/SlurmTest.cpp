@@ -90,7 +90,7 @@ TEST_F(WithSlurm, TheStepOfThatNameIsTerminated) {
     EXPECT_EQ(ReadText(scratch_ / "said"), "--signal=TERM 8.0\n");
     EXPECT_FALSE(TerminateStep("none", stop_));
     EXPECT_TRUE(KillStep("mine", stop_));
-    EXPECT_EQ(ReadText(scratch_ / "said"), "--signal=TERM 8.0\n8.0\n");
+    EXPECT_EQ(ReadText(scratch_ / "said"), "--signal=TERM 8.0\n8.0\n--name=mine\n");
     scratch_.Script("scancel", "exit 1\n");
     EXPECT_FALSE(TerminateStep("mine", stop_));
 }

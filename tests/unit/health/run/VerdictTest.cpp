@@ -211,6 +211,11 @@ TEST(Judgement, OfOtherEnds) {
     result.code = SIGSEGV;
     EXPECT_EQ(Judge(result, asked).verdict, Verdict::crashed);
     EXPECT_THAT(Judge(result, asked).reason, HasSubstr("signal 11"));
+    // Somebody wanted it to end: that is no card's fault.
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        result.code = signal;
+        EXPECT_EQ(Judge(result, asked).verdict, Verdict::setup) << signal;
+    }
     result.end = ChildEnd::timedOut;
     EXPECT_EQ(Judge(result, asked).verdict, Verdict::timedOut);
     result.end = ChildEnd::givenUp;
