@@ -21,11 +21,11 @@ settings() {
     printf '%s\n' "zelhealth=$cluster/bin/zelhealth" "slurm_conf=$cluster/slurm.conf" "$@" > /etc/zeldiag/slurm.conf
 }
 
-# start_checked COUNT [LINE...]: a cluster whose nodes are checked each ten seconds.
+# start_checked COUNT [LINE...]: a cluster whose nodes are checked each fifteen seconds.
 start_checked() {
     local count=$1
     shift
-    cluster_start "$count" "HealthCheckProgram=$glue/health-check" HealthCheckInterval=10 HealthCheckNodeState=ANY "$@"
+    cluster_start "$count" "HealthCheckProgram=$glue/health-check" HealthCheckInterval=15 HealthCheckNodeState=ANY "$@"
 }
 
 # start_journal: the system's journal of this host. `told` leaves what Slurm's programs told it in the file told.
