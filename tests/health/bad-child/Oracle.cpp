@@ -61,7 +61,7 @@ bool Passes(const std::string& out) {
            !Has(out, "FAILED") && !Has(out, " *** ");
 }
 
-// What is not free text. A card that cannot be closed says nothing of its test.
+// What is not free text.
 std::vector<std::string> Statements(const std::vector<std::string>& lines, const TestRow& row) {
     const std::string test = "Test " + std::to_string(row.number) + ": ";
     std::vector<std::string> statements;
@@ -71,7 +71,7 @@ std::vector<std::string> Statements(const std::vector<std::string>& lines, const
     for (const std::string& line : lines) {
         begun = begun || line.starts_with("Running Coprocessor Diagnostics on device ");
         inTest = inTest && line != test + "PASSED\n" && !line.ends_with(test + "FAILED\n");
-        if (begun && !inTest && !line.starts_with("Failed to close "))
+        if (begun && !inTest)
             statements.push_back(line);
         inTest = inTest || (!titled && line == test + row.title + "\n");
         titled = titled || inTest;
@@ -116,8 +116,16 @@ bool MayPass(const Recording& recording, const Act& act) {
     const std::string said = speech.before + speech.after.value_or("");
     // The tool's status where a card cannot be closed and there are others.
     const bool notClosed = status == 1 && Has(said, "Failed to close ");
-    return (status == 0 || notClosed) &&
-           Statements(Lines(said), *recording.row) == Statements(script.lines, *recording.row);
+    if (status != 0 && !notClosed)
+        return false;
+    const std::vector<std::string> statements = Statements(Lines(said), *recording.row);
+    std::vector<std::string> asked = Statements(script.lines, *recording.row);
+    if (statements == asked)
+        return true;
+    // That a card cannot be closed says nothing of its test.
+    std::erase_if(asked,
+                  [](const std::string& line) { return line.starts_with("Failed to close "); });
+    return statements == asked;
 }
 
 }  // namespace bad

@@ -143,8 +143,11 @@ Found Stage::Try(const Recording& recording, const Act& act) const {
     found.wrong = part_ == "read"     ? Read(recording, act, found)
                   : part_ == "played" ? Play(recording, act, found)
                                       : Whole(recording, act, found);
-    if (found.wrong.empty() && found.verdict == "passed" && !MayPass(recording, act))
+    const bool mayPass = MayPass(recording, act);
+    if (found.wrong.empty() && found.verdict == "passed" && !mayPass)
         found.wrong = "passed, which it has not";
+    if (found.wrong.empty() && found.verdict != "passed" && mayPass)
+        found.wrong = "is " + found.verdict + ", and has passed";
     if (found.wrong.empty() && Clock::now() - begin > DeadlineOf(act) + kMore)
         found.wrong = "took longer than its deadline and 15 seconds";
     if (found.wrong.empty() && part_ == "whole")
