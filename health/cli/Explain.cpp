@@ -54,7 +54,8 @@ void PrintForPeople(const std::string& asked, const Answer& answer) {
         text += TextOf(Explain(found), columns, colours);
     }
     if (answer.more > 0) {
-        text += fmt::format("\n{} more are as near: say more of it\n", answer.more);
+        text += fmt::format("\n{} more {} as near: say more of it\n", answer.more,
+                            answer.more == 1 ? "is" : "are");
     }
     Print(stdout, text);
 }

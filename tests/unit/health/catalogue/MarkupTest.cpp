@@ -24,7 +24,7 @@ TEST(Markup, IsShownAsPeopleReadIt) {
 }
 
 TEST(Markup, ThatIsWrongIsRefused) {
-    for (const char* marked : {"{Pa Settings.ini", "Settings.ini}", "{Pa {Fl x}}", "{Pa a{ b}",
+    for (const char* marked : {"{Pa Settings.ini", "Settings.ini}", "{Pa {Fl x}}", "{Pa a{",
                                "{Zz x}", "{Pa}", "{Pa }", "{}", "a } b", "{pa x}"})
         EXPECT_THROW(MarkedPieces(marked), std::runtime_error) << marked;
 }

@@ -85,6 +85,16 @@ TEST(Lookup, FindsWhatZelhealthItselfSays) {
         {"zelhealth: standard output cannot be written", "standard output cannot be written"},
         {"zel1: it is in mode offline, in which no job can use it",
          "it is in mode <mode>, in which no job can use it"},
+        {"zelhealth: --since: \"30\" is no time; it takes 90m, 12h, 30d, 8w, or a day such as "
+         "2026-11-21",
+         "--since: <text> is no time; it takes 90m, 12h, 30d, 8w, or a day such as 2026-11-21"},
+        {"zelhealth: /v/history.db: database is locked; another program holds it, which fuser "
+         "/v/history.db names: end that, and run again",
+         "<file>: database is locked; another program holds it, which fuser <file> names: end "
+         "that, and run again"},
+        {"zelhealth: /v/history.db: the file is empty; it is set aside as /v/history.db.damaged-2, "
+         "and a new history begins",
+         "<file>: the file is empty; it is set aside as <file>, and a new history begins"},
         {"the host key of zel0 is not known: Host key verification failed.",
          "the host key of <card> is not known: <reason>"},
     };
