@@ -52,7 +52,7 @@ std::vector<Divergence> Traits::DivergencesOf(
             return values.at(one) > values.at(other);
         });
         for (std::size_t i = 1; i < order.size(); ++i) {
-            places[{item, order[i]}];
+            places.emplace(std::pair(item, order[i]), std::vector<Place>());
         }
     }
     std::map<std::uint16_t, bool> ofCards;
