@@ -27,7 +27,8 @@ std::vector<MessageText> MessageTexts(const toml::table& table) {
 }
 
 MessageRow Row(const toml::table& table) {
-    RefuseOtherKeys(table, {"texts", "tests", "means", "detail", "causes", "next", "zelhealth"});
+    RefuseOtherKeys(
+        table, {"texts", "tests", "means", "detail", "causes", "next", "zelhealth", "follows"});
     MessageRow row;
     row.texts = MessageTexts(table);
     row.tests = TextsOf(table, "tests");
@@ -36,6 +37,7 @@ MessageRow Row(const toml::table& table) {
     row.causes = TextsOf(table, "causes");
     row.next = OptionalText(table, "next");
     row.zelhealth = OptionalText(table, "zelhealth");
+    row.follows = table["follows"].value_or(false);
     return row;
 }
 

@@ -27,6 +27,7 @@ struct MessageRow {
     std::vector<std::string> causes;  // the likeliest first
     std::string next;
     std::string zelhealth;  // in place of `next` where zelhealth speaks
+    bool follows = false;   // its failure only follows from another that is told in front of it
 
     // The one of the two that zelhealth says.
     const std::string& Advice() const { return zelhealth.empty() ? next : zelhealth; }

@@ -25,6 +25,10 @@ public:
     // The row of a failure, as the tool's summary names it; null where it is not known.
     const MessageRow* Failure(std::string_view text) const;
 
+    // The last of a test's failures that says why; the last of all where each only follows from another. Empty
+    // without any.
+    std::string Telling(const std::vector<std::string>& failures) const;
+
 private:
     MessageBook book_;
 };
@@ -37,7 +41,12 @@ struct Advice {
     std::string more;
 };
 
-// What the last of the tool's messages that is known says; else what the verdict ("timed_out") says.
-Advice AdviceFor(const std::vector<std::string>& messages, const std::string& verdict);
+// What the last of the tool's messages that is known and says why tells; else what the reason does, where it is
+// one of this program's own; else what the verdict ("timed_out") does.
+Advice AdviceFor(const std::vector<std::string>& messages, const std::string& reason,
+                 const std::string& verdict);
+
+// Of one of this program's own texts in a record; empty where it is none.
+Advice AdviceForText(const std::string& text);
 
 }  // namespace zelhealth

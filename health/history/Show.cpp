@@ -149,7 +149,8 @@ std::string FailureText(const History& history, const TestHistory& test, std::si
     std::string text = "\n" + Coloured(title, now ? "failed" : "degraded", colours) +
                        (trend.Waived() ? "  waived\n" : "\n");
     const bool failed = trend.Failed() > 0;
-    const Advice advice = AdviceFor({trend.Seen()}, failed ? trend.FailedAs() : trend.SilentAs());
+    const Advice advice =
+        AdviceFor({trend.Seen()}, trend.Seen(), failed ? trend.FailedAs() : trend.SilentAs());
     const std::string counts =
         !failed ? ""
                 : fmt::format("{} of {}, first {}, last {}", trend.Failed(), Runs(trend.Judged()),

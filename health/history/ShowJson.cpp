@@ -40,7 +40,7 @@ Json JsonOf(const History& history, const TestHistory& test) {
                  {"last", trend.Last()},
                  {"fate", FateOf(trend)}};
     if (trend.Failed() > 0) {
-        const Advice advice = AdviceFor({trend.Seen()}, trend.FailedAs());
+        const Advice advice = AdviceFor({trend.Seen()}, trend.Seen(), trend.FailedAs());
         json.update({{"verdict", trend.FailedAs()},
                      {"first_failed", trend.FirstFailed()},
                      {"last_failed", trend.LastFailed()},

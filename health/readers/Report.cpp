@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
-#include "catalogue/Messages.h"
 #include "host/Printable.h"
 #include "readers/Colours.h"
 #include "readers/Wrap.h"
@@ -83,27 +83,63 @@ void Report::AddTest(const Json& record) {
         return;
     }
     Trouble trouble;
+    trouble.status = StatusOfTest(record);
     trouble.verdict = Printable(verdict);
     trouble.seen = Field(record, "reason");
     trouble.note = Field(record, record.contains("waived") ? "waived" : "waiver_expired");
     trouble.mend = Field(record, "mend");
     trouble.messages = record.value("messages", std::vector<std::string>());
-    const auto known =
-        std::find_if(troubles_.begin(), troubles_.end(), [&trouble](const Trouble& other) {
-            return other.verdict == trouble.verdict && other.seen == trouble.seen &&
-                   other.note == trouble.note && other.messages == trouble.messages;
-        });
-    Trouble& place = known == troubles_.end() ? troubles_.emplace_back(trouble) : *known;
-    AddOnce(place.cards, card.name);
-    AddOnce(place.tests, Field(record, "group") + "." + Field(record, "test"));
+    trouble.cards = {card.name};
+    trouble.tests = {Field(record, "group") + "." + Field(record, "test")};
+    Add(std::move(trouble));
+}
+
+bool Report::Trouble::IsLike(const Trouble& other) const {
+    return verdict == other.verdict && seen == other.seen && note == other.note &&
+           messages == other.messages && tests.empty() == other.tests.empty();
+}
+
+// What several say alike is one.
+void Report::Add(Trouble trouble) {
+    const auto known = std::find_if(troubles_.begin(), troubles_.end(),
+                                    [&](const Trouble& other) { return other.IsLike(trouble); });
+    if (known == troubles_.end()) {
+        troubles_.push_back(std::move(trouble));
+        return;
+    }
+    for (const std::string& card : trouble.cards) {
+        AddOnce(known->cards, card);
+    }
+    for (const std::string& test : trouble.tests) {
+        AddOnce(known->tests, test);
+    }
 }
 
 void Report::AddReasons(const Json& reasons, const std::string& card) {
     for (const Json& reason : reasons) {
+        const Status status = StatusOfReasons(Json::array({reason}));
         const std::string text = Field(reason, "text");
-        const bool named = card.empty() || text.find(card) != std::string::npos;
-        AddOnce(notes_, named ? text : fmt::format("{}: {}", card, text));
+        if (status != Status::ok) {
+            Trouble trouble;
+            trouble.status = status;
+            trouble.verdict = zelhealth::VerdictOf(status);
+            trouble.seen = text;
+            trouble.cards = {card.empty() ? "this host" : card};
+            Add(std::move(trouble));
+        } else {
+            AddOnce(notes_, card.empty() ? text : fmt::format("{}: {}", card, text));
+        }
     }
+}
+
+// Of what is equally bad, that of whole cards comes first: it may be why tests say what they do.
+std::vector<Report::Trouble> Report::WorstFirst() const {
+    std::vector<Trouble> troubles = troubles_;
+    std::stable_sort(troubles.begin(), troubles.end(), [](const Trouble& a, const Trouble& b) {
+        const bool isWorse = a.status != b.status && Worse(a.status, b.status) == a.status;
+        return isWorse || (a.status == b.status && a.tests.empty() && !b.tests.empty());
+    });
+    return troubles;
 }
 
 // What would have become of a card whose run was broken off, nobody knows.
@@ -126,13 +162,19 @@ std::string Report::Table(std::size_t columns, bool colours) const {
     return table;
 }
 
+// Nothing general is said of a card of whose reason nothing is known.
+Advice Report::AdviceOf(const Trouble& trouble) {
+    return trouble.tests.empty() ? AdviceForText(trouble.seen)
+                                 : AdviceFor(trouble.messages, trouble.seen, trouble.verdict);
+}
+
 std::string Report::TroubleText(const Trouble& trouble, std::size_t columns, bool colours) const {
-    const Advice advice = AdviceFor(trouble.messages, trouble.verdict);
+    const Advice advice = AdviceOf(trouble);
     std::string name = trouble.verdict;
     std::replace(name.begin(), name.end(), '_', ' ');
-    std::string text =
-        "\n" +
-        Wrap(fmt::format("{}  {}", Joined(trouble.cards), Joined(trouble.tests)), columns, 0);
+    std::string text = "\n" + Wrap(Joined(trouble.cards) +
+                                       (trouble.tests.empty() ? "" : "  " + Joined(trouble.tests)),
+                                   columns, 0);
     const std::size_t used = text.size() - text.rfind('\n') - 1;
     text += used + 2 + name.size() <= columns ? "  " : "\n  ";
     text += Coloured(name, trouble.verdict, colours) + "\n";
@@ -150,11 +192,11 @@ std::string Report::TroubleText(const Trouble& trouble, std::size_t columns, boo
 
 // How to get more than what is said of the first failure of which there is more. One with a remedy of its own
 // needs none.
-std::string Report::More() const {
-    for (const Trouble& trouble : troubles_) {
-        const std::string more = AdviceFor(trouble.messages, trouble.verdict).more;
+std::string Report::More(const std::vector<Trouble>& troubles) {
+    for (const Trouble& trouble : troubles) {
+        const std::string more = AdviceOf(trouble).more;
         if (trouble.mend.empty() && !more.empty()) {
-            const bool isWord = more.find_first_of(" '") == more.npos;
+            const bool isWord = more.find_first_of(" '<>") == more.npos;
             const char* const quote = isWord ? "" : "\"";
             return fmt::format("more: zelhealth explain {0}{1}{0}\n", quote, more);
         }
@@ -184,14 +226,15 @@ std::string Report::Text(std::size_t columns, bool colours) const {
     if (!cards_.empty()) {
         text += Table(columns, colours);
     }
-    for (const Trouble& trouble : troubles_) {
+    const std::vector<Trouble> troubles = WorstFirst();
+    for (const Trouble& trouble : troubles) {
         text += TroubleText(trouble, columns, colours);
     }
     text += notes_.empty() ? "" : "\n";
     for (const std::string& note : notes_) {
         text += Wrap(note, columns, 2) + "\n";
     }
-    return text + Close() + More();
+    return text + Close() + More(troubles);
 }
 
 }  // namespace zelhealth

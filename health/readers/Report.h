@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/Messages.h"
+#include "readers/Outcome.h"
 #include "record/Record.h"
 
 namespace zelhealth {
@@ -26,25 +28,31 @@ private:
         double seconds = 0;
     };
 
-    // What is not as it should be: tests of one verdict and reason.
+    // What is not as it should be: tests of one verdict and reason, or what is said of cards, or of this host.
     struct Trouble {
+        Status status = Status::ok;
         std::string verdict;
         std::string seen;
         std::string note;  // of a waiver
         std::string mend;
         std::vector<std::string> messages;
         std::vector<std::string> cards;
-        std::vector<std::string> tests;
+        std::vector<std::string> tests;  // none: the card itself
+
+        bool IsLike(const Trouble& other) const;
     };
 
     Card& CardOf(const Json& record);
     void AddTest(const Json& record);
     void AddReasons(const Json& reasons, const std::string& card);
+    void Add(Trouble trouble);
+    std::vector<Trouble> WorstFirst() const;
     std::string VerdictOf(const Card& card) const;
     std::string Table(std::size_t columns, bool colours) const;
+    static Advice AdviceOf(const Trouble& trouble);
     std::string TroubleText(const Trouble& trouble, std::size_t columns, bool colours) const;
     std::string Close() const;
-    std::string More() const;
+    static std::string More(const std::vector<Trouble>& troubles);
 
     std::vector<Card> cards_;  // in their order, in which they do not come
     std::vector<Trouble> troubles_;

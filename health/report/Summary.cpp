@@ -139,7 +139,8 @@ void Summary::AddTest(std::uint32_t host, const RunName& name, const Json& recor
         group.tests.insert(test);
     }
     if (group.next.empty()) {
-        const Advice advice = AdviceFor(TextsOf(record, "messages"), std::string(verdict));
+        const Advice advice = AdviceFor(TextsOf(record, "messages"), record.value("reason", ""),
+                                        std::string(verdict));
         group.means = advice.means;
         group.next = advice.next;
     }

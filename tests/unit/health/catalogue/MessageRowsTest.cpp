@@ -88,10 +88,17 @@ TEST(MessageRows, ThatAreBuiltInCanBeShown) {
 
 TEST(Advice, IsThatOfTheLastMessageThatIsKnown) {
     EXPECT_EQ(
-        AdviceFor({"Found invalid Vendor ID", "Link trained down", "no such text"}, "failed").next,
+        AdviceFor({"Found invalid Vendor ID", "Link trained down", "no such text"}, "", "failed")
+            .next,
         "Reseat the card; try a slot of 16 lanes.");
+    EXPECT_THAT(AdviceFor({"Memory write verify failure", "'hostApertureMemTest' failed",
+                           "Failed full range test"},
+                          "", "failed")
+                    .means,
+                HasSubstr("what was written"));
+    EXPECT_THAT(AdviceFor({"Failed full range test"}, "", "failed").means, HasSubstr("its end"));
     // As a reason the text has another form, which no summary has.
-    EXPECT_EQ(AdviceFor({"FAILED: Link trained down"}, "failed").next,
+    EXPECT_EQ(AdviceFor({"FAILED: Link trained down"}, "", "failed").next,
               "Look at its evidence: run it again with --output FILE.");
 }
 
@@ -107,7 +114,7 @@ TEST(Advice, TellsWhetherThereIsMore) {
                     continue;
                 }
                 const bool hasMore = !row.causes.empty() || !row.detail.empty();
-                EXPECT_EQ(AdviceFor({text.text}, "failed").more, hasMore ? text.text : "");
+                EXPECT_EQ(AdviceFor({text.text}, "", "failed").more, hasMore ? text.text : "");
                 ++(hasMore ? more : all);
             }
         }
@@ -117,14 +124,42 @@ TEST(Advice, TellsWhetherThereIsMore) {
 }
 
 TEST(Advice, IsThatOfZelhealthWhereItKnowsBetter) {
-    EXPECT_EQ(AdviceFor({"The Coprocessor is not in normal mode"}, "skipped").next,
+    EXPECT_EQ(AdviceFor({"The Coprocessor is not in normal mode"}, "", "skipped").next,
               "Set the card to normal mode: zelhealth mode CARD normal");
 }
 
 TEST(Advice, IsThatOfTheVerdictWhereNoMessageIsKnown) {
-    EXPECT_EQ(AdviceFor({}, "setup").next, "Mend it and run again.");
-    EXPECT_EQ(AdviceFor({"?"}, "no verdict").next,
+    EXPECT_EQ(AdviceFor({}, "", "setup").next, "Mend it and run again.");
+    EXPECT_EQ(AdviceFor({"?"}, "", "no verdict").next,
               "Look at its evidence: run it again with --output FILE.");
+}
+
+// Where no message of the tool is known, what the companion itself says is.
+TEST(Advice, IsThatOfTheReasonWhereItIsOneOfZelhealth) {
+    EXPECT_THAT(AdviceFor({}, "the cards' driver is not loaded", "setup").means,
+                HasSubstr("does not run"));
+    EXPECT_THAT(AdviceFor({"Link trained down"}, "the cards' driver is not loaded", "failed").means,
+                HasSubstr("16 lanes"));
+    const Advice mode = AdviceForText("it is in mode \"; rm -r /\n, in which no job can use it");
+    EXPECT_THAT(mode.next, HasSubstr("zelhealth mode CARD normal"));
+    EXPECT_EQ(mode.more, "it is in mode <mode>, in which no job can use it");
+    EXPECT_EQ(AdviceForText("no such text").means, "");
+    EXPECT_EQ(AdviceForText("").means, "");
+}
+
+// It is put into quotes, which is enough for the shell.
+TEST(Advice, NamesNoTextThatTheShellTakesForMore) {
+    int shown = 0;
+    for (const MessageSection& section : Messages::OfZelhealth().Book().sections) {
+        for (const MessageRow& row : section.rows) {
+            for (const MessageText& text : row.texts) {
+                const std::string more = AdviceForText(text.text).more;
+                EXPECT_EQ(more.find_first_of("\"$`\\"), std::string::npos) << more;
+                shown += more.empty() ? 0 : 1;
+            }
+        }
+    }
+    EXPECT_GT(shown, 10);
 }
 
 }  // namespace

@@ -158,6 +158,31 @@ TEST(Report, SaysOfEachFailureWhatItMeansAndWhatToDo) {
               "more: zelhealth explain \"Link trained down\"\n");
 }
 
+// What is wrong with a card, and with this host, comes with advice too, and in front of what is less bad.
+TEST(Report, TellsTheWorstFirst) {
+    Report report;
+    report.Read(TestFinished(0, "vls", "not_run", "the card does not answer"));
+    report.Read(TestFinished(1, "vlw", "failed", "Link trained down"));
+    const std::string silent = "it does not answer: no answer within 10 s";
+    report.Read(CardFinished(0, "failed", Reason(silent, 2)));
+    report.Read(CardFinished(1, "failed"));
+    report.Read(CardFinished(2, "failed", Reason(silent, 2)));
+    report.Read({{"record", "run_note"}, {"reasons", Reason("interrupted", 3)}});
+    report.Read({{"record", "run_note"}, {"reasons", Reason("zel5 is back in normal", 0)}});
+    report.Read(RunFinished(2));
+    const std::string text = report.Text(80, false);
+    const std::vector<std::string> order = {
+        "\n\nzel0, zel2  failed\n  seen   " + silent + "\n  means  ",
+        "\n\nzel1  pcie.vlw  failed\n", "\n\nthis host  unknown\n  seen   interrupted\n",
+        "\n\nzel0  pcie.vls  not run\n", "\n\nzel5 is back in normal\n\n"};
+    std::size_t place = 0;
+    for (const std::string& part : order) {
+        const std::size_t found = text.find(part, place);
+        ASSERT_NE(found, std::string::npos) << part << text;
+        place = found;
+    }
+}
+
 TEST(Report, SaysHowToGetMoreWhereThereIsMore) {
     const auto text = [](const std::vector<Json>& records) {
         Report report;
