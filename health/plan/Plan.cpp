@@ -4,8 +4,11 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <set>
 
 #include <toml++/toml.h>
@@ -163,6 +166,7 @@ private:
             for (const toml::node& option : *options) {
                 test.options.push_back(Option(*test.row, option));
             }
+            ExpectRange(*options, test.options);
         }
         Add(*name, test);
     }
@@ -196,6 +200,25 @@ private:
             Refuse(node, fmt::format("{} has no option {}; it takes {}", row.Id(), name, takes));
         }
         return *option;
+    }
+
+    // Of a range that it cannot use the tool tests another, and passes.
+    void ExpectRange(const toml::node& place, const std::vector<std::string>& options) const {
+        std::map<std::string, unsigned long long> numbers;
+        for (const std::string& option : options) {
+            const std::size_t equals = option.find('=');
+            std::string name = option.substr(0, equals);
+            std::transform(name.begin(), name.end(), name.begin(),
+                           [](unsigned char letter) { return std::tolower(letter); });
+            const bool isSize = name == "-memsize";
+            numbers[name] = std::strtoull(option.c_str() + equals + 1, nullptr, isSize ? 0 : 16);
+            if (isSize && numbers[name] == 0) {
+                Refuse(place, option + " is no size");
+            }
+        }
+        if (numbers.contains("-endaddress") && numbers["-endaddress"] <= numbers["-startaddress"]) {
+            Refuse(place, "-endAddress must be greater than -startAddress, or than 0 without it");
+        }
     }
 
     void Add(const toml::node& place, const PlannedTest& test) {

@@ -22,6 +22,7 @@ struct AskedTest {
     int number = 0;            // 1 is the first test of its group
     std::string title;         // "Verify Link Width"
     std::string pcie;          // "0000:02:00.0"; empty where it is not known
+    bool hasOptions = false;   // of its own, from a plan
 };
 
 enum class Statement { missing, passed, failed };

@@ -33,6 +33,8 @@ constexpr std::string_view kNotSupported = "Test not supported on this device";
 constexpr std::string_view kNoAccess = "Error in zelAccess->setAccessHandle";
 constexpr std::string_view kError = "An error has occurred: ";
 constexpr std::string_view kSettingsError = "An error has occurred: Could process settings";
+constexpr std::string_view kArgumentsError = "An error has occurred: Could not parse arguments";
+constexpr std::string_view kInvalidArgument = "Invalid argument: ";  // to standard error
 constexpr std::string_view kTooManyCards = "Detected more than supported devices";
 constexpr std::string_view kNoDriver = "ERROR: The 'zel' driver module is not loaded!";
 
@@ -42,6 +44,15 @@ constexpr std::string_view kSettingsReasons[] = {
     "Failed to read Settings.ini",
     "Too many GDDR vendors in Settings.ini",
 };
+
+// Reasons in the summary that are those of a test's options, where it has some of its own.
+constexpr std::string_view kOptionsReasons[] = {
+    "Memory Test parameter validation fail",
+    "Test range if greater than available memory",
+};
+
+// In front of what is wrong with them, to standard error.
+constexpr std::string_view kInvalidOptions = "Invalid arguments, ";
 
 // What the loader says, and the shell's status for a program that does not start.
 constexpr std::string_view kLibraryMissing = "error while loading shared libraries";

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "catalogue/Messages.h"
 #include "run/ToolTexts.h"
 
 namespace zelhealth {
@@ -66,6 +67,12 @@ Judgement JudgeStart(const ChildResult& result, const AskedTest& asked, const To
         return Make(Verdict::setup,
                     result.err.empty() ? "the settings cannot be read" : FirstLine(result.err));
     }
+    if (!LineThatBegins(result.out, tool::kArgumentsError).empty()) {
+        const std::string_view line = LineThatBegins(result.err, tool::kInvalidArgument);
+        return Make(Verdict::setup,
+                    fmt::format("the tool refuses the plan's options: {}",
+                                line.empty() ? FirstLine(result.err) : std::string(line)));
+    }
     if (!LineThatBegins(result.out, tool::kNoDriver).empty()) {
         return Make(Verdict::setup, "the cards' driver is not loaded", "service hosk start");
     }
@@ -88,20 +95,30 @@ Judgement JudgeStart(const ChildResult& result, const AskedTest& asked, const To
                             report.problem));
 }
 
-bool IsOfTheSettings(const std::string& message) {
-    return std::find(std::begin(tool::kSettingsReasons), std::end(tool::kSettingsReasons),
-                     message) != std::end(tool::kSettingsReasons);
+// Whether a failure says nothing but these.
+template <std::size_t kCount>
+bool SaysOnly(const std::vector<std::string>& messages, const std::string_view (&reasons)[kCount]) {
+    return !messages.empty() &&
+           std::all_of(messages.begin(), messages.end(), [&reasons](const std::string& message) {
+               return std::find(std::begin(reasons), std::end(reasons), message) !=
+                      std::end(reasons);
+           });
 }
 
-Judgement JudgeFailure(const ToolReport& report) {
-    // What logs nothing but the settings was not tested.
-    const bool settings =
-        !report.messages.empty() &&
-        std::all_of(report.messages.begin(), report.messages.end(), IsOfTheSettings);
-    if (settings) {
+Judgement JudgeFailure(const ChildResult& result, const AskedTest& asked,
+                       const ToolReport& report) {
+    // What logs nothing but the settings, or a plan's options, was not tested.
+    if (SaysOnly(report.messages, tool::kSettingsReasons)) {
         return Make(Verdict::setup, report.messages.front());
     }
-    std::string reason = report.messages.empty() ? "the tool says FAILED" : report.messages.back();
+    if (asked.hasOptions && SaysOnly(report.messages, tool::kOptionsReasons)) {
+        const std::string_view line = LineThatBegins(result.err, tool::kInvalidOptions);
+        return Make(Verdict::setup,
+                    fmt::format("the plan's options do not fit the card: {}",
+                                line.empty() ? report.messages.front() : std::string(line)));
+    }
+    std::string reason = report.messages.empty() ? "the tool says FAILED"
+                                                 : Messages::BuiltIn().Telling(report.messages);
     if (!report.complete) {
         reason += "; its output has not its form: " + report.problem;
     }
@@ -141,7 +158,7 @@ Judgement JudgeExit(const ChildResult& result, const AskedTest& asked) {
                          fmt::format("the tool tested the card on PCIe address {}, not that on {}",
                                      report.pcie, asked.pcie));
     } else if (report.AnyFailed() && report.sawTest) {
-        judgement = JudgeFailure(report);
+        judgement = JudgeFailure(result, asked, report);
     } else if (!report.complete) {
         judgement = Make(Verdict::crashed, "the tool's output has not its form: " + report.problem);
     } else if (report.skipped) {
@@ -180,10 +197,11 @@ std::string_view NameOf(Verdict verdict) {
 
 namespace {
 
-// What administrators and schedulers send to what they want to end: it says nothing of a card.
-bool IsWish(const ChildResult& result) {
-    return result.error.empty() &&
-           (result.code == SIGTERM || result.code == SIGINT || result.code == SIGHUP);
+// What administrators and schedulers send to what they want to end, and an end of what keeps the tool: that
+// says nothing of a card.
+bool IsFromOutside(const ChildResult& result) {
+    return !result.error.empty() || result.code == SIGTERM || result.code == SIGINT ||
+           result.code == SIGHUP;
 }
 
 }  // namespace
@@ -193,7 +211,7 @@ Judgement Judge(const ChildResult& result, const AskedTest& asked) {
         case ChildEnd::exited:
             return JudgeExit(result, asked);
         case ChildEnd::signalled:
-            return Make(IsWish(result) ? Verdict::setup : Verdict::crashed,
+            return Make(IsFromOutside(result) ? Verdict::setup : Verdict::crashed,
                         result.error.empty() ? fmt::format("the tool was ended by signal {} ({})",
                                                            result.code, strsignal(result.code))
                                              : result.error);

@@ -17,6 +17,12 @@ std::string ErrorOf(const std::string& text) {
     return "";
 }
 
+// A plan that writes memory, with these options.
+std::string Write(const std::string& one, const std::string& other) {
+    return "memory = true\n[[test]]\ntest = \"mem.wr\"\noptions = [\"" + one + "\", \"" + other +
+           "\"]";
+}
+
 TEST(Plan, HoldsItsTestsInOrderWithWhatIsSaidOfThem) {
     const Plan plan = ReadPlan("my.toml", R"(
 about = "mine"
@@ -61,7 +67,7 @@ TEST(Plan, ForAPrologOrACheckDisturbsNobody) {
 }
 
 TEST(Plan, ThatIsWrongIsRefusedWithItsLine) {
-    const std::pair<const char*, const char*> rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"tests = [\"pcie.vlx\"]",
          "my.toml:1: no test is called \"pcie.vlx\"; zelhealth list shows them"},
         {"", "my.toml: the plan holds no tests"},
@@ -90,6 +96,14 @@ TEST(Plan, ThatIsWrongIsRefusedWithItsLine) {
         {"memory = true\n[[test]]\ntest = \"mem.wr\"\noptions = [\"-help=1\"]",
          "my.toml:4: mem.wr has no option -help; it takes -startAddress, -endAddress, -memSize, "
          "-datawidth, -dw, -datapattern, -dp, -data, -testchannel, -tc"},
+        {Write("-startAddress=0x2000", "-EndAddress=0x2000"),
+         "my.toml:4: -endAddress must be greater than -startAddress, or than 0 without it"},
+        {Write("-dw=B", "-endAddress=0"),
+         "my.toml:4: -endAddress must be greater than -startAddress, or than 0 without it"},
+        {Write("-dw=B", "-memSize=0x0"), "my.toml:4: -memSize=0x0 is no size"},
+        {Write("-dw=B", "-memsize=x"), "my.toml:4: -memsize=x is no size"},
+        {Write("-startAddress=1000", "-endAddress=1001"), ""},
+        {Write("-startAddress=0x2000", "-memSize=4096"), ""},
     };
     for (const auto& [text, error] : rows) {
         EXPECT_EQ(ErrorOf(text), error) << text;

@@ -119,6 +119,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Row{"pcie-width-8", "pcie.vlw", Verdict::failed, "Link trained down"},
         Row{"smc-uuid-unreadable", "smc.uuid", Verdict::failed, "Failed to get SMC UUID"},
+        Row{"mem-full-mode-unreadable", "mem.full", Verdict::failed, "Failed to get usage mode"},
+        Row{"mem-full-size-unreadable", "mem.full", Verdict::failed, "Failed full range test"},
         Row{"mem-info-vendor-unknown", "mem.info", Verdict::failed, "GDDR Vendor not supported"},
         Row{"mem-info-eleven-vendors", "mem.info", Verdict::setup,
             "Too many GDDR vendors in Settings.ini"},
@@ -216,6 +218,11 @@ TEST(Judgement, OfOtherEnds) {
         result.code = signal;
         EXPECT_EQ(Judge(result, asked).verdict, Verdict::setup) << signal;
     }
+    // Without its keeper a tool is killed, whatever it was about to say.
+    result.code = SIGKILL;
+    result.error = "zelkeeper was killed";
+    EXPECT_EQ(Judge(result, asked).verdict, Verdict::setup);
+    EXPECT_EQ(Judge(result, asked).reason, "zelkeeper was killed");
     result.end = ChildEnd::timedOut;
     EXPECT_EQ(Judge(result, asked).verdict, Verdict::timedOut);
     result.end = ChildEnd::givenUp;
@@ -228,6 +235,33 @@ TEST(Judgement, OfOtherEnds) {
     result.error = "ZelDiag: No such file or directory";
     EXPECT_EQ(Judge(result, asked).verdict, Verdict::setup);
     EXPECT_EQ(Judge(Exit(251, ""), asked).verdict, Verdict::setup);
+}
+
+// A plan's options that the tool refuses are no card's fault; without options it is the card that does not
+// fit the test.
+TEST(Judgement, OfAPlansOptions) {
+    AskedTest asked = Asked("mem.wr");
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"mem-write-size-not-divisible", "Invalid arguments, Datalength is not divisible by"},
+        {"mem-write-larger-than-memory", "Invalid arguments, Datalength was not between 0 and"},
+        {"mem-write-range-leaves-memory", "Test range if greater than available memory"},
+    };
+    for (const auto& [name, reason] : rows) {
+        SCOPED_TRACE(name);
+        asked.hasOptions = true;
+        const Judgement judgement = Judge(Recorded(name), asked);
+        EXPECT_EQ(judgement.verdict, Verdict::setup);
+        EXPECT_THAT(judgement.reason,
+                    HasSubstr("the plan's options do not fit the card: " + reason));
+        asked.hasOptions = false;
+        EXPECT_EQ(Judge(Recorded(name), asked).verdict, Verdict::failed);
+    }
+    // A card's own failure stays one, whatever was asked.
+    asked.hasOptions = true;
+    EXPECT_EQ(Judge(Recorded("mem-write-size-unreadable"), asked).verdict, Verdict::failed);
+    const Judgement refused = Judge(Recorded("cmdline-unknown-word"), asked);
+    EXPECT_EQ(refused.verdict, Verdict::setup);
+    EXPECT_EQ(refused.reason, "the tool refuses the plan's options: Invalid argument: -nothing");
 }
 
 // A run that passed, to be twisted.
