@@ -15,16 +15,12 @@ namespace zelhealth {
 namespace {
 
 ExitStatus Tell(const Restoration& restoration) {
-    if (restoration.end == Restoration::End::notRestored) {
+    const int status = restoration.Status();
+    if (status == kGood)
+        std::cout << Printable(restoration.text) << '\n';
+    else
         Complain(restoration.text);
-        return kCritical;
-    }
-    if (restoration.end == Restoration::End::noteStays) {
-        Complain(restoration.text);
-        return kUnknown;
-    }
-    std::cout << Printable(restoration.text) << '\n';
-    return kGood;
+    return static_cast<ExitStatus>(status);
 }
 
 int RunRecover(unsigned int deadline) {

@@ -60,6 +60,10 @@ fs::path ModeFiles::File(const std::string& pcie) const {
     return folder_ / (pcie + kEnding);
 }
 
+std::string ModeFiles::CardOf(const fs::path& file) {
+    return file.extension() == kEnding ? file.stem().string() : "";
+}
+
 std::string ModeFiles::Write(const ModeNote& note) const {
     constexpr int kIndent = 2;
     constexpr auto kReplace = json::error_handler_t::replace;
@@ -84,7 +88,7 @@ std::vector<StoredNote> ModeFiles::ReadAll() const {
     std::error_code error;
     for (fs::directory_iterator entry(folder_, error), end; !error && entry != end;
          entry.increment(error)) {
-        if (entry->path().extension() == kEnding)
+        if (!CardOf(entry->path()).empty())
             notes.push_back(ReadNote(entry->path()));
     }
     if (error && error != std::errc::no_such_file_or_directory)

@@ -42,6 +42,9 @@ public:
     // Gives what went wrong, empty when there is none, or none any more.
     std::string Remove(const std::string& pcie) const;
 
+    // The address of a note's card, by the name of its file; "" of what is no such file.
+    static std::string CardOf(const std::filesystem::path& file);
+
     // Null when there is none.
     std::optional<StoredNote> Read(const std::string& pcie) const;
 

@@ -55,6 +55,18 @@ EnterResult NotEntered(std::string found, std::string error,
 
 }  // namespace
 
+int Restoration::Status() const {
+    switch (end) {
+        case End::notRestored:
+            return 2;
+        case End::noteStays:
+        case End::notKnown:
+            return 3;
+        default:
+            return 0;
+    }
+}
+
 EnterResult ModeKeeper::Enter(const std::string& card, const std::string& wanted,
                               const Stop& stop) const {
     const CardReply facts = access_.Ask({"facts", card}, stop);
@@ -211,19 +223,29 @@ LockResult ModeKeeper::LockForRecovery(const std::string& card, const Stop& stop
 Restoration ModeKeeper::RecoverCard(const StoredNote& stored, const CardReply& list,
                                     const Stop& stop) const {
     Restoration result{.card = "", .pcie = "", .found = "", .left = "", .text = stored.error};
-    if (!stored.note)
+    if (!stored.note) {
+        result.end = Restoration::End::notKnown;
+        if (const std::string pcie = ModeFiles::CardOf(stored.file); !pcie.empty())
+            result.text += fmt::format("; to put its card where it belongs: zelhealth mode {} {}",
+                                       pcie, kNormal);
         return result;
+    }
     result.pcie = stored.note->pcie;
     result.found = stored.note->found;
     if (!list.Answered()) {
+        const bool itsOwn =
+            list.kind == CardReply::Kind::refused || list.kind == CardReply::Kind::silent;
+        result.end = itsOwn ? Restoration::End::notRestored : Restoration::End::notKnown;
         result.text = fmt::format("the card at {} could not be taken back to {}: {}", result.pcie,
                                   result.found, list.error);
         return result;
     }
     result.card = CardAt(list.answer, result.pcie);
     if (result.card.empty()) {
-        result.text = fmt::format("there is no card at {} that could be taken back to {}",
-                                  result.pcie, result.found);
+        result.text = fmt::format(
+            "there is no card at {} that could be taken back to {}; once it "
+            "has left this host for good, remove {}",
+            result.pcie, result.found, stored.file.string());
         return result;
     }
     const LockResult lock = LockForRecovery(result.card, stop);

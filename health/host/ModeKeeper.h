@@ -26,6 +26,7 @@ struct Restoration {
         otherCard,    // another card stands at this address: it is left alone
         inUse,        // a run that lives has the card: it restores it itself
         noteStays,    // nothing is to be done, but this host does not let the note be removed
+        notKnown,     // this host cannot tell: the note cannot be read, the cards cannot be asked
         notRestored,  // it could not be restored, and the note stays
     };
     End end = End::notRestored;
@@ -34,6 +35,10 @@ struct Restoration {
     std::string found;  // the mode in which it was found, and should be
     std::string left;   // in which it is; "" when it did not tell
     std::string text;   // one line for people, with the card's name
+
+    // The exit status of a command that finds it so: 2 for a card that is out of use, 3 for a host that cannot
+    // tell.
+    int Status() const;
 };
 
 struct EnterResult {

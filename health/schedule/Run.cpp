@@ -169,9 +169,7 @@ private:
 
     void WriteRestored(const std::vector<Restoration>& restored) {
         for (const Restoration& card : restored) {
-            const bool bad = card.end == Restoration::End::notRestored;
-            const bool note = card.end == Restoration::End::noteStays;
-            Note("restored", card.text, bad ? 2 : note ? 3 : 0);
+            Note("restored", card.text, card.Status());
         }
     }
 

@@ -256,6 +256,8 @@ TEST_F(ModeKeeperTest, ACardThatIsGoneIsSaid) {
     const Restoration restored = Recover();
     EXPECT_EQ(restored.end, Restoration::End::notRestored);
     EXPECT_THAT(restored.text, HasSubstr("there is no card at 0000:02:00.0"));
+    EXPECT_THAT(restored.text, HasSubstr("remove "));
+    EXPECT_EQ(restored.Status(), 2);
     EXPECT_TRUE(Noted());
 }
 
@@ -271,8 +273,10 @@ TEST_F(ModeKeeperTest, ALibraryThatDoesNotOpenIsSaid) {
 TEST_F(ModeKeeperTest, ANoteThatCannotBeReadIsSaid) {
     scratch_.Write("modes/0000:02:00.0.json", "{");
     const Restoration restored = Recover();
-    EXPECT_EQ(restored.end, Restoration::End::notRestored);
+    EXPECT_EQ(restored.end, Restoration::End::notKnown);
+    EXPECT_EQ(restored.Status(), 3);
     EXPECT_THAT(restored.text, HasSubstr("cannot read"));
+    EXPECT_THAT(restored.text, HasSubstr("zelhealth mode 0000:02:00.0 normal"));
     EXPECT_FALSE(Enter().entered) << "what it holds would be lost";
 }
 
