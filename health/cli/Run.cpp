@@ -77,6 +77,10 @@ void ExpectNoClash(const RunOptions& options) {
     }
 }
 
+std::filesystem::path StoredCheck() {
+    return Folders::FromEnvironment().state / "last-check.jsonl";
+}
+
 // Runs with the readers that the stream is to have too, and gives the status.
 int RunWith(const RunOptions& options, const Configuration& configuration,
             const std::vector<RecordReader*>& readers, const std::function<void()>& finished,
@@ -99,6 +103,10 @@ int RunWith(const RunOptions& options, const Configuration& configuration,
     const auto failed = [&] { return (stream && stream->Error()) || keepers.Failed(); };
     int status = static_cast<int>(RunPlan(settings, outcome, all, Interrupted(), failed));
     finished();
+    // An older answer that says otherwise is none any more.
+    if (status == kCritical && options.tool.empty()) {
+        unlink(StoredCheck().c_str());
+    }
     status = reports.Close(keepers.Close(status));
     return stream ? Closed(*stream, status) : status;
 }
@@ -162,7 +170,8 @@ std::optional<int> StoredAnswer(const RunOptions& options, const std::filesystem
     if (age <= 0 || !IsThatOfThisHost(options)) {
         return std::nullopt;
     }
-    const std::vector<Json> records = ReadStoredRun(file, Milliseconds(age));
+    const std::vector<Json> records =
+        ReadStoredRun(file, Milliseconds(age), Folders::FromEnvironment().configuration);
     if (records.empty()) {
         return std::nullopt;
     }
@@ -197,7 +206,7 @@ std::optional<int> StoredAnswer(const RunOptions& options, const std::filesystem
 int AskCards(const RunOptions& onlyTold) {
     const Configuration configuration = LoadConfiguration();
     const RunOptions options = WithDefaults(onlyTold, DefaultsFor(onlyTold, configuration.check));
-    const std::filesystem::path file = Folders::FromEnvironment().state / "last-check.jsonl";
+    const std::filesystem::path file = StoredCheck();
     if (const auto answer = StoredAnswer(options, file)) {
         return *answer;
     }

@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 
 #include "host/Folders.h"
 #include "host/OutputFile.h"
@@ -11,12 +12,31 @@
 
 namespace zelhealth {
 
+namespace fs = std::filesystem;
+
 namespace {
 
 // Exit statuses of runs: one that has found a bad card, and one that has no answer.
 constexpr int kCritical = 2;
 constexpr int kUnanswered = 3;
 constexpr std::size_t kLargest = 16UL * 1024 * 1024;
+
+// By an edit of one of its files, or by one that came or went.
+bool ChangedSince(const fs::path& folder, const fs::path& file) {
+    std::error_code error;
+    const fs::file_time_type then = fs::last_write_time(file, error);
+    const auto isNewer = [then](const fs::path& path) {
+        std::error_code gone;
+        const fs::file_time_type time = fs::last_write_time(path, gone);
+        return !gone && time > then;
+    };
+    bool changed = isNewer(folder);
+    for (fs::directory_iterator entry(folder, error), end; !error && !changed && entry != end;
+         entry.increment(error)) {
+        changed = isNewer(entry->path());
+    }
+    return changed;
+}
 
 }  // namespace
 
@@ -65,7 +85,11 @@ std::string StoredRun::Replace() const {
     return "";
 }
 
-std::vector<Json> ReadStoredRun(const std::filesystem::path& file, std::chrono::milliseconds age) {
+std::vector<Json> ReadStoredRun(const fs::path& file, std::chrono::milliseconds age,
+                                const fs::path& configuration) {
+    if (ChangedSince(configuration, file)) {
+        return {};
+    }
     std::ifstream stream(file);
     std::vector<Json> records;
     for (std::string line; std::getline(stream, line) && line.size() < kLargest;) {

@@ -36,7 +36,9 @@ private:
 };
 
 // The stored run, when it is whole and ended no longer ago than `age`; otherwise empty. One that ended in
-// the future, by a clock that was set back, is too old.
-std::vector<Json> ReadStoredRun(const std::filesystem::path& file, std::chrono::milliseconds age);
+// the future, by a clock that was set back, is too old, and so is one from before the last change in the
+// configuration's folder, by which the same cards may be judged otherwise.
+std::vector<Json> ReadStoredRun(const std::filesystem::path& file, std::chrono::milliseconds age,
+                                const std::filesystem::path& configuration);
 
 }  // namespace zelhealth
