@@ -227,10 +227,14 @@ private:
         const Status status = StatusOfReasons(reasons);
         worst_ = Worse(worst_, status);
         std::vector<std::string> texts;
+        std::string message;  // of the first of the worst
         for (const Json& reason : reasons) {
             texts.push_back(TextOf(reason, "text"));
+            if (message.empty() && StatusOfReasons(Json::array({reason})) == status) {
+                message = texts.back();
+            }
         }
-        suite_->Add(name_.host + card, name, 0, MarkOf(status), texts.empty() ? "" : texts.front(),
+        suite_->Add(name_.host + card, name, 0, MarkOf(status), message,
                     std::string(VerdictOf(status)), Lines(texts));
     }
 

@@ -144,6 +144,17 @@ TEST(JUnit, SaysWhatIsWrongWithCardsAndRuns) {
                 HasSubstr("failures=\"0\" errors=\"0\" skipped=\"0\""));
 }
 
+// What only warns may come first.
+TEST(JUnit, SaysTheWorstOfSeveralReasons) {
+    Json reasons = Reason("flash version differs", 1);
+    for (const auto& [text, status] : {std::pair("no settings", 3), {"wedged", 2}, {"mode", 2}}) {
+        reasons.push_back(Reason(text, status).front());
+    }
+    EXPECT_THAT(Made<JUnit>({CardFinished("zel1", "failed", reasons), RunFinished(2)}),
+                HasSubstr("<failure message=\"wedged\" type=\"failed\">flash version differs\n"
+                          "no settings\nwedged\nmode</failure>"));
+}
+
 TEST(JUnit, BeginsAnotherSuiteWhereOneGrowsLarge) {
     std::vector<Json> records;
     for (int i = 0; i < 4000; ++i) {
