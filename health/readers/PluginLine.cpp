@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 
 #include "host/Printable.h"
@@ -21,6 +22,16 @@ constexpr std::array<const char*, 4> kNames = {"OK", "WARNING", "CRITICAL", "UNK
 int CountOf(const std::map<std::string, int>& counts, const std::string& name) {
     const auto count = counts.find(name);
     return count == counts.end() ? 0 : count->second;
+}
+
+// Of "zel12" its number, so that cards stand in their order; whatever is no such name comes behind them.
+unsigned long PlaceOf(const std::string& card) {
+    constexpr std::size_t kPrefix = 3;
+    constexpr std::size_t kDigits = 6;
+    const bool isNumbered = card.starts_with("zel") && card.size() > kPrefix &&
+                            card.size() <= kPrefix + kDigits &&
+                            card.find_first_not_of("0123456789", kPrefix) == std::string::npos;
+    return isNumbered ? std::stoul(card.substr(kPrefix)) : std::numeric_limits<unsigned long>::max();
 }
 
 // What begins the performance data has no place in the text.
@@ -112,8 +123,13 @@ std::string PluginLine::Healthy() const {
 }
 
 std::string PluginLine::Reason() const {
+    std::vector<Trouble> troubles = critical_.empty() ? others_ : critical_;
+    // Cards are tested side by side: the same faults are the same reason, whichever card was done first.
+    std::stable_sort(troubles.begin(), troubles.end(), [](const Trouble& a, const Trouble& b) {
+        return PlaceOf(a.card) < PlaceOf(b.card);
+    });
     std::vector<std::string> texts;
-    for (const Trouble& trouble : critical_.empty() ? others_ : critical_) {
+    for (const Trouble& trouble : troubles) {
         texts.push_back(ForSchedulers(trouble));
     }
     const bool brokenOff = finished_.is_null() && added_ == Status::ok;

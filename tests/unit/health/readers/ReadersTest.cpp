@@ -414,6 +414,21 @@ TEST(PluginLine, GivesSchedulersWhatIsNotCriticalOnlyWhereNothingElseIs) {
     EXPECT_THAT(line.Reason(), SizeIs(200));
 }
 
+// Whichever card was done first.
+TEST(PluginLine, GivesSchedulersCardsInTheirOrder) {
+    PluginLine line;
+    line.Read({{"record", "run_note"},
+               {"reasons", Json::array({{{"status", 2}, {"text", "this host is out of memory"}}})}});
+    for (const int card : {10, 2}) {
+        line.Read(TestFinished(card, "vlw", "failed", "down"));
+        line.Read(TestFinished(card, "vls", "failed", "slow"));
+    }
+    line.Read(RunFinished(2));
+    EXPECT_EQ(line.Reason(),
+              "zel2 pcie.vlw: down; zel2 pcie.vls: slow; zel10 pcie.vlw: down; "
+              "zel10 pcie.vls: slow; zelhealth: this host is out of memory");
+}
+
 TEST(PluginLine, CallsNoBrokenOffRunHealthy) {
     PluginLine line;
     line.Read(CardFinished(0, "healthy"));
