@@ -17,6 +17,7 @@
 #include "cli/ReportOptions.h"
 #include "fleet/FleetData.h"
 #include "fleet/FleetText.h"
+#include "fleet/NodeList.h"
 #include "fleet/Slurm.h"
 #include "fleet/Step.h"
 #include "host/Print.h"
@@ -190,7 +191,7 @@ private:
             throw Refusal(clash);
         }
         if (!options_.choice.nodes.empty()) {
-            for (const std::string& name : ExpandNodes(options_.choice.nodes, Interrupted())) {
+            for (const std::string& name : NamesOf(options_.choice.nodes)) {
                 asked_.push_back({name, true, "", ""});
             }
         }
@@ -211,8 +212,15 @@ private:
         // A node that said nothing has its name from its file.
         const fs::path file(stream);
         if (isEmpty && !options_.from.empty() && file.extension() == ".jsonl") {
-            asked_.push_back({file.stem(), true, "", "its stream holds no record"});
+            NodeOf(file.stem()).trouble = "its stream holds no record";
         }
+    }
+
+    // The one of that name among those that are asked, or one more.
+    Node& NodeOf(const std::string& name) {
+        const auto known = std::find_if(asked_.begin(), asked_.end(),
+                                        [&](const Node& node) { return node.name == name; });
+        return known == asked_.end() ? asked_.emplace_back(Node{name, true, "", ""}) : *known;
     }
 
     void Tell(const StreamProblem& problem) {
@@ -250,6 +258,8 @@ int Answer(FleetOptions& options) {
         }
         return Fleet(options).Do();
     } catch (const SlurmError& error) {
+        Complain(error.what());
+    } catch (const NodeListError& error) {
         Complain(error.what());
     } catch (const Refusal& error) {
         Complain(error.what());

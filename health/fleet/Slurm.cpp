@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "fleet/NodeList.h"
 #include "host/Printable.h"
 #include "record/Record.h"
 
@@ -97,15 +98,6 @@ bool IsOfName(char c) {
 
 }  // namespace
 
-std::vector<std::string> ExpandNodes(const std::string& list, const Stop& stop) {
-    if (list.find('[') != std::string::npos) {
-        return LinesOf(Output({"scontrol", "show", "hostnames", list}, stop));
-    }
-    std::string lines = list;
-    std::replace(lines.begin(), lines.end(), ',', '\n');
-    return LinesOf(lines);
-}
-
 std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop) {
     std::vector<std::string> command = {"sinfo", "--noheader", "--Node", "--format=%N|%T|%E"};
     if (!choice.nodes.empty()) {
@@ -129,7 +121,7 @@ std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop) {
         }
     }
     if (!choice.nodes.empty()) {
-        for (const std::string& name : ExpandNodes(choice.nodes, stop)) {
+        for (const std::string& name : NamesOf(choice.nodes)) {
             if (!known.contains(name)) {
                 throw SlurmError(fmt::format(
                     "Slurm knows no node {}{}; sinfo lists them", name,

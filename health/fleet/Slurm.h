@@ -23,10 +23,8 @@ struct NodeChoice {
     std::string partition;  // empty for any
 };
 
-// The names of a list such as "n1,n[3-5]". Slurm is asked where there are brackets. Throws SlurmError.
-std::vector<std::string> ExpandNodes(const std::string& list, const Stop& stop);
-
-// Each node once, with what Slurm says of it. Throws SlurmError, also for a name that is no node's.
+// Each node once, with what Slurm says of it. Throws SlurmError, also for a name that is no node's, and
+// NodeListError.
 std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop);
 
 struct StepOptions {

@@ -77,12 +77,6 @@ TEST_F(WithSlurm, WhatCannotBeAnsweredIsTold) {
     EXPECT_EQ(Error({"n1,n2", "p"}), "Slurm knows no node n2 in partition p; sinfo lists them");
 }
 
-TEST_F(WithSlurm, ListsAreExpanded) {
-    EXPECT_THAT(ExpandNodes("a,b", stop_), ElementsAre("a", "b"));
-    scratch_.Script("scontrol", "[ \"$*\" = 'show hostnames n[1-2]' ] && printf 'n1\\nn2\\n'\n");
-    EXPECT_THAT(ExpandNodes("n[1-2]", stop_), ElementsAre("n1", "n2"));
-}
-
 TEST_F(WithSlurm, TheStepOfThatNameIsTerminated) {
     scratch_.Script("squeue", "printf '7.0 other\\n8.0 mine\\n'\n");
     scratch_.Script("scancel", "echo \"$*\" >> " + (scratch_ / "said").string() + "\n");
