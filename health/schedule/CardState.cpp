@@ -10,11 +10,18 @@ std::string CardState::Prepare() {
     if (std::string why = WhyUnreachable(); !why.empty()) {
         return why;
     }
-    LookAtFacts();
     AskWhetherBusy();
     if (std::string why = TakeLock(); !why.empty()) {
         return why;
     }
+    if (card_.held) {
+        LookAgain();
+    }
+    if (card_.entry.kind == Kind::silent) {
+        records_.AddReason("silent", "it does not answer: " + card_.entry.error, 2);
+        return "the card does not answer";
+    }
+    LookAtFacts();
     LookAtMode();
     return "";
 }
@@ -29,14 +36,7 @@ std::string CardState::WhyUnreachable() {
         records_.AddReason("wedged", card_.wedged, 2);
         return card_.wedged;
     }
-    if (!host_.inTheWay.empty()) {
-        return host_.inTheWay;
-    }
-    if (card_.entry.kind == Kind::silent) {
-        records_.AddReason("silent", "it does not answer: " + card_.entry.error, 2);
-        return "the card does not answer";
-    }
-    return "";
+    return host_.inTheWay;
 }
 
 // What the library could not tell is what jobs would ask it too.
@@ -82,10 +82,13 @@ void CardState::AskWhetherBusy() {
 
 // A card that is in use is only looked at.
 std::string CardState::TakeLock() {
-    const bool disturbs = host_.plan.Disturbs() && busy_.empty();
-    LockResult result =
-        host_.locks.Card(card_.entry.card, disturbs ? LockKind::exclusive : LockKind::shared,
-                         host_.patience, host_.stop);
+    const LockKind kind =
+        host_.plan.Disturbs() && busy_.empty() ? LockKind::exclusive : LockKind::shared;
+    LockResult result = host_.locks.Card(card_.entry.card, kind, {}, host_.stop);
+    if (!result.lock && result.error.empty()) {
+        card_.held = true;
+        result = host_.locks.Card(card_.entry.card, kind, host_.patience, host_.stop);
+    }
     if (!result.lock) {
         records_.AddReason("locked", "it was not judged: " + result.Why(),
                            result.error.empty() ? 1 : 3);
@@ -93,6 +96,21 @@ std::string CardState::TakeLock() {
     }
     lock_ = std::move(result.lock);
     return "";
+}
+
+// What a card told while another run had it in its hands counts for nothing.
+void CardState::LookAgain() {
+    if (card_.entry.kind == Kind::setup || card_.entry.kind == Kind::stopped) {
+        return;
+    }
+    CardReply now = host_.access.Ask({"facts", card_.entry.card}, host_.stop);
+    card_.entry.kind = now.kind;
+    card_.entry.error = now.error;
+    if (now.Answered()) {
+        card_.entry.facts = std::move(now.answer);
+        card_.differences = host_.compare(card_);
+        modeLeft_ = card_.Mode();
+    }
 }
 
 std::string CardState::WhatIsWrongWith(const std::string& mode) const {

@@ -37,6 +37,7 @@ private:
     void LookAtModeLeft();
     void AskWhetherBusy();
     std::string TakeLock();
+    void LookAgain();
     std::string WhatIsWrongWith(const std::string& mode) const;
 
     const RunHost& host_;

@@ -17,6 +17,7 @@
 #include "plan/Plan.h"
 #include "record/Record.h"
 #include "schedule/Resources.h"
+#include "schedule/RunCard.h"
 
 namespace zelhealth {
 
@@ -46,6 +47,9 @@ struct RunHost {
     // to end at once (now).
     const Stop& stop;
     const Stop& now;
+
+    // How a card differs from the inventory.
+    std::function<std::vector<Difference>(const RunCard&)> compare;
 
     // Why a stop was wished: "interrupted", "the run's deadline is over".
     std::function<std::string()> whyStopped;

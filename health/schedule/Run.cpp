@@ -187,6 +187,14 @@ private:
         });
     }
 
+    // By a run that changes it.
+    bool IsHeld(const std::string& card) const {
+        const std::vector<LockHolder> holders = locks_.CardHolders(card);
+        return std::any_of(holders.begin(), holders.end(), [](const LockHolder& holder) {
+            return holder.kind == LockKind::exclusive;
+        });
+    }
+
     // A card that the library does not list is missing. Where the library lists none at all, that is not known.
     static RunCard Unlisted(const std::string& name, const CardReply& enumeration) {
         RunCard card;
@@ -203,6 +211,7 @@ private:
         std::vector<RunCard> cards;
         for (const CardList::Entry& entry : list.cards) {
             cards.emplace_back().entry = entry;
+            cards.back().held = IsHeld(entry.card);
         }
         for (const auto& [name, pcie] : DriversCards()) {
             if (!Holds(cards, name) && IsAsked(name, pcie)) {
@@ -229,17 +238,22 @@ private:
         return cards;
     }
 
+    // How a card of these differs.
+    std::vector<Difference> Compare(const RunCard& card, const std::vector<RunCard>& cards) const {
+        std::vector<FoundCard> found;
+        for (const RunCard& other : cards) {
+            found.push_back({other.entry.pcie, other.entry.facts});
+        }
+        return settings_.inventory.Compare({card.entry.pcie, card.entry.facts}, found);
+    }
+
     // What the inventory has, and this host has not, is missing under its address.
     void CompareWithInventory(const CardList& list, std::vector<RunCard>& cards) const {
         const Inventory& inventory = settings_.inventory;
-        std::vector<FoundCard> found;
-        for (const RunCard& card : cards) {
-            found.push_back({card.entry.pcie, card.entry.facts});
-        }
         for (RunCard& card : cards) {
             if (card.present) {
                 card.modeThere = inventory.ModeOf(card.entry.pcie);
-                card.differences = inventory.Compare({card.entry.pcie, card.entry.facts}, found);
+                card.differences = Compare(card, cards);
             }
         }
         for (const auto& [pcie, status] : inventory.Missing(Addresses(list))) {
@@ -361,6 +375,7 @@ private:
                      inTheWay,
                      watch_.Ending(),
                      watch_.AtOnce(),
+                     [this, &cards](const RunCard& card) { return Compare(card, cards); },
                      [this] { return watch_.Why(); }};
         const std::size_t jobs =
             settings_.jobs > 0 ? static_cast<std::size_t>(settings_.jobs) : cards.size();

@@ -15,6 +15,7 @@ struct RunCard {
     CardList::Entry entry;  // `card` is its name
     bool present = true;    // the library enumerates it
     std::string wedged;     // by what, when it was found so
+    bool held = false;      // another run had it when it was asked
 
     // By the inventory: what it means that the card is not there, as an exit status; the mode that belongs
     // to it; and how it differs.
