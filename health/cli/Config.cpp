@@ -10,6 +10,7 @@
 #include "host/Configuration.h"
 #include "host/Folders.h"
 #include "host/Print.h"
+#include "host/SlurmSettings.h"
 #include "host/Waivers.h"
 #include "inventory/Inventory.h"
 #include "plan/Plan.h"
@@ -46,12 +47,13 @@ int CheckFiles() {
     const bool configuration = IsRight([&] { CheckConfiguration(folder / "zelhealth.toml"); });
     const bool waivers = IsRight([&] { Waivers::Load(folder / "waivers.toml"); });
     const bool inventory = IsRight([&] { Inventory::Load(folder); });
-    if (!configuration || !waivers || !inventory) {
+    const bool slurm = IsRight([&] { CheckSlurmSettings(folder / "slurm.conf"); });
+    if (!configuration || !waivers || !inventory || !slurm) {
         return kUnknown;
     }
     std::string there;
     for (const char* const name :
-         {"zelhealth.toml", "waivers.toml", "inventory.toml", "fleet.toml"}) {
+         {"zelhealth.toml", "waivers.toml", "inventory.toml", "fleet.toml", "slurm.conf"}) {
         std::error_code error;
         if (std::filesystem::exists(folder / name, error)) {
             there += (there.empty() ? "" : ", ") + std::string(name);

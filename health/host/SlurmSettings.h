@@ -1,0 +1,13 @@
+// slurm.conf of the configuration folder, which Slurm's programs of this system read on each node: lines of
+// KEY=VALUE without blanks around the "=", empty lines, and lines that begin with "#". The programs are scripts and
+// read it for themselves, so that nothing that hangs is asked first; what is right here is right for them.
+#pragma once
+
+#include <filesystem>
+
+namespace zelhealth {
+
+// Throws std::runtime_error with file, line and reason when the file is wrong. One that is not there is right.
+void CheckSlurmSettings(const std::filesystem::path& file);
+
+}  // namespace zelhealth
