@@ -6,9 +6,11 @@
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "host/Printable.h"
@@ -65,13 +67,14 @@ std::string Reasons(const Json& record) {
     return fmt::format("{}", fmt::join(texts, "; "));
 }
 
-void Take(const JournalSender::Entry& entry) {
+// 0, or the error for which the journal did not take it. Where there is no journal it is 0.
+int Take(const JournalSender::Entry& entry) {
     std::vector<iovec> fields;
     for (const std::string& field : entry) {
         // The library reads only.
         fields.push_back({const_cast<char*>(field.data()), field.size()});
     }
-    (void)sd_journal_sendv(fields.data(), static_cast<int>(fields.size()));
+    return -std::min(0, sd_journal_sendv(fields.data(), static_cast<int>(fields.size())));
 }
 
 }  // namespace
@@ -81,6 +84,8 @@ struct JournalSender::Shared {
     std::condition_variable changed;
     std::deque<Entry> waiting;  // the first is being taken
     std::size_t tooMany = 0;
+    std::size_t refused = 0;
+    int error = 0;  // of the first that was refused
     bool closed = false;
 
     // Until it is closed and nothing waits.
@@ -92,8 +97,10 @@ struct JournalSender::Shared {
             }
             const Entry entry = waiting.front();
             lock.unlock();
-            Take(entry);
+            const int fault = Take(entry);
             lock.lock();
+            refused += fault != 0 ? 1 : 0;
+            error = error != 0 ? error : fault;
             waiting.pop_front();
             changed.notify_all();
         }
@@ -126,10 +133,11 @@ void JournalSender::Send(Entry entry) {
     shared_->changed.notify_all();
 }
 
-std::size_t JournalSender::Finish() {
+JournalSender::Lost JournalSender::Finish() {
     std::unique_lock lock(shared_->mutex);
     shared_->changed.wait_for(lock, kPatience, [this] { return shared_->waiting.empty(); });
-    return shared_->waiting.size() + shared_->tooMany;
+    return {shared_->waiting.size() + shared_->tooMany + shared_->refused,
+            shared_->error == 0 ? "" : std::generic_category().message(shared_->error)};
 }
 
 void Journal::TellTest(const Json& record) {
@@ -207,10 +215,11 @@ void Journal::Read(const Json& record) {
 }
 
 std::string Journal::Close() {
-    const std::size_t lost = sender_.Finish();
-    return lost == 0
+    const JournalSender::Lost lost = sender_.Finish();
+    return lost.entries == 0
                ? ""
-               : fmt::format("the system's journal does not take entries; {} are not in it", lost);
+               : fmt::format("the system's journal does not take entries{}{}; {} are not in it",
+                             lost.why.empty() ? "" : ": ", lost.why, lost.entries);
 }
 
 }  // namespace zelhealth

@@ -26,8 +26,14 @@ public:
 
     void Send(Entry entry);
 
-    // Waits for a while. How many entries have not been taken by then, or were more than can wait.
-    std::size_t Finish();
+    // What did not come into the journal, and why where that is known.
+    struct Lost {
+        std::size_t entries = 0;
+        std::string why;
+    };
+
+    // Waits for a while. What has not been taken by then, was more than can wait, or was refused.
+    Lost Finish();
 
 private:
     struct Shared;
