@@ -24,6 +24,24 @@ std::vector<std::string> Choices(std::string_view name) {
     return choices;
 }
 
+constexpr std::string_view kBehindWords = " :;,.";
+
+// Of the name or the PCIe address with which the text begins: "zel1", "0000:03:00.0"; 0 where none does.
+std::size_t CardLength(std::string_view text) {
+    constexpr std::string_view kName = "zel";
+    constexpr std::string_view kDigits = "0123456789";
+    if (text.starts_with(kName)) {
+        const std::size_t end =
+            std::min(text.find_first_not_of(kDigits, kName.size()), text.size());
+        return end == kName.size() ? 0 : end;
+    }
+    const std::size_t end = std::min(text.find_first_not_of("0123456789abcdef:."), text.size());
+    const std::string_view address = text.substr(0, end);
+    return address.find(':') < address.find('.') && address.find('.') + 1 < end
+               ? address.find('.') + 2
+               : 0;
+}
+
 // Places of what has a row of its own.
 constexpr std::string_view kTitle = "title";
 constexpr std::array<std::string_view, 6> kInner = {"cause",   "failure", "fault",
@@ -54,7 +72,8 @@ MessagePattern::Part MessagePattern::Varying(const std::string& name) {
     constexpr std::pair<std::string_view, Kind> kKinds[] = {
         {"n", Kind::number},      {"line", Kind::digits},   {"numbers", Kind::digits},
         {"hex", Kind::hex},       {"letter", Kind::letter}, {"file", Kind::word},
-        {"function", Kind::word}, {"test", Kind::word},     {"version", Kind::maybe},
+        {"function", Kind::word}, {"test", Kind::word},     {"card", Kind::card},
+        {"path", Kind::word},     {"folder", Kind::word},   {"version", Kind::maybe},
         {"program", Kind::maybe}, {"reason", Kind::maybe},
     };
     if (name.find(" or ") != name.npos) {
@@ -145,6 +164,14 @@ MessagePattern::Places MessagePattern::Behind(const Part& part, std::string_view
                 to[at + 1] = from[at] && std::isalpha(static_cast<unsigned char>(line[at])) != 0;
             }
             break;
+        case Kind::card:
+            for (std::size_t at = 0; at < line.size(); ++at) {
+                if (const std::size_t length = from[at] ? CardLength(line.substr(at)) : 0;
+                    length > 0) {
+                    to[at + length] = true;
+                }
+            }
+            break;
         case Kind::maybe:
             to = from;
             AddRuns(part, line, from, to);
@@ -174,6 +201,22 @@ bool MessagePattern::Matches(std::string_view line) const {
         return Reach(text, parts_.size()).back();
     };
     return isWhole(line) || isWhole(std::string(line) + " ");
+}
+
+std::size_t MessagePattern::Begins(std::string_view line) const {
+    if (line.find(fixed_) == line.npos) {
+        return 0;
+    }
+    const std::size_t firstWord = std::min(line.find(' '), line.size());
+    const Places ends = Reach(line, parts_.size());
+    for (std::size_t at = line.size(); at > firstWord; --at) {
+        const bool endsAWord =
+            at == line.size() || kBehindWords.find(line[at]) != kBehindWords.npos;
+        if (ends[at] && endsAWord) {
+            return at;
+        }
+    }
+    return 0;
 }
 
 std::vector<std::string> MessagePattern::Inner(std::string_view line) const {

@@ -20,6 +20,9 @@ public:
 
     bool Matches(std::string_view line) const;
 
+    // The longest beginning of the line that is one of several words and ends with a word; 0 where none is.
+    std::size_t Begins(std::string_view line) const;
+
     // What stands in a line in place of another message, "<cause>", or of a test's title: where that may begin
     // at several places, each of these. Nothing where it holds none, or the line is another.
     std::vector<std::string> Inner(std::string_view line) const;
@@ -30,7 +33,7 @@ public:
     bool IsTold() const;
 
 private:
-    enum class Kind { literal, choice, number, digits, hex, letter, word, anything, maybe };
+    enum class Kind { literal, choice, number, digits, hex, letter, word, card, anything, maybe };
 
     struct Part {
         Kind kind = Kind::literal;

@@ -129,8 +129,8 @@ std::string StatusText(int status) {
 }
 
 Explanation OfVerdict(const VerdictRow& row) {
-    Explanation said{
-        "verdict", row.name, row.of == "test" ? "of a test" : "of a card or a run", row.name, {}};
+    const std::string of = row.of == "card" ? "card or a run" : row.of;
+    Explanation said{"verdict", row.name, "of a " + of, row.name, {}};
     Fields& fields = said.fields;
     AddText(fields, "when", "when", row.when);
     AddText(fields, "means", "means", row.means);

@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t kLongestLine = 1000;
 constexpr std::size_t kMostNear = 3;
 constexpr std::size_t kLeastPiece = 4;  // fewer letters are in everything
+constexpr std::size_t kMostSpans = 4;   // that are one message
 
 void AddOnce(std::vector<Found>& all, const Found& found) {
     if (std::find(all.begin(), all.end(), found) == all.end()) {
@@ -65,10 +66,10 @@ std::vector<Found> Joined(const Index& index, const std::string& line) {
     return {};
 }
 
-// The longest end of the line that is something; one of a single word is taken for a test alone.
-std::vector<Found> EndOf(const Index& index, std::string_view line) {
-    for (std::size_t blank = line.find(' '); blank != line.npos;
-         blank = line.find(' ', blank + 1)) {
+// The longest end of the line that is something and begins in its first letters; one of a single word is taken
+// for a test alone.
+std::vector<Found> EndOf(const Index& index, std::string_view line, std::size_t letters) {
+    for (std::size_t blank = line.find(' '); blank < letters; blank = line.find(' ', blank + 1)) {
         const std::string end(line.substr(blank + 1));
         if (end.find(' ') == end.npos) {
             break;
@@ -80,43 +81,103 @@ std::vector<Found> EndOf(const Index& index, std::string_view line) {
     return {};
 }
 
-std::vector<std::string> Split(const std::string& line, std::string_view separator) {
-    std::vector<std::string> parts;
-    std::string_view rest = line;
-    for (std::size_t at = rest.find(separator); at != rest.npos; at = rest.find(separator)) {
-        parts.emplace_back(rest.substr(0, at));
-        rest.remove_prefix(at + separator.size());
-    }
-    parts.emplace_back(rest);
-    return parts;
-}
-
-// "zel0  pcie.vlw  failed": the tests that are named.
-std::vector<Found> TestsIn(const Index& index, const std::string& line) {
+// What the text goes on behind: "Link trained down" of "Link trained down to 8 Lanes", the longest of such.
+std::vector<Found> Beginning(const Index& index, std::string_view text) {
     std::vector<Found> found;
-    for (const std::string& word : Split(line, " ")) {
-        if (word.find('.') != word.npos) {
-            AddOnce(found, Whole(index, word.substr(0, word.find_last_not_of(",;:") + 1)));
+    std::size_t longest = 0;
+    for (const Index::Entry& entry : index.Entries()) {
+        const std::size_t length = entry.pattern.Begins(text);
+        if (length == 0 || length < longest) {
+            continue;
         }
+        if (length > longest) {
+            found.clear();
+        }
+        longest = length;
+        AddOnce(found, entry.found);
     }
     return found;
+}
+
+// The same where names stand in front: "zel1 pcie.vlw: Link trained down to 8 Lanes".
+std::vector<Found> BeginningInside(const Index& index, std::string_view line) {
+    std::vector<Found> found = Beginning(index, line);
+    for (std::size_t blank = line.find(' '); found.empty() && blank != line.npos;
+         blank = line.find(' ', blank + 1)) {
+        found = Beginning(index, line.substr(blank + 1));
+    }
+    return found;
+}
+
+struct Span {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+// Between " | " and "; ", with which monitors and reasons go on.
+std::vector<Span> SpansOf(std::string_view line) {
+    std::vector<Span> spans = {{0, line.size()}};
+    for (std::size_t at = 0; at < line.size(); ++at) {
+        const std::string_view rest = line.substr(at);
+        const std::size_t mark = rest.starts_with(" | ") ? 3 : rest.starts_with("; ") ? 2 : 0;
+        if (mark > 0) {
+            spans.back().end = at;
+            spans.push_back({at + mark, line.size()});
+            at += mark - 1;
+        }
+    }
+    return spans;
+}
+
+struct Part {
+    std::vector<Found> found;
+    std::size_t spans = 1;
+};
+
+// What begins in the first of the spans: a message may have marks itself.
+Part FirstPart(const Index& index, const std::string& line, const std::vector<Span>& spans,
+               std::size_t first) {
+    const auto [begin, end] = spans[first];
+    for (std::size_t count = std::min(kMostSpans, spans.size() - first); count > 0; --count) {
+        const std::string text = line.substr(begin, spans[first + count - 1].end - begin);
+        if (auto found = Whole(index, text); !found.empty()) {
+            return {std::move(found), count};
+        }
+        if (auto found = EndOf(index, text, end - begin); !found.empty()) {
+            return {std::move(found), count};
+        }
+    }
+    return {BeginningInside(index, line.substr(begin, end - begin)), 1};
 }
 
 // A line that holds more than what it is asked for: "zel0  pcie.vlw  failed  Link trained down", or the
 // several things that a monitor shows.
 std::vector<Found> PartsOf(const Index& index, const std::string& line) {
     std::vector<Found> found = Joined(index, line);
-    found = found.empty() ? EndOf(index, line) : found;
     if (!found.empty()) {
         return found;
     }
-    for (const std::string& side : Split(line, " | ")) {
-        for (const std::string& part : Split(side, "; ")) {
-            AddOnce(found, Whole(index, part));
-            AddOnce(found, EndOf(index, part));
-        }
+    const std::vector<Span> spans = SpansOf(line);
+    for (std::size_t i = 0; i < spans.size();) {
+        const Part part = FirstPart(index, line, spans, i);
+        AddOnce(found, part.found);
+        i += part.spans;
     }
-    return found.empty() ? TestsIn(index, line) : found;
+    return found;
+}
+
+// "zel0  pcie.vlw  failed": the tests that are named.
+std::vector<Found> TestsIn(const Index& index, const std::string& line) {
+    std::vector<Found> found;
+    for (std::size_t at = 0; at < line.size();) {
+        const std::size_t end = std::min(line.find(' ', at), line.size());
+        const std::string word = line.substr(at, end - at);
+        if (word.find('.') != word.npos) {
+            AddOnce(found, Whole(index, word.substr(0, word.find_last_not_of(",;:") + 1)));
+        }
+        at = end + 1;
+    }
+    return found;
 }
 
 struct Near {
@@ -170,7 +231,7 @@ void Sort(std::vector<Found>& found) {
 
 Answer Find(const std::string& line) {
     const std::string lowLine = LowCase(line);
-    for (const auto way : {Whole, PartsOf}) {
+    for (const auto way : {Whole, PartsOf, TestsIn}) {
         for (const bool asTyped : {true, false}) {
             std::vector<Found> found =
                 asTyped ? way(Index::AsWritten(), line) : way(Index::OfLowCase(), lowLine);

@@ -55,6 +55,25 @@ TEST(MessagePattern, IsNoOtherLine) {
     }
 }
 
+// Of several words, and at the end of one.
+TEST(MessagePattern, MayBeTheBeginningOfALine) {
+    EXPECT_EQ(MessagePattern("Link trained down").Begins("Link trained down to 8"), 17U);
+    EXPECT_EQ(MessagePattern("Link trained down").Begins("Link trained down"), 17U);
+    EXPECT_EQ(MessagePattern("down to <n>").Begins("down to 8: x"), 9U);
+    EXPECT_EQ(MessagePattern("Link trained down").Begins("Link trained downwards"), 0U);
+    EXPECT_EQ(MessagePattern("Link trained down").Begins("A Link trained down"), 0U);
+    EXPECT_EQ(MessagePattern("failed").Begins("failed to x"), 0U);
+}
+
+TEST(MessagePattern, KnowsACardByItsForm) {
+    for (const char* card : {"zel0", "zel12", "0000:03:00.0"})
+        EXPECT_TRUE(MessagePattern("<card> is silent").Matches(card + std::string(" is silent")))
+            << card;
+    for (const char* card : {"it", "zel", "zelx", "12", "0000:03", "a b", ".:"})
+        EXPECT_FALSE(MessagePattern("<card> is silent").Matches(card + std::string(" is silent")))
+            << card;
+}
+
 TEST(MessagePattern, HoldsOtherMessages) {
     EXPECT_THAT(MessagePattern("ZelDiag: <program>: <cause>").Inner("ZelDiag: a: it: failed"),
                 Contains("it: failed"));

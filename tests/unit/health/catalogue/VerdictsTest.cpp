@@ -3,9 +3,12 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
 #include <set>
 
+#include "fleet/FleetReport.h"
 #include "readers/Outcome.h"
+#include "report/RunEnd.h"
 #include "run/Verdict.h"
 
 namespace zelhealth {
@@ -29,12 +32,39 @@ TEST(Verdicts, HaveTheStatusThatTheyGiveARun) {
         const auto status = static_cast<Status>(row.status);
         if (row.of == "test") {
             EXPECT_EQ(StatusOfTest({{"verdict", row.name}}), status) << row.name;
-        } else {
+        } else if (row.of == "card") {
             EXPECT_EQ(row.name, VerdictOf(status));
             ++cards;
         }
     }
     EXPECT_EQ(cards, 4);
+}
+
+TEST(Verdicts, OfNodesHaveTheStatusThatTheyGiveAFleet) {
+    const FleetSummary nothing;
+    std::map<std::string, int> given;
+    for (const Node& node : {Node{"n1", true, "", ""}, Node{"n2", false, "drained", ""}}) {
+        const FleetReport report = ReportOf(nothing, {node}, Reach::slurm);
+        given[std::string(report.rows.front().verdict)] = static_cast<int>(report.status);
+    }
+    std::map<std::string, int> known;
+    for (const VerdictRow& row : Verdicts::BuiltIn().All()) {
+        if (row.of == "node")
+            known[row.name] = row.status;
+    }
+    EXPECT_EQ(known, given);
+}
+
+TEST(Verdicts, OfARunWithoutAnEndHasTheStatusOfOne) {
+    int found = 0;
+    for (const VerdictRow& row : Verdicts::BuiltIn().All()) {
+        if (row.of != "run")
+            continue;
+        EXPECT_EQ(RunEnd().Status(), row.status);
+        EXPECT_EQ(RunEnd().Verdict(), row.name);
+        ++found;
+    }
+    EXPECT_EQ(found, 1);
 }
 
 TEST(Verdicts, OfATestThatIsNotKnownIsFailed) {

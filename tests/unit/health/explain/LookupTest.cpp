@@ -134,7 +134,45 @@ TEST(Lookup, FindsAllThatAMonitorShows) {
         Exact("ZEL CRITICAL - zel1: pcie.vlw Link trained down; zel0: pcie.vls Expected 5 GT/s "
               "but found 2.5 GT/s | cards=2;;;0;2"),
         ElementsAre("Link trained down", "Expected 5 GT/s but found 2.5 GT/s"));
+    // Without a mark behind the last, and with a mark in one.
+    EXPECT_THAT(Exact("zel1 pcie.vlw: Link trained down to 8 Lanes; zel7: it does not answer: x"),
+                ElementsAre("Link trained down", "it does not answer: <reason>"));
+    EXPECT_THAT(Exact("zel1: /v/h.db: database is locked; another program holds it, which fuser "
+                      "/v/h.db names: end that, and run again; zel0: pcie.vlw Link trained down"),
+                SizeIs(2));
     EXPECT_THAT(Exact("zel0, zel1  pcie.vlw, core.c  what"), ElementsAre("core.c", "pcie.vlw"));
+}
+
+// As a check's line and schedulers have them, where a text may be longer than its row.
+TEST(Lookup, FindsMessagesBehindNamesAndInFrontOfMore) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"Link trained down to 8 Lanes", "Link trained down"},
+        {"zel1 pcie.vlw: Link trained down to 8 Lanes", "Link trained down"},
+        {"zel1: pcie.vlw Link trained down (waived until 2027-01-01: known)", "Link trained down"},
+        {"node7 zel1 pcie.vlw: Link trained down, again", "Link trained down"},
+        {"zel1 PCIE.VLW: LINK trained down TO 8 lanes", "Link trained down"},
+        {"zel7: it does not answer: no answer within 10 s", "it does not answer: <reason>"},
+        {"zel7: it does not answer: ...", "it does not answer: <reason>"},
+        {"zel3: its facts cannot be read: nothing was said", "its facts cannot be read: <reason>"},
+        {"zel1 does not answer: no route", "<card> does not answer: <reason>"},
+        {"0000:03:00.0 is not there", "<card> is not there"},
+        {"zelkeeper was killed", "zelkeeper was killed"},
+        {"zelhealth: the run was broken off", "the run was broken off"},
+        {"zel1 pcie.vlw: xyzzy", "pcie.vlw"},
+    };
+    for (const auto& [what, name] : rows)
+        EXPECT_THAT(Exact(what), ElementsAre(name)) << what;
+    EXPECT_THAT(Exact("zel7: it does not answer: zelkeeper was killed"),
+                ElementsAre("zelkeeper was killed", "it does not answer: <reason>"));
+    // The longest that is known, and no beginning of a word.
+    EXPECT_THAT(Exact("zel0: the card is in use by 3 jobs"), ElementsAre("the card is in use"));
+    EXPECT_THAT(LookUp("Link trained downwards").exact, false);
+}
+
+TEST(Lookup, FindsWhatANodeOrARunMayBe) {
+    for (const char* what : {"not asked", "not_asked", "broken off", "broken_off", "lost"})
+        EXPECT_THAT(Exact(what), SizeIs(1)) << what;
+    EXPECT_THAT(Exact("2 healthy; the run was broken off"), ElementsAre("the run was broken off"));
 }
 
 TEST(Lookup, SaysARowOnceByTheTextThatWasFound) {
