@@ -128,16 +128,27 @@ HistoryQuery QueryOf(const Options& options) {
     throw NoAnswer(text);
 }
 
+// Whose folder or file is closed to the one who asks cannot be told what is in it.
+void ExpectReadable(const std::filesystem::path& file) {
+    if (access(file.c_str(), R_OK) == 0) {
+        return;
+    }
+    const int why = errno;
+    if (why == ENOENT) {
+        throw NoAnswer(fmt::format(
+            "{}: there is no history; zelhealth run and zelhealth check begin one", file.string()));
+    }
+    if (why == EACCES) {
+        throw NoAnswer(fmt::format(
+            "{0}: this user may not read it; ask as root, or let others: chmod o+rX {1} {0}",
+            file.string(), file.parent_path().string()));
+    }
+    throw NoAnswer(file.string() + ": cannot be read: " + std::strerror(why));
+}
+
 History Ask(const HistoryQuery& query) {
     HistoryFile file(Folders::FromEnvironment().state / kHistoryFile);
-    if (access(file.Path().c_str(), F_OK) != 0 && errno != ENOENT) {
-        throw NoAnswer(file.Path().string() + ": cannot be read: " + std::strerror(errno));
-    }
-    if (access(file.Path().c_str(), F_OK) != 0) {
-        throw NoAnswer(
-            fmt::format("{}: there is no history; zelhealth run and zelhealth check begin one",
-                        file.Path().string()));
-    }
+    ExpectReadable(file.Path());
     const bool mayWrite = access(file.Path().c_str(), W_OK) == 0;
     // Who may only read can meet a run that begins or ends, which makes or removes the log.
     constexpr int kAttempts = 5;

@@ -89,6 +89,16 @@ void ExpectNotEmptied(const fs::path& file) {
     }
 }
 
+// What could not be begun is no history: the next one would take it for one that was emptied.
+void RemoveEmpty(const fs::path& file) {
+    std::error_code error;
+    if (fs::file_size(file, error) == 0 && !error) {
+        for (const char* const end : {kSharedMemory, kLog, ""}) {
+            unlink((file.string() + end).c_str());
+        }
+    }
+}
+
 void Prepare(SQLite::Database& database) {
     database.exec("PRAGMA auto_vacuum = INCREMENTAL");
     database.exec("PRAGMA journal_mode = WAL");
@@ -157,10 +167,19 @@ SQLite::Database& HistoryFile::Open(HistoryAccess access, milliseconds patience)
     const Descriptor lock = LockBeside(path_, patience);
     inode_ = InodeOf(path_);
     ExpectNotEmptied(path_);
-    database_ = std::make_unique<SQLite::Database>(
-        path_.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, Count(patience));
-    inode_ = InodeOf(path_);
-    Prepare(*database_);
+    const bool isNew = inode_ == 0;
+    try {
+        database_ = std::make_unique<SQLite::Database>(
+            path_.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, Count(patience));
+        inode_ = InodeOf(path_);
+        Prepare(*database_);
+    } catch (const SQLite::Exception&) {
+        database_.reset();
+        if (isNew) {
+            RemoveEmpty(path_);
+        }
+        throw;
+    }
     database_->setBusyTimeout(Count(kHistoryPatience));
     return *database_;
 }
