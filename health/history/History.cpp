@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
 
 #include "report/Cells.h"
 
@@ -64,24 +65,70 @@ bool IsSameUuid(const std::string& one, const std::string& other) {
     });
 }
 
-void AskCards(SQLite::Database& database, const HistoryQuery& query, History& history) {
+// A card that is dead, or missing, tells no uuid: it is the one that was in its slot before, or else behind that.
+class Occupants {
+public:
+    Occupants(SQLite::Database& database, const HistoryQuery& query) {
+        SQLite::Statement rows(
+            database,
+            "SELECT card.pcie, card_run.run, card.id"
+            " FROM run JOIN card_run ON card_run.run = run.id JOIN card ON card.id = card_run.card"
+            " WHERE run.began >= ? AND card.uuid <> ''"
+            " AND card.pcie IN (SELECT pcie FROM card WHERE uuid = '') ORDER BY card_run.run");
+        rows.bind(1, query.since);
+        while (rows.executeStep()) {
+            auto& ofSlot = slots_[rows.getColumn(0).getString()];
+            const std::int64_t card = rows.getColumn(2).getInt64();
+            if (ofSlot.empty() || ofSlot.rbegin()->second != card) {
+                ofSlot.emplace_hint(ofSlot.end(), rows.getColumn(1).getInt64(), card);
+            }
+        }
+    }
+
+    // The card itself where it has a uuid, or where its slot has no other.
+    std::int64_t CardOf(const CardHistory& card, std::int64_t run) const {
+        const auto slot = slots_.find(card.pcie);
+        if (!card.uuid.empty() || slot == slots_.end()) {
+            return card.id;
+        }
+        const auto behind = slot->second.upper_bound(run);
+        return (behind == slot->second.begin() ? behind : std::prev(behind))->second;
+    }
+
+private:
+    // By slot, the run from which on it has had each card.
+    std::map<std::string, std::map<std::int64_t, std::int64_t>> slots_;
+};
+
+// The card that is a row's columns "id, pcie, uuid".
+CardHistory CardIn(SQLite::Statement& row) {
+    CardHistory card;
+    card.id = row.getColumn(0).getInt64();
+    card.pcie = row.getColumn(1).getString();
+    card.uuid = row.getColumn(2).getString();
+    return card;
+}
+
+void AskCards(SQLite::Database& database, const HistoryQuery& query, const Occupants& occupants,
+              History& history) {
     SQLite::Statement rows(
         database,
         "SELECT card.id, card.pcie, card.uuid, card_run.name, COALESCE(card_run.verdict, ''),"
-        " run.ended IS NOT NULL, run.began"
+        " run.ended IS NOT NULL, run.began, run.id"
         " FROM run JOIN card_run ON card_run.run = run.id JOIN card ON card.id = card_run.card"
-        " WHERE run.began >= ? ORDER BY card.pcie, card.id, run.id");
+        " WHERE run.began >= ? ORDER BY card.pcie, run.id, card.id");
     rows.bind(1, query.since);
+    std::map<std::int64_t, std::size_t> indices;
     while (rows.executeStep()) {
-        const std::int64_t id = rows.getColumn(0).getInt64();
-        if (history.cards.empty() || history.cards.back().id != id) {
-            CardHistory card;
-            card.id = id;
-            card.pcie = rows.getColumn(1).getString();
-            card.uuid = rows.getColumn(2).getString();
-            history.cards.push_back(std::move(card));
+        const CardHistory said = CardIn(rows);
+        const std::int64_t id = occupants.CardOf(said, rows.getColumn(7).getInt64());
+        const auto [index, isNew] = indices.emplace(id, history.cards.size());
+        if (isNew) {
+            history.cards.push_back(said);
+            history.cards.back().id = id;
         }
-        CardHistory& card = history.cards.back();
+        CardHistory& card = history.cards[index->second];
+        card.uuid = said.uuid.empty() ? card.uuid : said.uuid;
         card.name = rows.getColumn(3).getString();
         card.lastTime = rows.getColumn(6).getString();
         AddRun(card, VerdictOf(rows.getColumn(4).getString(), rows.getColumn(5).getInt() != 0));
@@ -106,81 +153,100 @@ bool IsAskedFor(const HistoryQuery& query, const std::string& test) {
     return !query.test || test == *query.test || test.starts_with(*query.test + ".");
 }
 
-// Puts together what one run says of a test more than once, as rows come.
+// Puts together what one run says of a test more than once, as rows come: by slot, by test, by run.
 class TestRows {
 public:
-    TestRows(const HistoryQuery& query, History& history) : query_(query), history_(history) {}
+    TestRows(const HistoryQuery& query, const Occupants& occupants, History& history)
+        : query_(query), occupants_(occupants), history_(history) {}
 
     void Add(SQLite::Statement& row) {
-        const std::int64_t card = row.getColumn(0).getInt64();
-        const std::int64_t test = row.getColumn(1).getInt64();
-        const std::int64_t run = row.getColumn(2).getInt64();
-        if (card != card_ || test != test_) {
-            End();
-            card_ = card;
-            test_ = test;
-            Begin(row);
-        } else if (run != run_) {
+        const CardHistory said = CardIn(row);
+        const std::int64_t run = row.getColumn(3).getInt64();
+        const std::int64_t test = row.getColumn(4).getInt64();
+        const std::int64_t card = occupants_.CardOf(said, run);
+        if (card != card_ || test != test_ || run != run_) {
             End();
         }
+        if (said.pcie != pcie_ || test != test_) {
+            ofCards_.clear();
+        }
+        card_ = card;
+        test_ = test;
         run_ = run;
+        pcie_ = said.pcie;
         Join(row);
     }
 
     void End() {
-        if (current_ && !result_.verdict.empty()) {
-            history_.tests.back().trend.Add(result_);
+        if (!result_.verdict.empty()) {
+            if (const auto place = Place()) {
+                history_.tests[*place].trend.Add(result_);
+            }
         }
         result_ = {};
     }
 
 private:
-    void Begin(SQLite::Statement& row) {
+    // That of the card's test; null where it is not asked for.
+    std::optional<std::size_t> Place() {
         const auto card = IndexOf(history_, card_);
-        const std::string name = row.getColumn(3).getString();
-        current_ = card && IsAskedFor(query_, name);
-        if (current_) {
-            history_.tests.push_back({*card, name, row.getColumn(4).getString(), {}});
+        if (!card || !IsAskedFor(query_, name_)) {
+            return std::nullopt;
         }
+        const auto [place, isNew] = ofCards_.emplace(card_, history_.tests.size());
+        if (isNew) {
+            history_.tests.push_back({*card, name_, options_, {}});
+        }
+        return place->second;
     }
 
     void Join(SQLite::Statement& row) {
-        const std::string verdict = row.getColumn(7).getString();
-        result_.seconds = std::max(result_.seconds, row.getColumn(8).getDouble());
+        name_ = row.getColumn(5).getString();
+        options_ = row.getColumn(6).getString();
+        const std::string verdict = row.getColumn(9).getString();
+        result_.seconds = std::max(result_.seconds, row.getColumn(10).getDouble());
         if (!result_.verdict.empty() && Badness(verdict) <= Badness(result_.verdict)) {
             return;
         }
-        result_.time = row.getColumn(5).getString();
-        result_.second = row.getColumn(6).getDouble();
+        result_.time = row.getColumn(7).getString();
+        result_.second = row.getColumn(8).getDouble();
         result_.verdict = verdict;
-        result_.seen = row.getColumn(9).getString();
-        result_.waived = row.getColumn(10).getInt() != 0;
+        result_.seen = row.getColumn(11).getString();
+        result_.waived = row.getColumn(12).getInt() != 0;
     }
 
     const HistoryQuery& query_;
+    const Occupants& occupants_;
     History& history_;
     std::int64_t card_ = -1;
     std::int64_t test_ = -1;
     std::int64_t run_ = -1;
-    bool current_ = false;  // whether these rows are asked for
+    std::string pcie_;
+    std::string name_;
+    std::string options_;
+    std::map<std::int64_t, std::size_t> ofCards_;  // this test's places, by card
     RunResult result_;
 };
 
-void AskTests(SQLite::Database& database, const HistoryQuery& query, History& history) {
+void AskTests(SQLite::Database& database, const HistoryQuery& query, const Occupants& occupants,
+              History& history) {
     SQLite::Statement rows(
         database,
-        "SELECT result.card, result.test, run.id, test.name, test.options, run.began,"
+        "SELECT card.id, card.pcie, card.uuid, run.id, test.id, test.name, test.options, run.began,"
         " COALESCE(strftime('%s', run.began), 0), result.verdict, result.seconds,"
         " COALESCE(result.seen, ''), result.waived"
         " FROM run JOIN result ON result.run = run.id JOIN test ON test.id = result.test"
         " JOIN card ON card.id = result.card WHERE run.began >= ?"
-        " ORDER BY card.pcie, card.id, test.name, test.options, run.id");
+        " ORDER BY card.pcie, test.name, test.options, run.id, card.id");
     rows.bind(1, query.since);
-    TestRows tests(query, history);
+    TestRows tests(query, occupants, history);
     while (rows.executeStep()) {
         tests.Add(rows);
     }
     tests.End();
+    std::stable_sort(
+        history.tests.begin(), history.tests.end(),
+        [](const TestHistory& one, const TestHistory& other) { return one.card < other.card; });
 }
 
 }  // namespace
@@ -190,8 +256,9 @@ History AskHistory(SQLite::Database& database, const HistoryQuery& query) {
     SQLite::Transaction transaction(database);
     History history;
     AskRuns(database, query, history);
-    AskCards(database, query, history);
-    AskTests(database, query, history);
+    const Occupants occupants(database, query);
+    AskCards(database, query, occupants, history);
+    AskTests(database, query, occupants, history);
     return history;
 }
 

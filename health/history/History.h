@@ -21,10 +21,11 @@ struct HistoryQuery {
     std::optional<std::string> test;  // "pcie.vlw", or a whole group: "pcie"
 };
 
-// A card is what had one PCIe address and one uuid: another card in its slot is another one here.
+// A card is what had one PCIe address and one uuid: another card in its slot is another one here. What told no uuid
+// there, being dead, is the one that was there.
 struct CardHistory {
     std::int64_t id = 0;
-    std::string name;  // its last: "zel0"
+    std::string name;  // its last: "zel0"; its address where the driver knows it no more
     std::string pcie;
     std::string uuid;
     std::uint64_t runs = 0;

@@ -174,8 +174,8 @@ SQLite::Database& HistoryFile::Open(HistoryAccess access, milliseconds patience)
         inode_ = InodeOf(path_);
         Prepare(*database_);
     } catch (const SQLite::Exception&) {
-        database_.reset();
         if (isNew) {
+            database_.reset();
             RemoveEmpty(path_);
         }
         throw;

@@ -71,22 +71,28 @@ std::string Head(const History& history, bool colours) {
                        Coloured(Words(history.lastVerdict), history.lastVerdict, colours));
 }
 
+bool ShareASlot(const CardHistory& one, const CardHistory& other) {
+    return &one != &other && one.pcie == other.pcie;
+}
+
 // Columns for verdicts that no card has are left out.
 std::string CardTable(const History& history, bool colours) {
     std::array<bool, kVerdicts.size()> wanted{};
+    std::size_t widest = 6;
     for (const CardHistory& card : history.cards) {
         for (std::size_t i = 0; i < kVerdicts.size(); ++i) {
             wanted[i] = wanted[i] || i == 0 || card.verdicts.contains(kVerdicts[i]);
         }
+        widest = std::max(widest, Printable(CardTitle(history, card)).size());
     }
-    std::string text = fmt::format("\n{:<6} {:<12} {:>6}", "card", "PCIe", "runs");
+    std::string text = fmt::format("\n{:<{}} {:<12} {:>6}", "card", widest, "PCIe", "runs");
     for (std::size_t i = 0; i < kVerdicts.size(); ++i) {
         text += wanted[i] ? fmt::format(" {:>9}", Words(kVerdicts[i])) : "";
     }
     text += fmt::format("  {:<10}  last\n", "last 10");
     for (const CardHistory& card : history.cards) {
-        text += fmt::format("{:<6} {:<12} {:>6}", Printable(card.name), Printable(card.pcie),
-                            card.runs);
+        text += fmt::format("{:<{}} {:<12} {:>6}", Printable(CardTitle(history, card)), widest,
+                            Printable(card.pcie), card.runs);
         for (std::size_t i = 0; i < kVerdicts.size(); ++i) {
             const auto count = card.verdicts.find(kVerdicts[i]);
             text += wanted[i]
@@ -173,10 +179,12 @@ std::string FailureText(const History& history, const TestHistory& test, std::si
     return text;
 }
 
-std::string TimeLine(const std::string& title, const Durations& all, double recent,
-                     const std::string& drift) {
-    return fmt::format("{:<24} {:>7} {:>9.2f} {:>9.2f} {:>9.2f} {:>9}  {}\n", title, all.Count(),
-                       all.Fastest(), all.Median(), all.Slowest(),
+constexpr std::size_t kTitleColumns = 24;
+
+std::string TimeLine(const std::string& title, std::size_t widest, const Durations& all,
+                     double recent, const std::string& drift) {
+    return fmt::format("{:<{}} {:>7} {:>9.2f} {:>9.2f} {:>9.2f} {:>9}  {}\n", title, widest,
+                       all.Count(), all.Fastest(), all.Median(), all.Slowest(),
                        recent > 0 ? fmt::format("{:.2f}", recent) : "", drift);
 }
 
@@ -191,6 +199,10 @@ std::string TimesText(const History& history, bool all) {
     std::map<std::string, Durations> byTest;
     std::string lines;
     std::string drifts;
+    std::size_t widest = kTitleColumns;
+    for (const TestHistory& test : history.tests) {
+        widest = all ? std::max(widest, Printable(TestTitle(history, test)).size()) : widest;
+    }
     for (const TestHistory& test : history.tests) {
         const Trend& trend = test.trend;
         if (trend.All().Count() == 0) {
@@ -199,25 +211,40 @@ std::string TimesText(const History& history, bool all) {
         const std::string title = Printable(TestTitle(history, test));
         const std::string drift = DriftOf(trend);
         byTest[test.name].Join(trend.All());
-        lines += all ? TimeLine(title, trend.All(), trend.RecentMedian(), drift) : "";
+        lines += all ? TimeLine(title, widest, trend.All(), trend.RecentMedian(), drift) : "";
         drifts += drift.empty() ? "" : fmt::format("{}: {}\n", title, drift);
     }
     if (byTest.empty()) {
         return "";
     }
     for (const auto& [name, durations] : byTest) {
-        lines += all ? "" : TimeLine(Printable(name), durations, 0, "");
+        lines += all ? "" : TimeLine(Printable(name), widest, durations, 0, "");
     }
     const std::string heading =
-        fmt::format("\n{:<24} {:>7} {:>9} {:>9} {:>9} {:>9}\n", "seconds", "passed", "fastest",
-                    "median", "slowest", all ? "last 10" : "");
+        fmt::format("\n{:<{}} {:>7} {:>9} {:>9} {:>9} {:>9}\n", "seconds", widest, "passed",
+                    "fastest", "median", "slowest", all ? "last 10" : "");
     return Trimmed(heading + lines) + (all || drifts.empty() ? "" : "\n" + drifts);
 }
 
 }  // namespace
 
+std::string CardTitle(const History& history, const CardHistory& card) {
+    constexpr std::size_t kLeast = 8;
+    std::size_t length = 0;
+    for (const CardHistory& other : history.cards) {
+        if (ShareASlot(card, other)) {
+            const auto differ = std::mismatch(card.uuid.begin(), card.uuid.end(),
+                                              other.uuid.begin(), other.uuid.end());
+            const auto same = static_cast<std::size_t>(differ.first - card.uuid.begin());
+            length = std::max({length, kLeast, same + 1});
+        }
+    }
+    return length == 0 ? card.name
+                       : fmt::format("{} (uuid {})", card.name, card.uuid.substr(0, length));
+}
+
 std::string TestTitle(const History& history, const TestHistory& test) {
-    return history.cards[test.card].name + " " + test.name +
+    return CardTitle(history, history.cards[test.card]) + " " + test.name +
            (test.options.empty() ? "" : " " + test.options);
 }
 

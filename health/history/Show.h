@@ -21,6 +21,9 @@ std::string FateOf(const Trend& trend);
 // "24% slower in the last 10 runs"; empty where it takes as long as ever.
 std::string DriftOf(const Trend& trend);
 
+// "zel1"; where its slot has had several cards "zel1 (uuid 4f3a91c2)", as much of it as tells them apart.
+std::string CardTitle(const History& history, const CardHistory& card);
+
 // "zel1 pcie.vlw", with the options of a test that has any.
 std::string TestTitle(const History& history, const TestHistory& test);
 

@@ -7,10 +7,11 @@ namespace zelhealth {
 
 namespace {
 
-Json JsonOf(const CardHistory& card) {
-    return {{"card", card.name},    {"pcie", card.pcie},         {"uuid", card.uuid},
-            {"runs", card.runs},    {"verdicts", card.verdicts}, {"last", card.last},
-            {"time", card.lastTime}};
+Json JsonOf(const History& history, const CardHistory& card) {
+    return {{"card", card.name}, {"title", CardTitle(history, card)},
+            {"pcie", card.pcie}, {"uuid", card.uuid},
+            {"runs", card.runs}, {"verdicts", card.verdicts},
+            {"last", card.last}, {"time", card.lastTime}};
 }
 
 Json JsonOf(const Durations& durations) {
@@ -31,14 +32,12 @@ Json PointsOf(const Series& series) {
 
 Json JsonOf(const History& history, const TestHistory& test) {
     const Trend& trend = test.trend;
-    Json json = {{"card", history.cards[test.card].name},
-                 {"pcie", history.cards[test.card].pcie},
-                 {"test", test.name},
-                 {"options", test.options},
-                 {"judged", trend.Judged()},
-                 {"failed", trend.Failed()},
-                 {"last", trend.Last()},
-                 {"fate", FateOf(trend)}};
+    const CardHistory& card = history.cards[test.card];
+    Json json = {{"card", card.name},        {"title", CardTitle(history, card)},
+                 {"pcie", card.pcie},        {"uuid", card.uuid},
+                 {"test", test.name},        {"options", test.options},
+                 {"judged", trend.Judged()}, {"failed", trend.Failed()},
+                 {"last", trend.Last()},     {"fate", FateOf(trend)}};
     if (trend.Failed() > 0) {
         const Advice advice = AdviceFor({trend.Seen()}, trend.Seen(), trend.FailedAs());
         json.update({{"verdict", trend.FailedAs()},
@@ -67,7 +66,7 @@ Json JsonOf(const History& history, const TestHistory& test) {
 Json HistoryJson(const History& history) {
     Json cards = Json::array();
     for (const CardHistory& card : history.cards) {
-        cards.push_back(JsonOf(card));
+        cards.push_back(JsonOf(history, card));
     }
     Json tests = Json::array();
     for (const TestHistory& test : history.tests) {

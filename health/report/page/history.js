@@ -48,7 +48,7 @@
       detail: () => [facts([["PCIe address", card.pcie], ["uuid", card.uuid], ["last run", card.time]])],
     }));
     return new Table("cards", [
-      {title: "card", value: (row) => row.card, class: "name", cell: (row, unfold) => unfolder(row.card, unfold)},
+      {title: "card", value: (row) => row.title, class: "name", cell: (row, unfold) => unfolder(row.title, unfold)},
       {title: "PCIe address", value: (row) => row.pcie, class: "name", cell: (row) => row.pcie},
       {title: "last", value: (row) => row.last[row.last.length - 1], class: "name",
         cell: (row) => badge(row.last[row.last.length - 1])},
@@ -67,13 +67,13 @@
     const rows = failed.map((test) => ({
       ...test, verdicts: [test.verdict || test.silent_as, test.failing ? "failed" : "passed"],
       seen: test.seen || "", fate: test.fate || `not judged in the last ${number(test.silent)} runs`,
-      search: searchable(test.card, test.pcie, title(test), test.seen || "", test.fate),
+      search: searchable(test.card, test.pcie, test.uuid, title(test), test.seen || "", test.fate),
       detail: () => [facts([["means", test.means], ["next", test.next], ["failed first", test.first_failed],
         ["failed last", test.waived ? `${test.last_failed} (waived)` : test.last_failed],
         ["not judged", test.silent ? `in the last ${number(test.silent)} runs: ${words(test.silent_as)}` : ""]])],
     }));
     return new Table("failures", [
-      {title: "card", value: (row) => row.card, class: "name", cell: (row) => row.card},
+      {title: "card", value: (row) => row.title, class: "name", cell: (row) => row.title},
       {title: "test", value: title, class: "name", cell: (row, unfold) => unfolder(title(row), unfold)},
       {title: "now", value: (row) => row.failing ? 0 : 1, class: "name",
         cell: (row) => badge(row.silent ? row.silent_as : row.last[row.last.length - 1])},
@@ -94,13 +94,13 @@
 
   function times() {
     const rows = timed.map((test) => ({
-      ...test, verdicts: test.drift ? ["slower or faster"] : [], search: searchable(test.card, test.pcie, title(test)),
+      ...test, verdicts: test.drift ? ["slower or faster"] : [], search: searchable(test.card, test.pcie, test.uuid, title(test)),
     }));
     const time = (name, key) => ({
       title: name, value: (row) => row.seconds[key], class: "number", cell: (row) => seconds(row.seconds[key]),
     });
     return new Table("times", [
-      {title: "card", value: (row) => row.card, class: "name", cell: (row) => row.card},
+      {title: "card", value: (row) => row.title, class: "name", cell: (row) => row.title},
       {title: "test", value: title, class: "name", cell: title},
       {title: "passed", value: (row) => row.seconds.passed, class: "number", cell: (row) => number(row.seconds.passed)},
       time("fastest", "fastest"), time("median", "median"), time("slowest", "slowest"), time("last 10", "recent"),
@@ -121,7 +121,7 @@
     return {
       type: "line",
       data: {datasets: timed.filter((row) => title(row) === test).map((row, index) => ({
-        label: row.card, data: row.points.map(([x, y]) => ({x: x * MILLI, y})), pointRadius: 3, borderWidth: 1.5,
+        label: row.title, data: row.points.map(([x, y]) => ({x: x * MILLI, y})), pointRadius: 3, borderWidth: 1.5,
         borderColor: series(index), backgroundColor: series(index),
       }))},
       options: {

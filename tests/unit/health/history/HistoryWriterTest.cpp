@@ -10,6 +10,7 @@
 #include "history/History.h"
 #include "history/Retention.h"
 #include "history/Schema.h"
+#include "history/Show.h"
 #include "host/Scratch.h"
 #include "report/Records.h"
 
@@ -182,6 +183,65 @@ TEST_F(HistoryTest, TakesAnotherCardInTheSlotForAnother) {
     ASSERT_THAT(history.cards, SizeIs(2));
     EXPECT_EQ(history.tests[0].trend.Failed(), 1U);
     EXPECT_EQ(history.tests[1].trend.Failed(), 0U);
+}
+
+// Each result tells which of the cards it is of.
+TEST_F(HistoryTest, TellsTheCardsOfASlotApart) {
+    for (const std::string uuid : {"4f3a91c2-1", "4f3a91c2-2"}) {
+        HistoryWriter writer = Writer();
+        Json started = CardStarted("zel0");
+        started["uuid"] = uuid;
+        writer.Read(RecordOf("host", uuid, RunStarted()));
+        writer.Read(RecordOf("host", uuid, started));
+        writer.Read(RecordOf("host", uuid, Tested("zel0", "vlw", "failed", "x")));
+        writer.Read(RecordOf("host", uuid, CardFinished("zel0", "failed")));
+        writer.Close();
+    }
+    const History history = Ask();
+    ASSERT_THAT(history.cards, SizeIs(2));
+    EXPECT_EQ(CardTitle(history, history.cards[0]), "zel0 (uuid 4f3a91c2-1)");
+    const std::string text = HistoryText(history, 80, false, true);
+    for (const char* const said :
+         {"\nzel0 (uuid 4f3a91c2-1) 0000:", "\nzel0 (uuid 4f3a91c2-2) 0000:",
+          "\nzel0 (uuid 4f3a91c2-1) pcie.vlw\n", "\nzel0 (uuid 4f3a91c2-2) pcie.vlw\n"})
+        EXPECT_THAT(text, HasSubstr(said));
+    EXPECT_EQ(HistoryJson(history)["tests"][1]["uuid"], "4f3a91c2-2");
+}
+
+// One that is dead tells no uuid, and the run names it by its address.
+TEST_F(HistoryTest, KnowsADeadCardByItsSlot) {
+    const std::string slot = CardStarted("zel0")["pcie"];
+    Run("r1", Tested("zel0", "vlw", "passed"), "healthy");
+    HistoryWriter writer = Writer();
+    Json started = CardStarted(slot);
+    started["pcie"] = slot;
+    writer.Read(RecordOf("host", "r2", RunStarted()));
+    writer.Read(RecordOf("host", "r2", started));
+    writer.Read(RecordOf("host", "r2", Tested(slot, "vlw", "not_run", slot + " is not there")));
+    writer.Read(RecordOf("host", "r2", CardFinished(slot, "failed")));
+    writer.Close();
+    const History dead = Ask();
+    ASSERT_THAT(dead.cards, SizeIs(1));
+    EXPECT_EQ(dead.cards[0].name, slot);
+    EXPECT_EQ(dead.cards[0].uuid, "u0");
+    EXPECT_THAT(dead.cards[0].last, ElementsAre("healthy", "failed"));
+    ASSERT_THAT(dead.tests, SizeIs(1));
+    EXPECT_EQ(dead.tests[0].trend.Silent(), 1U);
+    EXPECT_THAT(HistoryText(dead, 80, false, false), ::testing::Not(HasSubstr("more than one")));
+    // Back again it is the same one; another card in its slot is another one.
+    Run("r3", Tested("zel0", "vlw", "failed", "x"), "failed");
+    EXPECT_THAT(Ask().cards, SizeIs(1));
+    EXPECT_EQ(Ask().tests[0].trend.Failed(), 1U);
+    HistoryWriter other = Writer();
+    started = CardStarted("zel0");
+    started["uuid"] = "u1";
+    other.Read(RecordOf("host", "r4", RunStarted()));
+    other.Read(RecordOf("host", "r4", started));
+    other.Read(RecordOf("host", "r4", CardFinished("zel0", "healthy")));
+    const History both = Ask();
+    ASSERT_THAT(both.cards, SizeIs(2));
+    EXPECT_EQ(both.cards[0].runs, 3U);
+    EXPECT_EQ(both.cards[1].runs, 1U);
 }
 
 TEST_F(HistoryTest, HasACardThatWasNotThere) {
