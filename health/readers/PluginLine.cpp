@@ -31,7 +31,8 @@ unsigned long PlaceOf(const std::string& card) {
     const bool isNumbered = card.starts_with("zel") && card.size() > kPrefix &&
                             card.size() <= kPrefix + kDigits &&
                             card.find_first_not_of("0123456789", kPrefix) == std::string::npos;
-    return isNumbered ? std::stoul(card.substr(kPrefix)) : std::numeric_limits<unsigned long>::max();
+    return isNumbered ? std::stoul(card.substr(kPrefix))
+                      : std::numeric_limits<unsigned long>::max();
 }
 
 // What begins the performance data has no place in the text.
@@ -57,15 +58,20 @@ std::string Fuller(const std::string& text, const Json& record) {
 
 }  // namespace
 
+// "pcie.vlw (and 10 more)"
+std::string PluginLine::Trouble::Tests() const {
+    return others.empty() ? test : fmt::format("{} (and {} more)", test, others.size());
+}
+
 std::string PluginLine::ForMonitors(const Trouble& trouble) {
     const std::string card = trouble.card.empty() ? "" : trouble.card + ": ";
-    return card + (trouble.test.empty() ? "" : trouble.test + " ") + trouble.text;
+    return card + (trouble.test.empty() ? "" : trouble.Tests() + " ") + trouble.text;
 }
 
 // "zelhealth" says whose reason it is where no card does.
 std::string PluginLine::ForSchedulers(const Trouble& trouble) {
     const std::string card = trouble.card.empty() ? "zelhealth" : trouble.card;
-    return card + (trouble.test.empty() ? "" : " " + trouble.test) + ": " + trouble.fullText;
+    return card + (trouble.test.empty() ? "" : " " + trouble.Tests()) + ": " + trouble.fullText;
 }
 
 void PluginLine::Note(Status status, Trouble trouble) {
@@ -73,8 +79,18 @@ void PluginLine::Note(Status status, Trouble trouble) {
          {&trouble.card, &trouble.test, &trouble.text, &trouble.fullText}) {
         *text = Plain(*text);
     }
-    if (status != Status::ok) {
-        (status == Status::critical ? critical_ : others_).push_back(std::move(trouble));
+    if (status == Status::ok) {
+        return;
+    }
+    std::vector<Trouble>& troubles = status == Status::critical ? critical_ : others_;
+    const auto same = std::find_if(troubles.begin(), troubles.end(), [&](const Trouble& other) {
+        return other.card == trouble.card && other.test.empty() == trouble.test.empty() &&
+               other.text == trouble.text && other.fullText == trouble.fullText;
+    });
+    if (same == troubles.end()) {
+        troubles.push_back(std::move(trouble));
+    } else if (trouble.test != same->test) {
+        same->others.insert(trouble.test);
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,10 @@ private:
         std::string card;  // "zel1"; empty where it is the run's
         std::string test;  // "pcie.vlw"; empty where it is the card's
         std::string text;
-        std::string fullText;  // with the numbers that the tool's trace has
+        std::string fullText;            // with the numbers that the tool's trace has
+        std::set<std::string> others{};  // tests of the card that say just the same
+
+        std::string Tests() const;
     };
 
     static std::string ForMonitors(const Trouble& trouble);

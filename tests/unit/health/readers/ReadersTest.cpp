@@ -414,11 +414,28 @@ TEST(PluginLine, GivesSchedulersWhatIsNotCriticalOnlyWhereNothingElseIs) {
     EXPECT_THAT(line.Reason(), SizeIs(200));
 }
 
+// A card that does not answer would fill the line with its tests.
+TEST(PluginLine, TellsOnceWhatTheTestsOfACardSayAlike) {
+    PluginLine line;
+    for (const char* const test : {"vlw", "vls", "vlw", "vdi"}) {
+        line.Read(TestFinished(0, test, "not_run", "the card does not answer"));
+    }
+    line.Read(TestFinished(1, "vlw", "not_run", "the card does not answer"));
+    line.Read(TestFinished(1, "vls", "not_run", "held"));
+    line.Read(RunFinished(1));
+    EXPECT_EQ(line.Reason(),
+              "zel0 pcie.vlw (and 2 more): the card does not answer; zel1 pcie.vlw: the card does "
+              "not answer; zel1 pcie.vls: held");
+    EXPECT_THAT(line.Text(), HasSubstr(" - zel0: pcie.vlw (and 2 more) the card does not answer; "
+                                       "zel1: pcie.vlw the card"));
+}
+
 // Whichever card was done first.
 TEST(PluginLine, GivesSchedulersCardsInTheirOrder) {
     PluginLine line;
-    line.Read({{"record", "run_note"},
-               {"reasons", Json::array({{{"status", 2}, {"text", "this host is out of memory"}}})}});
+    line.Read(
+        {{"record", "run_note"},
+         {"reasons", Json::array({{{"status", 2}, {"text", "this host is out of memory"}}})}});
     for (const int card : {10, 2}) {
         line.Read(TestFinished(card, "vlw", "failed", "down"));
         line.Read(TestFinished(card, "vls", "failed", "slow"));
