@@ -55,6 +55,12 @@ Verdicts::Verdicts(std::string_view toml) {
     }
 }
 
+bool Verdicts::Knows(std::string_view of, std::string_view name) const {
+    return std::any_of(verdicts_.begin(), verdicts_.end(), [of, name](const VerdictRow& row) {
+        return row.of == of && row.name == name;
+    });
+}
+
 const VerdictRow& Verdicts::OfTest(std::string_view name) const {
     const auto find = [this](std::string_view wanted) {
         return std::find_if(verdicts_.begin(), verdicts_.end(), [wanted](const VerdictRow& row) {

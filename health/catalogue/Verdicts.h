@@ -40,6 +40,9 @@ public:
     const std::vector<VerdictRow>& All() const { return verdicts_; }
     const std::vector<StatusRow>& Statuses() const { return statuses_; }
 
+    // Whether something of this kind, "test" or "card", can have the verdict.
+    bool Knows(std::string_view of, std::string_view name) const;
+
     // That of a test; for one that is not known, that of a failed one.
     const VerdictRow& OfTest(std::string_view name) const;
 

@@ -7,8 +7,12 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
+#include <set>
 #include <utility>
 
+#include "catalogue/Verdicts.h"
+#include "host/Printable.h"
+#include "readers/Outcome.h"
 #include "record/Fields.h"
 #include "record/LineParser.h"
 #include "record/LineSource.h"
@@ -18,6 +22,7 @@ namespace zelhealth {
 namespace {
 
 constexpr std::uint64_t kToldLines = 20;
+constexpr std::size_t kLongestVerdict = 100;
 
 Descriptor Open(const std::string& file) {
     return Descriptor(file == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
@@ -45,6 +50,7 @@ struct StreamReader::Inner {
     std::uint64_t records = 0;
     std::uint64_t problems = 0;
     bool toldSchema = false;
+    std::set<std::string> toldOfRecords;
 
     void OfFile(const std::string& what) { tell({name, 0, what}); }
 
@@ -97,8 +103,31 @@ struct StreamReader::Inner {
             }
         }
         CheckSchema(record);
+        CheckVerdict(record);
         ++records;
         return true;
+    }
+
+    // Nobody knows what was found by a verdict that nobody knows.
+    void CheckVerdict(Json& record) {
+        const std::string kind = TextOf(record, "record");
+        if (kind != "test_finished" && kind != "card_finished" && kind != "run_finished") {
+            return;
+        }
+        const std::string verdict = TextOf(record, "verdict");
+        const char* const of = kind == "test_finished" ? "test" : "card";
+        if (verdict.empty() || Verdicts::BuiltIn().Knows(of, verdict)) {
+            return;
+        }
+        OfLine(fmt::format("its verdict \"{}\" is not known; it counts as unknown",
+                           Bounded(verdict, kLongestVerdict)));
+        record["verdict"] = VerdictOf(Status::unknown);
+        if (kind == "run_finished") {
+            const auto status = record.find("status");
+            const Status told =
+                status == record.end() ? Status::unknown : static_cast<Status>(status->get<int>());
+            record["status"] = static_cast<unsigned>(Worse(told, Status::unknown));
+        }
     }
 
     void CheckSchema(const Json& record) {
@@ -151,7 +180,9 @@ std::uint64_t StreamReader::Line() const {
 }
 
 void StreamReader::TellOfRecord(const std::string& what) {
-    inner_->OfLine(what);
+    if (inner_->toldOfRecords.insert(what).second) {
+        inner_->OfLine(what);
+    }
 }
 
 }  // namespace zelhealth

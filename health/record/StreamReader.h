@@ -55,7 +55,7 @@ public:
     // The line of the last record.
     std::uint64_t Line() const;
 
-    // Tells something about the last record that only its reader knows.
+    // Tells something about the last record, and about others like it, that only its reader knows: the same once.
     void TellOfRecord(const std::string& what);
 
 private:

@@ -8,6 +8,7 @@
 
 #include "readers/Outcome.h"
 #include "record/Fields.h"
+#include "report/RunEnd.h"
 
 namespace zelhealth {
 
@@ -173,6 +174,7 @@ public:
     }
 
     void Read(const Json& record) override {
+        end_.Read(record);
         const std::string& kind = TextOf(record, "record");
         if (kind == "run_started") {
             suite_->SetTime(TextOf(record, "time"));
@@ -184,11 +186,6 @@ public:
             for (const Json& reason : ListOf(record, "reasons")) {
                 notes_.push_back(reason);
             }
-        } else if (kind == "run_finished") {
-            finished_ = true;
-            const auto status = record.find("status");
-            status_ =
-                status == record.end() ? Status::unknown : static_cast<Status>(status->get<int>());
         }
         if (suite_->IsLarge()) {
             suite_->Write(file_);
@@ -197,12 +194,12 @@ public:
     }
 
     void End() override {
-        if (!finished_) {
+        const auto status = static_cast<Status>(end_.Status());
+        if (!end_.Finished()) {
             notes_.push_back({{"text", "the run was broken off"}, {"status", 3}});
-        } else if (Worse(worst_, status_) != worst_) {
-            notes_.push_back(
-                {{"text", fmt::format("the run ended with status {}", static_cast<int>(status_))},
-                 {"status", static_cast<int>(status_)}});
+        } else if (Worse(worst_, status) != worst_) {
+            notes_.push_back({{"text", fmt::format("the run ended with status {}", end_.Status())},
+                              {"status", end_.Status()}});
         }
         AddReasons("", "run", notes_);
         suite_->Write(file_);
@@ -244,8 +241,7 @@ private:
     std::optional<Suite> suite_;
     Json notes_ = Json::array();
     Status worst_ = Status::ok;
-    Status status_ = Status::ok;
-    bool finished_ = false;
+    RunEnd end_;
 };
 
 }  // namespace

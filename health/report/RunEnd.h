@@ -30,6 +30,7 @@ public:
 
 private:
     bool finished_ = false;
+    bool isUnknown_ = false;  // something in it was judged by a verdict that nobody knows
     std::string_view verdict_ = "broken_off";
     int status_ = 3;
     double seconds_ = 0;

@@ -57,7 +57,7 @@ std::string_view Runs::Read(const Json& record) {
     const std::string& run = TextOf(record, "run");
     if (Find(host, run) == nullptr) {
         if (ended_.contains(HashOf({host, run}))) {
-            return "its run has ended before, or was read before; the line is left out";
+            return "its run has ended before, or was read before; such lines are left out";
         }
         Begin({host, run});
     }

@@ -1,6 +1,7 @@
 // Streams that are whole, cut, damaged, hostile, of any size, and of other versions.
 #include "record/StreamReader.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -132,6 +133,49 @@ TEST_F(StreamReading, LeavesOutFieldsOfAnotherType) {
     EXPECT_EQ(read.problems[0], At(1) + "\"seconds\" is no number from 0; the field is left out");
     EXPECT_TRUE(read.lost);
     EXPECT_THAT(Read(Record(R"(,"seconds":-1)") + "\n").problems, SizeIs(1));
+}
+
+// What nobody knows is nothing good.
+TEST_F(StreamReading, TakesVerdictsThatAreNotKnownForUnknown) {
+    const auto of = [](const char* kind, const char* verdict, int status) {
+        return fmt::format(
+            R"({{"record":"{}","schema":1,"run":"r","host":"h","verdict":"{}","status":{}}})"
+            "\n",
+            kind, verdict, status);
+    };
+    const ReadStream read =
+        Read(of("test_finished", "melted", 0) + of("card_finished", "passed", 0) +
+             of("run_finished", "fine", 0) + of("run_finished", "worst", 2) +
+             of("test_finished", "timed_out", 0) + of("card_finished", "degraded", 1));
+    EXPECT_THAT(read.problems,
+                ElementsAre(At(1) + "its verdict \"melted\" is not known; it counts as unknown",
+                            At(2) + "its verdict \"passed\" is not known; it counts as unknown",
+                            At(3) + "its verdict \"fine\" is not known; it counts as unknown",
+                            At(4) + "its verdict \"worst\" is not known; it counts as unknown"));
+    EXPECT_TRUE(read.lost);
+    std::vector<std::string> verdicts;
+    for (const Json& record : read.records) {
+        verdicts.push_back(TextOf(record, "verdict"));
+    }
+    EXPECT_THAT(verdicts,
+                ElementsAre("unknown", "unknown", "unknown", "unknown", "timed_out", "degraded"));
+    EXPECT_EQ(NumberOf(read.records[2], "status"), 3);
+    EXPECT_EQ(NumberOf(read.records[3], "status"), 2);
+}
+
+TEST_F(StreamReading, TellsWhatItsReaderKnowsOnce) {
+    file_ = scratch_.Write("s.jsonl", Record("") + "\n" + Record("") + "\n" + Record("") + "\n");
+    std::vector<std::string> problems;
+    StreamReader reader(
+        file_, [&problems](const StreamProblem& problem) { problems.push_back(problem.Text()); },
+        {});
+    for (Json record; reader.Next(record);) {
+        reader.TellOfRecord("is old");
+        if (reader.Line() == 2) {
+            reader.TellOfRecord("is small");
+        }
+    }
+    EXPECT_THAT(problems, ElementsAre(At(1) + "is old", At(2) + "is small"));
 }
 
 TEST_F(StreamReading, TellsOfOtherSchemasOnce) {
