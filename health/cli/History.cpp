@@ -25,6 +25,7 @@
 #include "host/Folders.h"
 #include "host/Likely.h"
 #include "host/OutputFile.h"
+#include "host/OwnFiles.h"
 #include "host/Print.h"
 #include "host/UtcTime.h"
 #include "readers/Colours.h"
@@ -185,9 +186,13 @@ void ExpectSomething(const History& history, const Options& options) {
 
 // A page in its place would be the end of the history.
 void ExpectAnotherFile(const Options& options) {
-    const HistoryFile file(Folders::FromEnvironment().state / kHistoryFile);
-    if (const std::string clash = file.Clash({options.html.value_or("-")}); !clash.empty()) {
-        throw NoAnswer(clash);
+    const Folders folders = Folders::FromEnvironment();
+    const std::vector<std::string> names = {options.html.value_or("-")};
+    for (const std::string& clash :
+         {HistoryFile(folders.state / kHistoryFile).Clash(names), OwnFileClash(folders, names)}) {
+        if (!clash.empty()) {
+            throw NoAnswer(clash);
+        }
     }
 }
 

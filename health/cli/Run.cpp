@@ -16,6 +16,7 @@
 #include "cli/RunOptions.h"
 #include "cli/RunReaders.h"
 #include "history/HistoryFile.h"
+#include "host/OwnFiles.h"
 #include "host/Print.h"
 #include "readers/Colours.h"
 #include "readers/Lines.h"
@@ -71,9 +72,12 @@ void ExpectNoClash(const RunOptions& options) {
     if (const std::string clash = Clash(names, {}); !clash.empty()) {
         throw Unanswerable(clash);
     }
-    const HistoryFile history(Folders::FromEnvironment().state / kHistoryFile);
-    if (const std::string clash = history.Clash(names); !clash.empty()) {
-        throw Unanswerable(clash);
+    const Folders folders = Folders::FromEnvironment();
+    for (const std::string& clash :
+         {HistoryFile(folders.state / kHistoryFile).Clash(names), OwnFileClash(folders, names)}) {
+        if (!clash.empty()) {
+            throw Unanswerable(clash);
+        }
     }
 }
 
@@ -81,9 +85,44 @@ std::filesystem::path StoredCheck() {
     return Folders::FromEnvironment().state / "last-check.jsonl";
 }
 
-// Runs with the readers that the stream is to have too, and gives the status.
+// Holds the last record back, which tells the status, until all that can change this has been done.
+class HeldEnd : public RecordReader {
+public:
+    explicit HeldEnd(std::vector<RecordReader*> readers) : readers_(std::move(readers)) {}
+
+    void Read(const Json& record) override {
+        if (record["record"] == "run_finished") {
+            end_ = record;
+        } else {
+            Pass(record);
+        }
+    }
+
+    // With the status that the run has in the end.
+    void Close(int status) {
+        if (!end_.is_null()) {
+            end_["status"] = status;
+            end_["verdict"] = VerdictOf(static_cast<Status>(status));
+            Pass(end_);
+        }
+    }
+
+private:
+    void Pass(const Json& record) {
+        for (RecordReader* const reader : readers_) {
+            reader->Read(record);
+        }
+    }
+
+    std::vector<RecordReader*> readers_;
+    Json end_;
+};
+
+// Runs with the readers that the stream is to have too, and gives the status. `over` is behind the run, in front of
+// what may be told of its outputs; `finished` behind all.
 int RunWith(const RunOptions& options, const Configuration& configuration,
-            const std::vector<RecordReader*>& readers, const std::function<void()>& finished,
+            const std::vector<RecordReader*>& readers, const std::function<void()>& over,
+            const std::function<void()>& finished,
             const std::function<void(const std::string&)>& tell) {
     const RunSettings settings = SettingsOf(options, configuration);
     ExpectNoClash(options);
@@ -99,16 +138,20 @@ int RunWith(const RunOptions& options, const Configuration& configuration,
     }
     keepers.AddTo(all);
     all.push_back(&reports);
-    all.insert(all.end(), readers.begin(), readers.end());
+    HeldEnd told(readers);
+    all.push_back(&told);
     const auto failed = [&] { return (stream && stream->Error()) || keepers.Failed(); };
     int status = static_cast<int>(RunPlan(settings, outcome, all, Interrupted(), failed));
-    finished();
+    over();
     // An older answer that says otherwise is none any more.
     if (status == kCritical && options.tool.empty()) {
         unlink(StoredCheck().c_str());
     }
     status = reports.Close(keepers.Close(status));
-    return stream ? Closed(*stream, status) : status;
+    status = stream ? Closed(*stream, status) : status;
+    told.Close(status);
+    finished();
+    return status;
 }
 
 // The answer for some cards is none for all, and that of another tool or plan is none for this.
@@ -147,6 +190,8 @@ int Run(const RunOptions& onlyTold) {
             if (view) {
                 view->Close();
             }
+        },
+        [&] {
             const std::string text = report.Text(SizeOf(out).columns, colours);
             const std::string space = view || options.quiet ? "" : "\n";
             Print(out, space + text);
@@ -218,7 +263,7 @@ int AskCards(const RunOptions& onlyTold) {
     }
     const auto tell = [&line](const std::string& error) { line.Add(Status::unknown, error); };
     int status = RunWith(
-        options, configuration, readers, [] {}, tell);
+        options, configuration, readers, [] {}, [] {}, tell);
     // What came to no answer behind its last record is none for later questions.
     if (const std::string error = status == kUnknown ? "" : stored.Store(); !error.empty()) {
         line.Add(Status::unknown, error);
