@@ -43,6 +43,7 @@ int Answer(int argc, char** argv) {
     KeepStandardStreams();
     CLI::App app("Runs ZelDiag so that its verdict can be trusted", "zelhealth");
     app.require_subcommand(1);
+    DeclareVersion(app);
     std::vector<std::string> words(argv, argv + argc);
     int status = kGood;
     DeclareRun(app, words, status);

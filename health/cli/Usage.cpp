@@ -37,6 +37,10 @@ std::string FullName(const CLI::App* app) {
 
 }  // namespace
 
+void DeclareVersion(CLI::App& app) {
+    app.set_version_flag("--version", "zelhealth " ZELHEALTH_VERSION, "Print the version and exit");
+}
+
 std::string UsageError(const CLI::App* app, const CLI::Error& error) {
     const CLI::App* const command = Deepest(app);
     const std::string help = fmt::format("{} --help tells", FullName(command));

@@ -5,7 +5,7 @@ _zelhealth_options() {
     local reports='--html --junit --metrics --csv'
     local both="--plan --cards --jobs --expect-cards --no-history --output $reports --deadline --wait --tool"
     case $1 in
-        '') echo --help ;;
+        '') echo '--help --version' ;;
         run) echo "--help $both --repeat --quiet" ;;
         check) echo "--help $both --reason --max-age" ;;
         explain | cards) echo '--help --json' ;;
@@ -107,7 +107,7 @@ _zelhealth_word() {
         mode:2) _zelhealth_choose "$cur" normal offline maintenance memdiag ;;
         explain:*)
             _zelhealth_choose "$cur" "$(_zelhealth_tests)" passed failed unsupported skipped timed_out crashed \
-                not_run setup healthy degraded unknown
+                not_run setup healthy degraded unknown broken_off lost not_asked
             ;;
         report:*) _zelhealth_files "$cur" .jsonl ;;
     esac

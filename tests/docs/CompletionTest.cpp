@@ -273,6 +273,7 @@ TEST_P(Completion, OffersThePlansTestsAndVerdictsOfTheCompanion) {
     EXPECT_THAT(Offers("zelhealth history --test "),
                 IsSupersetOf(Together(tests, {"pcie", "smc"})));
     EXPECT_THAT(Offers("zelhealth fleet -- --r"), testing::ElementsAre("--repeat"));
+    EXPECT_THAT(Offers("zelhealth --v"), testing::ElementsAre("--version"));
     EXPECT_THAT(Offers("zelhealth mode zel0 "),
                 UnorderedElementsAreArray({"normal", "offline", "maintenance", "memdiag"}));
 }
