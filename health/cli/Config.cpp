@@ -4,13 +4,17 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
 
 #include "cli/Host.h"
 #include "host/Configuration.h"
 #include "host/Folders.h"
+#include "host/Likely.h"
+#include "host/OwnFiles.h"
 #include "host/Print.h"
 #include "host/SlurmSettings.h"
+#include "host/TomlFile.h"
 #include "host/Waivers.h"
 #include "inventory/Inventory.h"
 #include "plan/Plan.h"
@@ -19,36 +23,98 @@ namespace zelhealth {
 
 namespace {
 
-// Says what is wrong; true when nothing is.
+using Files = std::vector<std::string>;
+
+// Says all that is wrong with a file, in the order in which it is found; true when nothing is. What is wrong is left
+// out, and the rest read again; a table that lacks something is left out as a whole.
 template <typename Read>
-bool IsRight(const Read& read) {
+bool IsRight(const std::filesystem::path& name, const Read& read) {
+    bool right = true;
     try {
-        read();
-        return true;
+        TomlFile file = TomlFile::Load(name);
+        for (bool again = true; again;) {
+            try {
+                read(file);
+                again = false;
+            } catch (const TomlError& fault) {
+                right = false;
+                if (!file.HasLeftOut(fault)) {
+                    Complain(fault.what());
+                }
+                again = file.LeaveOut(fault);
+            }
+        }
     } catch (const std::runtime_error& fault) {
         Complain(fault.what());
         return false;
     }
+    return right;
 }
 
-void CheckConfiguration(const std::filesystem::path& file) {
-    const Configuration configuration = Configuration::Load(file);
+void CheckConfiguration(const std::filesystem::path& name, const TomlFile& file) {
+    const Configuration configuration = Configuration::Read(file);
     if (configuration.run.plan) {
         try {
             LoadPlan(*configuration.run.plan);
         } catch (const PlanError& fault) {
-            throw std::runtime_error(file.string() + ": [run] plan: " + fault.what());
+            throw std::runtime_error(name.string() + ": [run] plan: " + fault.what());
         }
     }
 }
 
+// The operator's file that was meant by another name; empty where none was. Plans may have any name, and copies
+// that an editor keeps have other ends.
+std::string MeantBy(const std::filesystem::path& name) {
+    Files stems;
+    for (const std::filesystem::path known : OperatorFiles()) {
+        if (known == name) {
+            return "";
+        }
+        if (known.extension() == name.extension()) {
+            stems.push_back(known.stem().string());
+        }
+    }
+    const std::string likely = Likely(name.stem().string(), stems);
+    return likely.empty() ? "" : likely + name.extension().string();
+}
+
+// Names that are like those of an operator's files: what stands there counts for nothing. True when there are none.
+bool HasNoOthers(const std::filesystem::path& folder) {
+    bool none = true;
+    std::error_code error;
+    Files names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    for (const std::string& name : names) {
+        if (const std::string meant = MeantBy(name); !meant.empty()) {
+            Complain(fmt::format("{}: nobody reads this file; probably {}",
+                                 (folder / name).string(), meant));
+            none = false;
+        }
+    }
+    return none;
+}
+
 int CheckFiles() {
     const std::filesystem::path folder = Folders::FromEnvironment().configuration;
-    const bool configuration = IsRight([&] { CheckConfiguration(folder / "zelhealth.toml"); });
-    const bool waivers = IsRight([&] { Waivers::Load(folder / "waivers.toml"); });
-    const bool inventory = IsRight([&] { Inventory::Load(folder); });
-    const bool slurm = IsRight([&] { CheckSlurmSettings(folder / "slurm.conf"); });
-    if (!configuration || !waivers || !inventory || !slurm) {
+    const std::filesystem::path configuration = folder / "zelhealth.toml";
+    bool right = IsRight(configuration, [&configuration](const TomlFile& file) {
+        CheckConfiguration(configuration, file);
+    });
+    right = IsRight(folder / "waivers.toml", Waivers::Read) && right;
+    right = IsRight(folder / "inventory.toml",
+                    [](const TomlFile& file) { Inventory().ReadCards(file); }) &&
+            right;
+    right =
+        IsRight(folder / "fleet.toml", [](const TomlFile& file) { Inventory().ReadFleet(file); }) &&
+        right;
+    for (const std::string& fault : FaultsOfSlurmSettings(folder / "slurm.conf")) {
+        Complain(fault);
+        right = false;
+    }
+    if (!HasNoOthers(folder) || !right) {
         return kUnknown;
     }
     std::string there;

@@ -65,8 +65,11 @@ std::vector<std::string> TestNames() {
 }  // namespace
 
 Configuration Configuration::Load(const std::filesystem::path& file) {
+    return Read(TomlFile::Load(file));
+}
+
+Configuration Configuration::Read(const TomlFile& text) {
     Configuration configuration;
-    const TomlFile text = TomlFile::Load(file);
     const TomlTable root = text.Root();
     root.Expect({"busy", "expect_cards", "run", "check", "deadlines", "history", "journal"});
     if (root.Has("busy"))

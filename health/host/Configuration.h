@@ -31,6 +31,7 @@
 #include <string>
 
 #include "history/HistoryLimits.h"
+#include "host/TomlFile.h"
 #include "report/ReportFiles.h"
 
 namespace zelhealth {
@@ -68,6 +69,9 @@ struct Configuration {
 
     // Without a file everything is as above. Throws std::runtime_error with file, line and reason.
     static Configuration Load(const std::filesystem::path& file);
+
+    // Throws TomlError.
+    static Configuration Read(const TomlFile& text);
 };
 
 }  // namespace zelhealth

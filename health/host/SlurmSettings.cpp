@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -80,32 +79,34 @@ std::string WhatIsWrongWith(const std::string& line) {
     return isRight ? "" : fmt::format("{} {}", key, setting->takes);
 }
 
-[[noreturn]] void Refuse(const std::filesystem::path& file, int line, const std::string& why) {
-    throw std::runtime_error(fmt::format("{}:{}: {}", file.string(), line, why));
-}
-
 }  // namespace
 
-void CheckSlurmSettings(const std::filesystem::path& file) {
+std::vector<std::string> FaultsOfSlurmSettings(const std::filesystem::path& file) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(file, error);
     if (status.type() == std::filesystem::file_type::not_found) {
-        return;
+        return {};
     }
+    std::vector<std::string> faults;
+    const auto add = [&](int line, const std::string& why) {
+        faults.push_back(fmt::format("{}:{}: {}", file.string(), line, why));
+    };
     std::ifstream in(file);
     if (status.type() != std::filesystem::file_type::regular || !in) {
-        Refuse(file, 0, "it cannot be read");
+        add(0, "it cannot be read");
+        return faults;
     }
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         ++number;
         if (const std::string why = WhatIsWrongWith(line); !why.empty()) {
-            Refuse(file, number, why);
+            add(number, why);
         }
     }
     if (in.bad()) {
-        Refuse(file, number, "it cannot be read");
+        add(number, "it cannot be read");
     }
+    return faults;
 }
 
 }  // namespace zelhealth

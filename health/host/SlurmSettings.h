@@ -4,10 +4,12 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace zelhealth {
 
-// Throws std::runtime_error with file, line and reason when the file is wrong. One that is not there is right.
-void CheckSlurmSettings(const std::filesystem::path& file);
+// What is wrong with the file, each with file, line and reason. One that is not there is right.
+std::vector<std::string> FaultsOfSlurmSettings(const std::filesystem::path& file);
 
 }  // namespace zelhealth

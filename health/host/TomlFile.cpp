@@ -7,6 +7,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
+#include <type_traits>
 
 #include "host/Likely.h"
 
@@ -17,8 +18,28 @@ namespace fs = std::filesystem;
 namespace {
 
 [[noreturn]] void Refuse(const std::string& file, const toml::source_region& where,
-                         const std::string& reason) {
-    throw std::runtime_error(fmt::format("{}:{}: {}", file, where.begin.line, reason));
+                         const std::string& reason, std::string_view key) {
+    throw TomlError(fmt::format("{}:{}: {}", file, where.begin.line, reason), where.begin, key);
+}
+
+// Finds the innermost table or array that holds what begins there, and has it taken out: a list of tables begins
+// where its first one does.
+template <typename Take>
+bool FindHolder(toml::node& node, const Take& take) {
+    bool found = false;
+    if (toml::table* const table = node.as_table()) {
+        for (auto entry = table->begin(); !found && entry != table->end(); ++entry) {
+            found = FindHolder(entry->second, take);
+        }
+        return found || take(*table);
+    }
+    if (toml::array* const array = node.as_array()) {
+        for (auto element = array->begin(); !found && element != array->end(); ++element) {
+            found = FindHolder(*element, take);
+        }
+        return found || take(*array);
+    }
+    return false;
 }
 
 }  // namespace
@@ -30,14 +51,15 @@ void TomlTable::Expect(const std::vector<std::string>& keys) const {
         const std::string likely = Likely(std::string(key.str()), keys);
         const std::string help = likely.empty() ? fmt::format("there are {}", fmt::join(keys, ", "))
                                                 : fmt::format("did you mean \"{}\"?", likely);
-        Refuse(*file_, key.source(), fmt::format("unknown key \"{}\"; {}", key.str(), help));
+        Refuse(*file_, key.source(), fmt::format("unknown key \"{}\"; {}", key.str(), help),
+               key.str());
     }
 }
 
 void TomlTable::Fail(std::string_view key, const std::string& reason) const {
     const toml::node* const value = table_->get(key);
     Refuse(*file_, value == nullptr ? table_->source() : value->source(),
-           fmt::format("\"{}\" {}", key, reason));
+           fmt::format("\"{}\" {}", key, reason), key);
 }
 
 template <typename Value>
@@ -135,11 +157,36 @@ std::vector<TomlTable> TomlTable::Tables(std::string_view key) const {
     if (!Has(key))
         return tables;
     const toml::array* const array = table_->get(key)->as_array();
-    if (array == nullptr || !array->is_homogeneous(toml::node_type::table))
+    if (array == nullptr || !(array->empty() || array->is_homogeneous(toml::node_type::table)))
         Fail(key, fmt::format("is written as [[{}]]", key));
     for (const toml::node& node : *array)
         tables.emplace_back(*node.as_table(), *file_);
     return tables;
+}
+
+bool TomlFile::LeaveOut(const TomlError& fault) {
+    const toml::source_position where = fault.Where();
+    return FindHolder(root_, [this, &where](auto& holder) {
+        for (auto entry = holder.begin(); entry != holder.end(); ++entry) {
+            if constexpr (std::is_same_v<decltype(holder), toml::table&>) {
+                const auto& [key, value] = *entry;
+                if (key.source().begin == where || value.source().begin == where) {
+                    leftOut_.emplace_back(holder.source().begin, key.str());
+                    holder.erase(entry);
+                    return true;
+                }
+            } else if (entry->source().begin == where) {
+                holder.erase(entry);
+                return true;
+            }
+        }
+        return false;
+    });
+}
+
+bool TomlFile::HasLeftOut(const TomlError& fault) const {
+    const std::pair place(fault.Where(), fault.Key());
+    return std::find(leftOut_.begin(), leftOut_.end(), place) != leftOut_.end();
 }
 
 TomlFile TomlFile::Load(const fs::path& file) {
@@ -157,7 +204,7 @@ TomlFile TomlFile::Load(const fs::path& file) {
     try {
         loaded.root_ = toml::parse(text);
     } catch (const toml::parse_error& fault) {
-        Refuse(loaded.name_, fault.source(), std::string(fault.description()));
+        Refuse(loaded.name_, fault.source(), std::string(fault.description()), "");
     }
     return loaded;
 }

@@ -1,15 +1,33 @@
 // An operator's TOML file, read strictly: what is unknown, missing or of another type is refused with
-// file, line and reason, as a std::runtime_error.
+// file, line and reason, as a TomlError; what cannot be read at all, as another std::runtime_error.
 #pragma once
 
 #include <toml++/toml.h>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace zelhealth {
+
+// What is wrong at one place of a file.
+class TomlError : public std::runtime_error {
+public:
+    TomlError(const std::string& text, const toml::source_position& where, std::string_view key)
+        : std::runtime_error(text), where_(where), key_(key) {}
+
+    // Where the key or its value begins, or the table that lacks it.
+    const toml::source_position& Where() const { return where_; }
+
+    // Empty where the file is no TOML.
+    const std::string& Key() const { return key_; }
+
+private:
+    toml::source_position where_;
+    std::string key_;
+};
 
 // A table of a file; it must not live longer than the file.
 class TomlTable {
@@ -65,10 +83,18 @@ public:
 
     TomlTable Root() const { return {root_, name_}; }
 
+    // Takes out what is wrong, so that what else is can be found. False where that is the whole file.
+    bool LeaveOut(const TomlError& fault);
+
+    // Whether what lacks has been left out.
+    bool HasLeftOut(const TomlError& fault) const;
+
 private:
     std::string name_;
     bool isThere_ = false;
     toml::table root_;
+    std::vector<std::pair<toml::source_position, std::string>>
+        leftOut_;  // of which table, which key
 };
 
 }  // namespace zelhealth

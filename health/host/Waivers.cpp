@@ -66,8 +66,11 @@ std::string Waiver::Text(system_clock::time_point now) const {
 }
 
 Waivers Waivers::Load(const std::filesystem::path& file) {
+    return Read(TomlFile::Load(file));
+}
+
+Waivers Waivers::Read(const TomlFile& text) {
     Waivers loaded;
-    const TomlFile text = TomlFile::Load(file);
     text.Root().Expect({"waiver"});
     for (const TomlTable& table : text.Root().Tables("waiver"))
         loaded.waivers_.push_back(ReadWaiver(table));

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "host/TomlFile.h"
+
 namespace zelhealth {
 
 struct Waiver {
@@ -32,6 +34,9 @@ public:
     // Without a file there are none. Throws std::runtime_error with file, line and reason when there is
     // one that is wrong: a waiver that is not understood must not become one for something else.
     static Waivers Load(const std::filesystem::path& file);
+
+    // Throws TomlError.
+    static Waivers Read(const TomlFile& text);
 
     // The waiver of a failure of a card: one that counts before one that has expired. Null without one.
     const Waiver* Find(const std::string& card, const std::string& pcie, const std::string& test,

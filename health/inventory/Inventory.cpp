@@ -103,13 +103,12 @@ bool IsBlank(const std::string& uuid) {
 
 Inventory Inventory::Load(const std::filesystem::path& folder) {
     Inventory inventory;
-    inventory.ReadCards(folder / "inventory.toml");
-    inventory.ReadFleet(folder / "fleet.toml");
+    inventory.ReadCards(TomlFile::Load(folder / "inventory.toml"));
+    inventory.ReadFleet(TomlFile::Load(folder / "fleet.toml"));
     return inventory;
 }
 
-void Inventory::ReadCards(const std::filesystem::path& file) {
-    const TomlFile text = TomlFile::Load(file);
+void Inventory::ReadCards(const TomlFile& text) {
     hasCards_ = text.IsThere();
     text.Root().Expect({"policy", "card"});
     policies_ = ReadPolicies(text.Root(), {{kMissing, Policy::fail}, {kUnexpected, Policy::warn}});
@@ -128,8 +127,7 @@ void Inventory::ReadCards(const std::filesystem::path& file) {
     }
 }
 
-void Inventory::ReadFleet(const std::filesystem::path& file) {
-    const TomlFile text = TomlFile::Load(file);
+void Inventory::ReadFleet(const TomlFile& text) {
     text.Root().Expect({"policy", "generation"});
     const auto policies = ReadPolicies(text.Root(), {});
     const auto generations = text.Root().Table("generation");

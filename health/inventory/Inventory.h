@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "host/TomlFile.h"
 #include "inventory/Field.h"
 
 namespace zelhealth {
@@ -42,6 +43,10 @@ public:
     // Without files nothing is expected. Throws std::runtime_error with file, line and reason when there
     // is one that is wrong: what is misread would call good cards bad.
     static Inventory Load(const std::filesystem::path& folder);
+
+    // Takes what inventory.toml says, and what fleet.toml says. Throw TomlError.
+    void ReadCards(const TomlFile& text);
+    void ReadFleet(const TomlFile& text);
 
     // Whether there is an inventory of this host.
     bool HasCards() const { return hasCards_; }
@@ -65,8 +70,6 @@ private:
         std::string source;  // for people: "the inventory"
     };
 
-    void ReadCards(const std::filesystem::path& file);
-    void ReadFleet(const std::filesystem::path& file);
     void CompareWith(const Expected& expected, const FoundCard& card,
                      std::vector<Difference>& differences) const;
     void CompareIdentity(const FoundCard& card, const std::vector<FoundCard>& all,
