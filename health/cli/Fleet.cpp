@@ -22,6 +22,7 @@
 #include "fleet/Step.h"
 #include "host/Print.h"
 #include "host/UtcTime.h"
+#include "plan/Plan.h"
 #include "readers/Colours.h"
 #include "readers/DrawnLines.h"
 #include "record/StreamReader.h"
@@ -39,6 +40,7 @@ struct FleetOptions {
     std::string plan;
     std::string folder;
     StepOptions step;
+    bool shared = false;
     bool quiet = false;
     ReportFiles files;
     std::vector<std::string> runOptions;
@@ -104,6 +106,27 @@ std::string MakeFolder(const std::string& wished) {
     return folder;
 }
 
+// The cards of jobs are not to be changed below them. Of a plan that only the nodes know, or that they choose, nobody
+// knows here what it does.
+bool ChangesCards(const std::string& plan) {
+    try {
+        return plan.empty() || LoadPlan(plan).Disturbs();
+    } catch (const PlanError&) {
+        return true;
+    }
+}
+
+// srun runs its step there.
+bool IsInAllocation() {
+    return !Variable("SLURM_JOB_ID").empty() || !Variable("SLURM_JOBID").empty();
+}
+
+bool NamesPartition(const std::vector<std::string>& srunOptions) {
+    return std::any_of(srunOptions.begin(), srunOptions.end(), [](const std::string& option) {
+        return option.starts_with("--partition") || option.starts_with("-p");
+    });
+}
+
 class Fleet {
 public:
     explicit Fleet(FleetOptions& options)
@@ -160,7 +183,6 @@ private:
         StepOptions& step = options_.step;
         step.folder = MakeFolder(options_.folder);
         step.name = fmt::format("zelhealth-{}", fs::path(step.folder).filename().string());
-        step.partition = options_.choice.partition;
         std::replace(step.name.begin(), step.name.end(), ' ', '_');
         step.name += fmt::format("-{}", getpid());
         step.program = step.program.empty() ? ProgramFolder() + "/zelhealth" : step.program;
@@ -168,7 +190,14 @@ private:
             step.words = {"--plan", options_.plan};
         }
         step.words.insert(step.words.end(), options_.runOptions.begin(), options_.runOptions.end());
-        const std::string trouble = RunStep(step, asked_, Out(), options_.quiet, Interrupted());
+        const bool isSlurmsChoice = IsInAllocation() || NamesPartition(step.srunOptions);
+        step.exclusive = !options_.shared && !IsInAllocation() && ChangesCards(options_.plan);
+        if (step.exclusive) {
+            TellOfJobs();
+        }
+        const std::string trouble =
+            RunSteps(step, isSlurmsChoice ? InOneStep(asked_) : ByPartition(asked_), asked_, Out(),
+                     options_.quiet, Interrupted());
         if (!trouble.empty()) {
             Complain(trouble);
             status_ = kUnknown;
@@ -180,6 +209,21 @@ private:
             if (fs::file_size(stream, error) > 0 && !error) {
                 streams_.push_back(stream);
             }
+        }
+    }
+
+    // Before somebody wonders why nothing begins.
+    void TellOfJobs() const {
+        std::vector<std::string> busy;
+        for (const Node& node : asked_) {
+            if (node.inStep && node.busy) {
+                busy.push_back(node.name);
+            }
+        }
+        if (!busy.empty()) {
+            Complain(fmt::format(
+                "jobs run on {}{}; the run waits for their end, unless --shared", busy.front(),
+                busy.size() > 1 ? fmt::format(" and {} more", busy.size() - 1) : ""));
         }
     }
 
@@ -294,6 +338,13 @@ void DeclareFleet(CLI::App& app, int& status) {
               ->add_option("--folder", options->folder,
                            "Where the streams go: a new folder that the nodes share")
               ->type_name("FOLDER"),
+          command
+              ->add_option("--wait", options->step.wait,
+                           "So long for nodes to become free; without it, until they are")
+              ->check(CLI::Range(1, 1000000))
+              ->type_name("SECONDS"),
+          command->add_flag("--shared", options->shared,
+                            "Beside jobs, also with a plan that changes cards"),
           command->add_option("--program", options->step.program, "zelhealth, as the nodes find it")
               ->type_name("PATH"),
           command

@@ -47,19 +47,22 @@ std::string FailureOf(const Json& record) {
 
 }  // namespace
 
-Follower::Follower(std::string folder, const std::vector<std::string>& nodes,
+Follower::Follower(std::string folder, const std::vector<std::vector<std::string>>& steps,
                    NodeProgress::Clock::time_point now)
-    : folder_(std::move(folder)), read_(nodes.size()), buffer_(kBlock + LineSource::kPadding) {
-    for (const std::string& name : nodes) {
-        progress_.emplace_back();
-        progress_.back().name = name;
-        progress_.back().heard = now;
-        progress_.back().due = now + kPatience;
+    : folder_(std::move(folder)), began_(steps.size()), buffer_(kBlock + LineSource::kPadding) {
+    for (std::size_t step = 0; step < steps.size(); ++step) {
+        for (const std::string& name : steps[step]) {
+            NodeProgress& node = progress_.emplace_back();
+            node.name = name;
+            node.step = step;
+            node.heard = now;
+            node.due = now + kPatience;
+        }
     }
+    read_.resize(progress_.size());
 }
 
 std::vector<const NodeProgress*> Follower::Look(NodeProgress::Clock::time_point now) {
-    const bool before = Began();
     std::vector<const NodeProgress*> ended;
     const std::size_t count = std::min(progress_.size(), kMostFiles);
     for (std::size_t i = 0; i < count; ++i) {
@@ -69,19 +72,26 @@ std::vector<const NodeProgress*> Follower::Look(NodeProgress::Clock::time_point 
             ended.push_back(&progress_[index]);
         }
     }
-    if (!before && Began()) {
-        // The step waited until now; others are given as long as if it began here.
-        for (NodeProgress& node : progress_) {
+    NoteBegun(now);
+    return ended;
+}
+
+// A step waited until now; its other nodes are given as long as if it began here.
+void Follower::NoteBegun(NodeProgress::Clock::time_point now) {
+    for (const NodeProgress& node : progress_) {
+        began_[node.step] = began_[node.step] || node.began;
+    }
+    for (NodeProgress& node : progress_) {
+        if (!node.asked && began_[node.step]) {
+            node.asked = true;
             node.heard = now;
             node.due = std::max(node.due, now + kPatience);
         }
     }
-    return ended;
 }
 
 bool Follower::Began() const {
-    return std::any_of(progress_.begin(), progress_.end(),
-                       [](const NodeProgress& node) { return node.began; });
+    return std::find(began_.begin(), began_.end(), true) != began_.end();
 }
 
 // Whether anything new stands there.

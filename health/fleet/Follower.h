@@ -19,6 +19,8 @@ struct NodeProgress {
     using Clock = std::chrono::steady_clock;
 
     std::string name;
+    std::size_t step = 0;  // in which it is asked
+    bool asked = false;    // that step has begun; until then it may wait for its nodes
     bool began = false;
     bool ended = false;
     int status = 0;         // what was seen until now; of a run that ended, its own
@@ -28,14 +30,15 @@ struct NodeProgress {
     Clock::time_point heard;
     Clock::time_point due;  // until then its silence is no wonder: a test may take its time
 
-    bool IsSilent(Clock::time_point now) const { return !ended && now > due; }
+    bool IsSilent(Clock::time_point now) const { return asked && !ended && now > due; }
 };
 
 class Follower {
 public:
     static constexpr std::size_t kMostFiles = 2000;
 
-    Follower(std::string folder, const std::vector<std::string>& nodes,
+    // The nodes of each step.
+    Follower(std::string folder, const std::vector<std::vector<std::string>>& steps,
              NodeProgress::Clock::time_point now);
 
     // Reads what has come, of no more than kMostFiles nodes: the next look goes on behind them. Gives the nodes
@@ -44,7 +47,8 @@ public:
 
     const std::vector<NodeProgress>& Nodes() const { return progress_; }
 
-    // Whether any node has said anything: until then, the step may wait for its nodes.
+    // Whether any node of a step has said anything, and of any step.
+    bool Began(std::size_t step) const { return began_[step]; }
     bool Began() const;
 
 private:
@@ -55,7 +59,10 @@ private:
     bool LookAt(std::size_t index, NodeProgress::Clock::time_point now);
     static void Read(NodeProgress& node, const Json& record, NodeProgress::Clock::time_point now);
 
+    void NoteBegun(NodeProgress::Clock::time_point now);
+
     std::string folder_;
+    std::vector<bool> began_;  // of each step
     std::vector<NodeProgress> progress_;
     std::vector<off_t> read_;  // of each file, whole lines
     std::size_t next_ = 0;

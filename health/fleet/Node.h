@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace zelhealth {
 
@@ -16,6 +17,12 @@ struct Node {
 
     // What is known beyond that when no answer comes, or only the beginning of one: "Slurm calls it down".
     std::string trouble;
+
+    // Those that take steps; the first one is Slurm's default where that is among them.
+    std::vector<std::string> partitions = {};
+
+    // Whether jobs run on it.
+    bool busy = false;
 };
 
 }  // namespace zelhealth

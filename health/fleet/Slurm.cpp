@@ -82,6 +82,7 @@ Node NodeOf(const std::string& name, const std::string& state, const std::string
         node.notAsked = base + why;
         return node;
     }
+    node.busy = base == "mixed" || base == "allocated" || base == "completing";
     static const std::unordered_set<std::string_view> takeSteps = {
         "idle", "mixed", "allocated", "completing", "planned", "reserved", "maint"};
     node.inStep = answers && takeSteps.contains(base);
@@ -92,6 +93,29 @@ Node NodeOf(const std::string& name, const std::string& state, const std::string
     return node;
 }
 
+// A line of sinfo: node, partition, whether that is up, state, reason, which may be anything.
+std::vector<std::string> FieldsOf(const std::string& line) {
+    constexpr std::size_t kBars = 4;
+    std::vector<std::string> fields;
+    std::size_t begin = 0;
+    for (std::size_t bar = 0; fields.size() < kBars; begin = bar + 1) {
+        bar = line.find('|', begin);
+        if (bar == std::string::npos) {
+            throw SlurmError("sinfo said what is not understood: " + FirstLine(line));
+        }
+        fields.push_back(line.substr(begin, bar - begin));
+    }
+    fields.push_back(line.substr(begin));
+    return fields;
+}
+
+// A star stands behind the default one.
+void AddPartition(Node& node, const std::string& name) {
+    const bool isDefault = name.ends_with('*');
+    node.partitions.insert(isDefault ? node.partitions.begin() : node.partitions.end(),
+                           name.substr(0, name.size() - (isDefault ? 1 : 0)));
+}
+
 bool IsOfName(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_' || c == '.';
 }
@@ -99,7 +123,7 @@ bool IsOfName(char c) {
 }  // namespace
 
 std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop) {
-    std::vector<std::string> command = {"sinfo", "--noheader", "--Node", "--format=%N|%T|%E"};
+    std::vector<std::string> command = {"sinfo", "--noheader", "--Node", "--format=%N|%P|%a|%T|%E"};
     if (!choice.nodes.empty()) {
         command.push_back("--nodes=" + choice.nodes);
     }
@@ -107,25 +131,29 @@ std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop) {
         command.push_back("--partition=" + choice.partition);
     }
     std::vector<Node> nodes;
-    std::unordered_set<std::string> known;
+    std::unordered_map<std::string, std::size_t> known;
     for (const std::string& line : LinesOf(Output(command, stop))) {
-        const std::size_t first = line.find('|');
-        const std::size_t second = line.find('|', first + 1);
-        if (first == std::string::npos || second == std::string::npos) {
-            throw SlurmError("sinfo said what is not understood: " + FirstLine(line));
+        const std::vector<std::string> fields = FieldsOf(line);
+        const auto [place, isNew] = known.try_emplace(fields[0], nodes.size());
+        if (isNew) {
+            nodes.push_back(NodeOf(fields[0], fields[3], fields[4]));
         }
-        const std::string name = line.substr(0, first);
-        if (known.insert(name).second) {
-            nodes.push_back(
-                NodeOf(name, line.substr(first + 1, second - first - 1), line.substr(second + 1)));
+        if (fields[2] == "up") {
+            AddPartition(nodes[place->second], fields[1]);
+        }
+    }
+    for (Node& node : nodes) {
+        if (node.inStep && node.partitions.empty()) {
+            node.inStep = false;
+            node.trouble = "no partition of it is up";
         }
     }
     if (!choice.nodes.empty()) {
         for (const std::string& name : NamesOf(choice.nodes)) {
             if (!known.contains(name)) {
                 throw SlurmError(fmt::format(
-                    "Slurm knows no node {}{}; sinfo lists them", name,
-                    choice.partition.empty() ? "" : " in partition " + choice.partition));
+                    "Slurm knows no node {} in {}; sinfo lists them", name,
+                    choice.partition.empty() ? "any partition" : "partition " + choice.partition));
             }
         }
     }
@@ -151,6 +179,12 @@ std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nod
     if (!options.partition.empty()) {
         command.push_back("--partition=" + options.partition);
     }
+    if (options.exclusive) {
+        command.emplace_back("--exclusive");
+    }
+    if (!options.wait.empty()) {
+        command.push_back("--immediate=" + options.wait);
+    }
     if (!options.timeLimit.empty()) {
         command.push_back("--time=" + options.timeLimit);
     }
@@ -161,22 +195,37 @@ std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nod
     return command;
 }
 
+std::string WhyNoNodes(const std::string& srunSaid) {
+    constexpr std::string_view kRefused = "Unable to allocate resources: ";
+    const std::size_t found = srunSaid.find(kRefused);
+    if (found == std::string::npos) {
+        return "";
+    }
+    const std::string why = FirstLine(srunSaid.substr(found + kRefused.size()));
+    return why == "Requested nodes are busy"
+               ? "no node was free in time, for jobs run on them; give a longer --wait, or --shared"
+               : "Slurm gives no node: " + why;
+}
+
 namespace {
 
-// Sends what `options` of scancel say to the step of that name.
+// Sends what `options` of scancel say to the steps of that name.
 bool Cancel(const std::string& name, const std::vector<std::string>& options, const Stop& stop) {
     try {
         const std::string steps =
             Output({"squeue", "--steps", "--noheader", "--format=%i %j"}, stop, kShortPatience);
+        std::vector<std::string> command = {"scancel"};
+        command.insert(command.end(), options.begin(), options.end());
+        const std::size_t words = command.size();
         for (const std::string& line : LinesOf(steps)) {
             const std::size_t blank = line.find(' ');
             if (blank != std::string::npos && line.substr(blank + 1) == name) {
-                std::vector<std::string> command = {"scancel"};
-                command.insert(command.end(), options.begin(), options.end());
                 command.push_back(line.substr(0, blank));
-                Output(command, stop, kShortPatience);
-                return true;
             }
+        }
+        if (command.size() > words) {
+            Output(command, stop, kShortPatience);
+            return true;
         }
     } catch (const SlurmError&) {
         // Whoever wants the step to end has stronger means.

@@ -28,8 +28,10 @@ struct NodeChoice {
 std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop);
 
 struct StepOptions {
-    std::string name;  // of the step: no other's
+    std::string name;  // of the step, and of those beside it: nobody else's
     std::string partition;
+    bool exclusive = false;                // no job of others runs on the nodes meanwhile
+    std::string wait;                      // seconds for nodes to become free; empty for ever
     std::string timeLimit;                 // as srun takes it; empty for the partition's
     std::vector<std::string> srunOptions;  // as they are
     std::string program;                   // zelhealth, as nodes find it
@@ -41,7 +43,10 @@ struct StepOptions {
 std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nodes,
                                      const std::string& nodeFile);
 
-// Asks the tasks of a step to end, or kills them. False when there is none of that name yet, or Slurm does not
+// Why Slurm gave no nodes, of what srun said: "no node was free in time". Empty when it says nothing of that.
+std::string WhyNoNodes(const std::string& srunSaid);
+
+// Asks the tasks of all steps of that name to end, or kills them. False when there is none yet, or Slurm does not
 // answer soon, or the stop is wished.
 bool TerminateStep(const std::string& name, const Stop& stop);
 bool KillStep(const std::string& name, const Stop& stop);

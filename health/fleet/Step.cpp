@@ -5,8 +5,11 @@
 #include <algorithm>
 #include <atomic>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <thread>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "fleet/FleetView.h"
 #include "fleet/Follower.h"
@@ -76,6 +79,38 @@ private:
     std::thread thread_;
 };
 
+// Those of all steps.
+class Sruns {
+public:
+    void Start(std::vector<std::string> command) {
+        sruns_.push_back(std::make_unique<Srun>(std::move(command)));
+    }
+
+    void End() {
+        for (const auto& srun : sruns_) {
+            srun->End();
+        }
+    }
+
+    void Kill() {
+        for (const auto& srun : sruns_) {
+            srun->Kill();
+        }
+    }
+
+    // True when all are done within that time.
+    bool WaitFor(int milliseconds) const {
+        return std::all_of(sruns_.begin(), sruns_.end(), [milliseconds](const auto& srun) {
+            return srun->WaitFor(milliseconds);
+        });
+    }
+
+    const Srun& operator[](std::size_t step) const { return *sruns_[step]; }
+
+private:
+    std::vector<std::unique_ptr<Srun>> sruns_;
+};
+
 // Shows a step on a terminal, or tells line by line.
 class Display {
 public:
@@ -136,28 +171,30 @@ std::string LastLineOf(const std::string& file) {
 
 // What the nodes themselves said where no stream tells it.
 void AddLogs(const std::string& folder, const Follower& follower, std::vector<Node>& nodes) {
-    std::size_t at = 0;
+    std::unordered_map<std::string_view, Node*> named;
     for (Node& node : nodes) {
-        if (!node.inStep) {
-            continue;
-        }
-        const NodeProgress& progress = follower.Nodes()[at++];
+        named.emplace(node.name, &node);
+    }
+    for (const NodeProgress& progress : follower.Nodes()) {
         if (!progress.ended) {
-            const std::string said = LastLineOf(fmt::format("{}/{}.log", folder, node.name));
+            const std::string said = LastLineOf(fmt::format("{}/{}.log", folder, progress.name));
+            Node& node = *named.at(progress.name);
             node.trouble = said.empty() ? node.trouble : said;
         }
     }
 }
 
-bool AllSilent(const Follower& follower) {
+// A step that waits for its nodes is not silent, and one that is over is nobody's concern.
+bool AllSilent(const Follower& follower, const Sruns& sruns) {
     const Clock::time_point now = Clock::now();
     return follower.Began() && std::all_of(follower.Nodes().begin(), follower.Nodes().end(),
-                                           [now](const NodeProgress& node) {
-                                               return node.ended || node.IsSilent(now);
+                                           [&sruns, now](const NodeProgress& node) {
+                                               return node.ended || node.IsSilent(now) ||
+                                                      sruns[node.step].IsDone();
                                            });
 }
 
-void Follow(Srun& srun, const std::string& name, Follower& follower, Display& display,
+void Follow(Sruns& sruns, const std::string& name, Follower& follower, Display& display,
             const Stop& stop) {
     const Clock::time_point begin = Clock::now();
     std::optional<Clock::time_point> ended;
@@ -165,21 +202,21 @@ void Follow(Srun& srun, const std::string& name, Follower& follower, Display& di
     bool told = false;
     const Stop never;
     const Stop& hurry = stop.Stronger() == nullptr ? never : *stop.Stronger();
-    while (!srun.WaitFor(kLookMilliseconds)) {
+    while (!sruns.WaitFor(kLookMilliseconds)) {
         display.Ended(follower.Look(Clock::now()));
         display.Show(follower.Nodes());
         const bool wished = stop.Requested();
-        if (!ended && (wished || AllSilent(follower))) {
+        if (!ended && (wished || AllSilent(follower, sruns))) {
             ended = Clock::now();
             display.Say(wished ? "ending the step; once more, and it is killed"
                                : "the nodes that are not done are silent; ending the step");
             // srun itself would kill the tasks, and leave cards in other modes than they were found.
             if (!TerminateStep(name, hurry) && !hurry.Requested()) {
-                srun.End();
+                sruns.End();
             }
         }
         if (ended && Clock::now() - *ended > kGrace) {
-            srun.End();
+            sruns.End();
         }
         if (!killed && hurry.Requested()) {
             killed = true;
@@ -188,7 +225,7 @@ void Follow(Srun& srun, const std::string& name, Follower& follower, Display& di
                 display.Say("the runs on the nodes may go on; scancel --name=" + name +
                             " ends them");
             }
-            srun.Kill();
+            sruns.Kill();
         }
         if (!told && !follower.Began() && Clock::now() - begin > kWaiting) {
             told = true;
@@ -202,8 +239,8 @@ void Follow(Srun& srun, const std::string& name, Follower& follower, Display& di
     display.Close();
 }
 
-std::string WriteNodes(const std::string& folder, const std::vector<std::string>& names) {
-    const std::string file = folder + "/nodes";
+// The file names them, and is named by the partition where there are several.
+std::string WriteNodes(const std::string& file, const std::vector<std::string>& names) {
     std::ofstream out(file);
     for (const std::string& name : names) {
         out << name << '\n';
@@ -214,37 +251,64 @@ std::string WriteNodes(const std::string& folder, const std::vector<std::string>
     return file;
 }
 
+// Of a step of which no node began.
+std::string WhyNotBegun(const ChildResult& srun, const std::string& folder) {
+    if (srun.end == ChildEnd::notStarted) {
+        return "srun cannot be started: " + srun.error;
+    }
+    if (std::string why = WhyNoNodes(srun.err); !why.empty()) {
+        return why;
+    }
+    const std::string said = Printable(Bounded(srun.err.substr(0, srun.err.find('\n'))));
+    return fmt::format(
+        "no node's stream came into {}, which has to be a folder that the nodes share{}{}", folder,
+        said.empty() ? "" : "; srun says: ", said);
+}
+
+void AddTrouble(const std::string& trouble, const std::vector<std::string>& names,
+                std::vector<Node>& nodes) {
+    const std::unordered_set<std::string_view> meant(names.begin(), names.end());
+    for (Node& node : nodes) {
+        node.trouble = meant.contains(node.name) ? trouble : node.trouble;
+    }
+}
+
 }  // namespace
 
-std::string RunStep(const StepOptions& options, std::vector<Node>& nodes, std::FILE* out,
-                    bool quiet, const Stop& stop) {
-    std::vector<std::string> names;
-    for (const Node& node : nodes) {
-        if (node.inStep) {
-            names.push_back(node.name);
-        }
-    }
-    if (names.empty()) {
+std::string RunSteps(const StepOptions& options, const std::vector<StepNodes>& steps,
+                     std::vector<Node>& nodes, std::FILE* out, bool quiet, const Stop& stop) {
+    if (steps.empty()) {
         return "no node takes a step";
     }
+    std::vector<std::vector<std::string>> names;
+    std::size_t count = 0;
+    for (const StepNodes& step : steps) {
+        names.push_back(step.names);
+        count += step.names.size();
+    }
     Follower follower(options.folder, names, Clock::now());
-    Display display(out, quiet, names.size());
-    const std::string file = WriteNodes(options.folder, names);
-    Srun srun(StepCommand(options, names.size(), file));
-    Follow(srun, options.name, follower, display, stop);
-    const ChildResult& result = srun.Result();
-    if (result.end == ChildEnd::notStarted) {
-        return "srun cannot be started: " + result.error;
+    Display display(out, quiet, count);
+    Sruns sruns;
+    for (const StepNodes& step : steps) {
+        const std::string file =
+            options.folder + "/nodes" + (steps.size() > 1 ? "-" + step.partition : "");
+        StepOptions own = options;
+        own.partition = step.partition;
+        sruns.Start(StepCommand(own, step.names.size(), WriteNodes(file, step.names)));
     }
-    AddTroubles(result.err, nodes);
+    Follow(sruns, options.name, follower, display, stop);
+    std::string troubles;
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        AddTroubles(sruns[i].Result().err, nodes);
+        if (!follower.Began(i) && !stop.Requested()) {
+            const std::string why = WhyNotBegun(sruns[i].Result(), options.folder);
+            AddTrouble(why, steps[i].names, nodes);
+            troubles += (troubles.empty() ? "" : "; ") +
+                        (steps.size() > 1 ? "partition " + steps[i].partition + ": " : "") + why;
+        }
+    }
     AddLogs(options.folder, follower, nodes);
-    if (!follower.Began() && !stop.Requested()) {
-        const std::string said = Printable(Bounded(result.err.substr(0, result.err.find('\n'))));
-        return fmt::format(
-            "no node's stream came into {}, which has to be a folder that the nodes share{}{}",
-            options.folder, said.empty() ? "" : "; srun says: ", said);
-    }
-    return "";
+    return troubles;
 }
 
 }  // namespace zelhealth

@@ -1,4 +1,4 @@
-// A step on the nodes of a cluster, from its start to its end.
+// Steps on the nodes of a cluster, side by side, from their start to their end.
 #pragma once
 
 #include <cstdio>
@@ -7,14 +7,15 @@
 
 #include "fleet/Node.h"
 #include "fleet/Slurm.h"
+#include "fleet/StepNodes.h"
 #include "run/Stop.h"
 
 namespace zelhealth {
 
-// Asks each node that is `inStep`, shows on `out` how far they are, and adds to nodes what is known of their
-// troubles. A wish to stop ends the step, and so does the silence of all nodes that are not done. Gives what went
-// wrong with the step as a whole; empty when nothing did.
-std::string RunStep(const StepOptions& options, std::vector<Node>& nodes, std::FILE* out,
-                    bool quiet, const Stop& stop);
+// Asks the nodes of the steps, shows on `out` how far they are, and adds to nodes what is known of their troubles. A
+// wish to stop ends the steps, and so does the silence of all nodes that are not done. Gives what went wrong with steps
+// as a whole; empty when nothing did.
+std::string RunSteps(const StepOptions& options, const std::vector<StepNodes>& steps,
+                     std::vector<Node>& nodes, std::FILE* out, bool quiet, const Stop& stop);
 
 }  // namespace zelhealth

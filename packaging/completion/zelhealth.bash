@@ -15,7 +15,7 @@ _zelhealth_options() {
         report) echo "--help $reports --text" ;;
         history) echo '--help --card --test --since --html --json' ;;
         fleet)
-            echo "--help --from --nodes --partition --plan --time --folder --program --srun --quiet $reports --"
+            echo "--help --from --nodes --partition --plan --time --folder --program --srun --shared --wait --quiet $reports --"
             ;;
         *) echo --help ;;
     esac

@@ -32,7 +32,7 @@ protected:
 
     Scratch scratch_;
     NodeProgress::Clock::time_point now_ = NodeProgress::Clock::now();
-    Follower follower_{scratch_.Path().string(), {"a", "b"}, now_};
+    Follower follower_{scratch_.Path().string(), {std::vector<std::string>{"a", "b"}}, now_};
 };
 
 TEST_F(Following, ReadsWhatHasComeSince) {
@@ -76,6 +76,24 @@ TEST_F(Following, PassesOverWhatIsNoRecord) {
     follower_.Look(now_);
     EXPECT_EQ(Node(0).tests, 1);
     EXPECT_EQ(Node(0).status, 1);
+}
+
+// It may wait for its nodes as long as it likes.
+TEST_F(Following, CallsNoNodeSilentOfAStepThatHasNotBegun) {
+    Follower follower(scratch_.Path().string(),
+                      {std::vector<std::string>{"a", "b"}, std::vector<std::string>{"c"}}, now_);
+    Append("a", RunStarted());
+    follower.Look(now_);
+    EXPECT_TRUE(follower.Began(0));
+    EXPECT_FALSE(follower.Began(1));
+    EXPECT_TRUE(follower.Nodes()[1].IsSilent(now_ + 241s));
+    EXPECT_FALSE(follower.Nodes()[2].IsSilent(now_ + 1h));
+    EXPECT_EQ(follower.Nodes()[2].step, 1U);
+    Append("c", RunStarted());
+    follower.Look(now_ + 1h);
+    EXPECT_TRUE(follower.Began(1));
+    EXPECT_FALSE(follower.Nodes()[2].IsSilent(now_ + 1h + 239s));
+    EXPECT_TRUE(follower.Nodes()[2].IsSilent(now_ + 1h + 241s));
 }
 
 TEST_F(Following, CallsANodeSilentWhenItsTestIsOverdue) {

@@ -41,17 +41,24 @@ protected:
 
 TEST_F(WithSlurm, NodesAreAskedThatTakeSteps) {
     scratch_.Script("sinfo", R"(cat << 'end'
-n1|idle|none
-n1|idle|none
-n2|mixed+|none
-n3|drained|bad fan | so
-n4|down*|Not responding
-n5|idle*|none
-n6|draining|x
+n1|big|up|idle|none
+n1|all*|up|idle|none
+n1|old|down|idle|none
+n2|all*|up|mixed+|none
+n3|all*|up|drained|bad fan | so
+n4|all*|up|down*|Not responding
+n5|all*|up|idle*|none
+n6|all*|up|draining|x
+n7|old|down|idle|none
 end
 )");
     const std::vector<Node> nodes = NodesOf({"", "all"}, stop_);
-    ASSERT_THAT(nodes, SizeIs(6));
+    ASSERT_THAT(nodes, SizeIs(7));
+    EXPECT_THAT(nodes[0].partitions, ElementsAre("all", "big"));
+    EXPECT_FALSE(nodes[0].busy);
+    EXPECT_TRUE(nodes[1].busy);
+    EXPECT_FALSE(nodes[6].inStep);
+    EXPECT_EQ(nodes[6].trouble, "no partition of it is up");
     EXPECT_TRUE(nodes[0].inStep);
     EXPECT_EQ(nodes[0].trouble, "");
     EXPECT_TRUE(nodes[1].inStep);
@@ -73,18 +80,21 @@ TEST_F(WithSlurm, WhatCannotBeAnsweredIsTold) {
     EXPECT_EQ(Error({"n1", ""}), "sinfo said what is not understood: gibberish");
     scratch_.Script("sinfo", "exit 0\n");
     EXPECT_EQ(Error({"", "p"}), "Slurm knows no such node; sinfo lists them");
-    scratch_.Script("sinfo", "echo 'n1|idle|none'\n");
+    EXPECT_EQ(Error({"n1", ""}), "Slurm knows no node n1 in any partition; sinfo lists them");
+    scratch_.Script("sinfo", "echo 'n1|p|up|idle'\n");
+    EXPECT_EQ(Error({"n1", ""}), "sinfo said what is not understood: n1|p|up|idle");
+    scratch_.Script("sinfo", "echo 'n1|p|up|idle|none'\n");
     EXPECT_EQ(Error({"n1,n2", "p"}), "Slurm knows no node n2 in partition p; sinfo lists them");
 }
 
 TEST_F(WithSlurm, TheStepOfThatNameIsTerminated) {
-    scratch_.Script("squeue", "printf '7.0 other\\n8.0 mine\\n'\n");
+    scratch_.Script("squeue", "printf '7.0 other\\n8.0 mine\\n9.0 mine\\n'\n");
     scratch_.Script("scancel", "echo \"$*\" >> " + (scratch_ / "said").string() + "\n");
     EXPECT_TRUE(TerminateStep("mine", stop_));
-    EXPECT_EQ(ReadText(scratch_ / "said"), "--signal=TERM 8.0\n");
+    EXPECT_EQ(ReadText(scratch_ / "said"), "--signal=TERM 8.0 9.0\n");
     EXPECT_FALSE(TerminateStep("none", stop_));
     EXPECT_TRUE(KillStep("mine", stop_));
-    EXPECT_EQ(ReadText(scratch_ / "said"), "--signal=TERM 8.0\n8.0\n--name=mine\n");
+    EXPECT_EQ(ReadText(scratch_ / "said"), "--signal=TERM 8.0 9.0\n8.0 9.0\n--name=mine\n");
     scratch_.Script("scancel", "exit 1\n");
     EXPECT_FALSE(TerminateStep("mine", stop_));
 }
@@ -108,14 +118,20 @@ TEST(Step, IsWhatIsAskedFor) {
     }
     EXPECT_THAT(command, Not(Contains(HasSubstr("--partition"))));
     EXPECT_THAT(command, Not(Contains(HasSubstr("--time"))));
+    EXPECT_THAT(command, Not(Contains(HasSubstr("--exclusive"))));
+    EXPECT_THAT(command, Not(Contains(HasSubstr("--immediate"))));
     options.partition = "p";
     options.timeLimit = "10";
-    options.srunOptions = {"--exclusive"};
+    options.exclusive = true;
+    options.wait = "7";
+    options.srunOptions = {"--overcommit"};
     options.words = {"--plan", "check"};
     command = StepCommand(options, 3, "/f/nodes");
     EXPECT_THAT(command, Contains("--partition=p"));
     EXPECT_THAT(command, Contains("--time=10"));
     EXPECT_THAT(command, Contains("--exclusive"));
+    EXPECT_THAT(command, Contains("--immediate=7"));
+    EXPECT_THAT(command, Contains("--overcommit"));
     EXPECT_EQ(std::vector(command.end() - 2, command.end()), options.words);
 }
 
@@ -142,6 +158,15 @@ TEST(Step, HasAFileOfItsOwnForEachNode) {
     EXPECT_EQ(ReadText(scratch / "said"), "");
     EXPECT_EQ(ReadText(scratch / "a folder/n3.jsonl"), "run --quiet --output - --plan my plan\n");
     EXPECT_EQ(ReadText(scratch / "a folder/n3.log"), "");
+}
+
+TEST(Step, IsNotBegunForAReason) {
+    EXPECT_EQ(WhyNoNodes("srun: error: bad\n"), "");
+    EXPECT_EQ(
+        WhyNoNodes("x\nsrun: error: Unable to allocate resources: Requested nodes are busy\ny"),
+        "no node was free in time, for jobs run on them; give a longer --wait, or --shared");
+    EXPECT_EQ(WhyNoNodes("srun: error: Unable to allocate resources: Invalid account\ny"),
+              "Slurm gives no node: Invalid account");
 }
 
 TEST(Step, TroublesAreThoseOfTheNodesThatAreNamed) {
