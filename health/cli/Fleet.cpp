@@ -191,8 +191,11 @@ private:
         }
         step.words.insert(step.words.end(), options_.runOptions.begin(), options_.runOptions.end());
         const bool isSlurmsChoice = IsInAllocation() || NamesPartition(step.srunOptions);
-        step.exclusive = !options_.shared && !IsInAllocation() && ChangesCards(options_.plan);
-        if (step.exclusive) {
+        const bool isAlone = !options_.shared && ChangesCards(options_.plan);
+        if (!IsInAllocation()) {
+            step.sharing = isAlone ? "--exclusive" : "--oversubscribe";
+        }
+        if (step.sharing == "--exclusive") {
             TellOfJobs();
         }
         const std::string trouble =

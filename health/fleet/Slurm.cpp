@@ -179,8 +179,8 @@ std::vector<std::string> StepCommand(const StepOptions& options, std::size_t nod
     if (!options.partition.empty()) {
         command.push_back("--partition=" + options.partition);
     }
-    if (options.exclusive) {
-        command.emplace_back("--exclusive");
+    if (!options.sharing.empty()) {
+        command.push_back(options.sharing);
     }
     if (!options.wait.empty()) {
         command.push_back("--immediate=" + options.wait);

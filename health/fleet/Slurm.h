@@ -30,8 +30,8 @@ std::vector<Node> NodesOf(const NodeChoice& choice, const Stop& stop);
 struct StepOptions {
     std::string name;  // of the step, and of those beside it: nobody else's
     std::string partition;
-    bool exclusive = false;                // no job of others runs on the nodes meanwhile
-    std::string wait;                      // seconds for nodes to become free; empty for ever
+    std::string sharing;  // with jobs: --exclusive, --oversubscribe, or what Slurm makes of neither
+    std::string wait;     // seconds for nodes to become free; empty for ever
     std::string timeLimit;                 // as srun takes it; empty for the partition's
     std::vector<std::string> srunOptions;  // as they are
     std::string program;                   // zelhealth, as nodes find it

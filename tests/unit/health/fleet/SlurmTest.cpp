@@ -122,7 +122,7 @@ TEST(Step, IsWhatIsAskedFor) {
     EXPECT_THAT(command, Not(Contains(HasSubstr("--immediate"))));
     options.partition = "p";
     options.timeLimit = "10";
-    options.exclusive = true;
+    options.sharing = "--exclusive";
     options.wait = "7";
     options.srunOptions = {"--overcommit"};
     options.words = {"--plan", "check"};
