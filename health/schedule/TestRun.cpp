@@ -52,8 +52,7 @@ TestOutcome RunTest(const std::string& tool, int card, const std::string& pcie,
     };
     const AskedTest asked{
         card, test.row->groupTitle, test.row->groupSummary, test.row->number, test.row->title,
-        pcie,
-        !test.options.empty()};
+        pcie, !test.options.empty()};
     TestOutcome outcome;
     outcome.child = RunChild(spec, stop);
     outcome.judgement = Judge(outcome.child, asked);
