@@ -203,20 +203,18 @@ bool MessagePattern::Matches(std::string_view line) const {
     return isWhole(line) || isWhole(std::string(line) + " ");
 }
 
-std::size_t MessagePattern::Begins(std::string_view line) const {
+bool MessagePattern::Begins(std::string_view line) const {
     if (line.find(fixed_) == line.npos) {
-        return 0;
+        return false;
     }
-    const std::size_t firstWord = std::min(line.find(' '), line.size());
     const Places ends = Reach(line, parts_.size());
-    for (std::size_t at = line.size(); at > firstWord; --at) {
-        const bool endsAWord =
-            at == line.size() || kBehindWords.find(line[at]) != kBehindWords.npos;
-        if (ends[at] && endsAWord) {
-            return at;
+    for (std::size_t at = line.find(' '); at < line.size(); ++at) {
+        const bool isBehindAWord = kBehindWords.find(line[at]) != kBehindWords.npos;
+        if (ends[at] && isBehindAWord && line.substr(0, at).find(' ') != line.npos) {
+            return true;
         }
     }
-    return 0;
+    return ends.back() && line.find(' ') != line.npos;
 }
 
 std::vector<std::string> MessagePattern::Inner(std::string_view line) const {

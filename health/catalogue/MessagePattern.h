@@ -20,8 +20,8 @@ public:
 
     bool Matches(std::string_view line) const;
 
-    // The longest beginning of the line that is one of several words and ends with a word; 0 where none is.
-    std::size_t Begins(std::string_view line) const;
+    // Whether the line begins with one, of several words, and goes on behind a word, or not at all.
+    bool Begins(std::string_view line) const;
 
     // What stands in a line in place of another message, "<cause>", or of a test's title: where that may begin
     // at several places, each of these. Nothing where it holds none, or the line is another.

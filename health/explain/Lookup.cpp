@@ -81,20 +81,13 @@ std::vector<Found> EndOf(const Index& index, std::string_view line, std::size_t 
     return {};
 }
 
-// What the text goes on behind: "Link trained down" of "Link trained down to 8 Lanes", the longest of such.
+// What the text goes on behind: "Link trained down" of "Link trained down to 8 Lanes".
 std::vector<Found> Beginning(const Index& index, std::string_view text) {
     std::vector<Found> found;
-    std::size_t longest = 0;
     for (const Index::Entry& entry : index.Entries()) {
-        const std::size_t length = entry.pattern.Begins(text);
-        if (length == 0 || length < longest) {
-            continue;
+        if (entry.pattern.Begins(text)) {
+            AddOnce(found, entry.found);
         }
-        if (length > longest) {
-            found.clear();
-        }
-        longest = length;
-        AddOnce(found, entry.found);
     }
     return found;
 }

@@ -164,7 +164,7 @@ TEST(Lookup, FindsMessagesBehindNamesAndInFrontOfMore) {
         EXPECT_THAT(Exact(what), ElementsAre(name)) << what;
     EXPECT_THAT(Exact("zel7: it does not answer: zelkeeper was killed"),
                 ElementsAre("zelkeeper was killed", "it does not answer: <reason>"));
-    // The longest that is known, and no beginning of a word.
+    // It goes on behind a word.
     EXPECT_THAT(Exact("zel0: the card is in use by 3 jobs"), ElementsAre("the card is in use"));
     EXPECT_THAT(LookUp("Link trained downwards").exact, false);
 }
