@@ -78,6 +78,17 @@ TEST_F(Following, PassesOverWhatIsNoRecord) {
     EXPECT_EQ(Node(0).status, 1);
 }
 
+// Whatever stands behind its end.
+TEST_F(Following, EndsANodeOnce) {
+    Append("a", RunStarted());
+    Append("a", RunFinished(0));
+    EXPECT_THAT(follower_.Look(now_), SizeIs(1));
+    Append("a", RunStarted());
+    Append("a", Tested("zel0", "vlw", "failed", "bad"));
+    EXPECT_THAT(follower_.Look(now_), IsEmpty());
+    EXPECT_EQ(Node(0).status, 0);
+}
+
 // It may wait for its nodes as long as it likes.
 TEST_F(Following, CallsNoNodeSilentOfAStepThatHasNotBegun) {
     Follower follower(scratch_.Path().string(),
