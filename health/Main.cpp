@@ -7,6 +7,7 @@
 
 #include "cli/Baseline.h"
 #include "cli/Cards.h"
+#include "cli/Check.h"
 #include "cli/Config.h"
 #include "cli/Explain.h"
 #include "cli/Fleet.h"

@@ -14,6 +14,7 @@
 #include <system_error>
 
 #include "cli/Host.h"
+#include "cli/Outputs.h"
 #include "cli/ReportOptions.h"
 #include "fleet/FleetData.h"
 #include "fleet/FleetText.h"
@@ -234,7 +235,8 @@ private:
         for (const std::string& name : options_.from) {
             AddStreams(name, streams_);
         }
-        if (const std::string clash = Clash(options_.files.Names(), streams_); !clash.empty()) {
+        if (const std::string clash = OutputClash(options_.files.Names(), streams_);
+            !clash.empty()) {
             throw Refusal(clash);
         }
         if (!options_.choice.nodes.empty()) {
@@ -300,7 +302,7 @@ int Answer(FleetOptions& options) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     try {
-        if (const std::string clash = Clash(options.files.Names(), {}); !clash.empty()) {
+        if (const std::string clash = OutputClash(options.files.Names()); !clash.empty()) {
             throw Refusal(clash);
         }
         return Fleet(options).Do();

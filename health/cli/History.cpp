@@ -19,13 +19,13 @@
 #include "catalogue/Catalogue.h"
 #include "cli/CardName.h"
 #include "cli/Host.h"
+#include "cli/Outputs.h"
 #include "history/History.h"
 #include "history/HistoryFile.h"
 #include "history/Show.h"
 #include "host/Folders.h"
 #include "host/Likely.h"
 #include "host/OutputFile.h"
-#include "host/OwnFiles.h"
 #include "host/Print.h"
 #include "host/UtcTime.h"
 #include "readers/Colours.h"
@@ -186,13 +186,8 @@ void ExpectSomething(const History& history, const Options& options) {
 
 // A page in its place would be the end of the history.
 void ExpectAnotherFile(const Options& options) {
-    const Folders folders = Folders::FromEnvironment();
-    const std::vector<std::string> names = {options.html.value_or("-")};
-    for (const std::string& clash :
-         {HistoryFile(folders.state / kHistoryFile).Clash(names), OwnFileClash(folders, names)}) {
-        if (!clash.empty()) {
-            throw NoAnswer(clash);
-        }
+    if (const std::string clash = OutputClash({options.html.value_or("-")}); !clash.empty()) {
+        throw NoAnswer(clash);
     }
 }
 

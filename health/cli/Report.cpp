@@ -6,9 +6,8 @@
 #include <memory>
 
 #include "cli/Host.h"
+#include "cli/Outputs.h"
 #include "cli/ReportOptions.h"
-#include "history/HistoryFile.h"
-#include "host/OwnFiles.h"
 #include "readers/Colours.h"
 #include "readers/LiveView.h"
 #include "record/StreamReader.h"
@@ -82,14 +81,9 @@ int MakeReport(Options& options) {
     if (options.text) {
         names.emplace_back("-");
     }
-    const Folders folders = Folders::FromEnvironment();
-    for (const std::string& clash :
-         {Clash(names, options.streams), HistoryFile(folders.state / kHistoryFile).Clash(names),
-          OwnFileClash(folders, names)}) {
-        if (!clash.empty()) {
-            Complain(clash);
-            return kUnknown;
-        }
+    if (const std::string clash = OutputClash(names, options.streams); !clash.empty()) {
+        Complain(clash);
+        return kUnknown;
     }
     return Reporting(options).Do();
 }

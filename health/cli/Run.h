@@ -1,4 +1,4 @@
-// zelhealth run, zelhealth check.
+// zelhealth run.
 #pragma once
 
 #include <CLI/App.hpp>
@@ -7,9 +7,8 @@
 
 namespace zelhealth {
 
-// Each declares its command below `app`; when it is given, it leaves its exit status in `status`. `words`
-// are those of the command line, for the record.
+// Declares the command below `app`; when it is given, it leaves its exit status in `status`. `words` are those of the
+// command line, for the record.
 void DeclareRun(CLI::App& app, const std::vector<std::string>& words, int& status);
-void DeclareCheck(CLI::App& app, const std::vector<std::string>& words, int& status);
 
 }  // namespace zelhealth

@@ -9,7 +9,9 @@
 
 namespace zelhealth {
 
-OwnReports::OwnReports(const ReportFiles& files) : reports_(files, Complain) {}
+OwnReports::OwnReports(const ReportFiles& files,
+                       const std::function<void(const std::string&)>& tell)
+    : reports_(files, tell) {}
 
 void OwnReports::Read(const Json& record) {
     if (record["record"] != "test_progress") {

@@ -19,7 +19,8 @@ namespace zelhealth {
 // Reports of the run itself, written when it is over.
 class OwnReports : public RecordReader {
 public:
-    explicit OwnReports(const ReportFiles& files);
+    // `tell` gets what cannot be written.
+    OwnReports(const ReportFiles& files, const std::function<void(const std::string&)>& tell);
 
     void Read(const Json& record) override;
 
