@@ -20,6 +20,8 @@ extern const std::string_view @constant@_sha256;
 const std::string_view @constant@_sha256 = "@hash@";
 }  // namespace @namespace@
 ]])
+    # Every compiler here takes longer texts than all compilers must.
+    set_source_files_properties(${embedded} PROPERTIES COMPILE_OPTIONS -Wno-overlength-strings)
     target_sources(${target} PRIVATE ${embedded})
   endforeach()
 endfunction()

@@ -48,7 +48,7 @@ std::vector<Divergence> Traits::DivergencesOf(
         for (const auto& [value, count] : values) {
             order.push_back(value);
         }
-        std::stable_sort(order.begin(), order.end(), [&values](auto one, auto other) {
+        std::stable_sort(order.begin(), order.end(), [&values = values](auto one, auto other) {
             return values.at(one) > values.at(other);
         });
         for (std::size_t i = 1; i < order.size(); ++i) {
