@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "run/ToolTexts.h"
 
@@ -322,13 +323,24 @@ private:
         }
     }
 
-    // All is complete: what was taken counts, unless the test has said two things.
+    // All is complete: what was taken counts, unless the test has said two things, or a failure stands where
+    // only free text should.
     void Settle() {
         if (verdicts_ != 1) {
             report_.complete = false;
             report_.problem =
                 fmt::format("{} lines say how test {} ended", verdicts_, asked_.number);
             return;
+        }
+        for (const auto& [said, taken] : {std::pair(report_.test, test_),
+                                          {report_.group, group_},
+                                          {report_.card, card_},
+                                          {report_.summary, summary_}}) {
+            if (said == Statement::failed && taken != said) {
+                report_.complete = false;
+                report_.problem = "one of two lines says FAILED, and the other does not";
+                return;
+            }
         }
         report_.test = test_;
         report_.group = group_;

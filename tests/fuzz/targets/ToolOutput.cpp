@@ -34,8 +34,15 @@ void ExpectSaid(std::string_view text, const zelhealth::AskedTest& asked) {
     for (const std::string& said : {test, "Test Group [" + asked.groupTitle + "]: PASSED",
                                     std::string("Device Status: OK"), std::string("): PASSED")})
         Expect(Times(text, said) >= 1, "passed without \"" + said + "\"");
-    for (const char* const said : {"]: FAILED", "): FAILED", "Device Status: FAILED"})
-        Expect(Times(text, said) == 0, std::string("passed with \"") + said + "\"");
+    // What the tool says of the card stands on lines of its own; the rest is what libraries print.
+    const std::string lines = "\n" + std::string(text);
+    for (const std::string& said : {"\nTest Group [" + asked.groupTitle + "]: FAILED\n",
+                                    std::string("\nDevice Status: FAILED\n")})
+        Expect(Times(lines, said) == 0, "passed with \"" + said + "\"");
+    for (std::size_t at = 0; (at = lines.find("\nzel0 (", at)) != std::string::npos; ++at) {
+        const std::string line = lines.substr(at + 1, lines.find('\n', at + 1) - at - 1);
+        Expect(line.find("): FAILED (") == std::string::npos, "passed with \"" + line + "\"");
+    }
 }
 
 }  // namespace

@@ -346,6 +346,16 @@ TEST_F(Twisted, AFailureInAnyOfTheStatementsFails) {
     EXPECT_EQ(With("Test 2: PASSED", "Test 2: FAILED", 1), Verdict::failed);
 }
 
+// Also where only libraries print: in front of the header, and while the test runs.
+TEST_F(Twisted, AFailureAmongFreeTextFails) {
+    for (const std::string place : {"ZelGetVersion  3.1.2 ", "free text"}) {
+        EXPECT_EQ(With(place, "zel1 (0000:03:00.0): FAILED (1)"), Verdict::failed) << place;
+        EXPECT_EQ(With(place, "Device Status: FAILED"), Verdict::failed) << place;
+        EXPECT_EQ(With(place, "Test Group [PCIE Diagnostics]: FAILED"), Verdict::failed) << place;
+        EXPECT_EQ(With(place, "it says FAILED (1)"), Verdict::passed) << place;
+    }
+}
+
 TEST_F(Twisted, PassedWithAnotherStatusIsNoPass) {
     EXPECT_EQ(Of(Healthy(), 1).verdict, Verdict::crashed);
     EXPECT_EQ(Of(Healthy(), 3).verdict, Verdict::crashed);
