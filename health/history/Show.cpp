@@ -147,13 +147,20 @@ std::vector<const TestHistory*> TroubledTests(const History& history) {
     return failed;
 }
 
-std::string FailureText(const History& history, const TestHistory& test, std::size_t columns,
-                        bool colours) {
-    const Trend& trend = test.trend;
-    const std::string title = Printable(TestTitle(history, test));
-    const bool now = trend.What() == Trend::Kind::failing;
-    std::string text = "\n" + Coloured(title, now ? "failed" : "degraded", colours) +
-                       (trend.Waived() ? "  waived\n" : "\n");
+std::string NameOf(const TestHistory& test) {
+    return test.name + (test.options.empty() ? "" : " " + test.options);
+}
+
+// What is said alike of tests of a card, such as of all where it does not answer.
+struct Trouble {
+    std::size_t card = 0;
+    std::string tests;
+    bool now = false;
+    bool waived = false;
+    std::string text;
+};
+
+std::string LinesOf(const Trend& trend, std::size_t columns) {
     const bool failed = trend.Failed() > 0;
     const Advice advice =
         AdviceFor({trend.Seen()}, trend.Seen(), failed ? trend.FailedAs() : trend.SilentAs());
@@ -165,6 +172,7 @@ std::string FailureText(const History& history, const TestHistory& test, std::si
                                    ? ""
                                    : fmt::format("not judged in the last {}: {}",
                                                  Runs(trend.Silent()), Words(trend.SilentAs()));
+    std::string text;
     for (const auto& [label, what] : {std::pair("is", FateOf(trend)),
                                       {"failed", counts},
                                       {"last", Strip(trend.Last())},
@@ -177,6 +185,33 @@ std::string FailureText(const History& history, const TestHistory& test, std::si
         }
     }
     return text;
+}
+
+std::vector<Trouble> Troubles(const History& history, std::size_t columns) {
+    std::vector<Trouble> troubles;
+    for (const TestHistory* const test : TroubledTests(history)) {
+        const Trend& trend = test->trend;
+        Trouble trouble{test->card, Printable(TestTitle(history, *test)),
+                        trend.What() == Trend::Kind::failing, trend.Waived(),
+                        LinesOf(trend, columns)};
+        const auto same =
+            std::find_if(troubles.begin(), troubles.end(), [&trouble](const Trouble& other) {
+                return other.card == trouble.card && other.now == trouble.now &&
+                       other.waived == trouble.waived && other.text == trouble.text;
+            });
+        if (same == troubles.end()) {
+            troubles.push_back(std::move(trouble));
+        } else {
+            same->tests += ", " + Printable(NameOf(*test));
+        }
+    }
+    return troubles;
+}
+
+std::string TroubleText(const Trouble& trouble, std::size_t columns, bool colours) {
+    return "\n" +
+           Coloured(Wrap(trouble.tests, columns, 0), trouble.now ? "failed" : "degraded", colours) +
+           (trouble.waived ? "  waived\n" : "\n") + trouble.text;
 }
 
 constexpr std::size_t kTitleColumns = 24;
@@ -244,8 +279,7 @@ std::string CardTitle(const History& history, const CardHistory& card) {
 }
 
 std::string TestTitle(const History& history, const TestHistory& test) {
-    return CardTitle(history, history.cards[test.card]) + " " + test.name +
-           (test.options.empty() ? "" : " " + test.options);
+    return CardTitle(history, history.cards[test.card]) + " " + NameOf(test);
 }
 
 std::string FateOf(const Trend& trend) {
@@ -279,8 +313,8 @@ std::string DriftOf(const Trend& trend) {
 
 std::string HistoryText(const History& history, std::size_t columns, bool colours, bool all) {
     std::string text = Head(history, colours) + CardTable(history, colours) + ReplacedText(history);
-    for (const TestHistory* const test : TroubledTests(history)) {
-        text += FailureText(history, *test, columns, colours);
+    for (const Trouble& trouble : Troubles(history, columns)) {
+        text += TroubleText(trouble, columns, colours);
     }
     return text + TimesText(history, all);
 }

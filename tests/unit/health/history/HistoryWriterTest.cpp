@@ -208,6 +208,23 @@ TEST_F(HistoryTest, TellsTheCardsOfASlotApart) {
     EXPECT_EQ(HistoryJson(history)["tests"][1]["uuid"], "4f3a91c2-2");
 }
 
+// Else a card that does not answer would be told of once a test.
+TEST_F(HistoryTest, TellsOnceWhatTheTestsOfACardHaveAlike) {
+    HistoryWriter writer = Writer();
+    writer.Read(RecordOf("host", "r1", RunStarted()));
+    writer.Read(RecordOf("host", "r1", CardStarted("zel0")));
+    for (const char* const test : {"vlw", "vls", "vdi"})
+        writer.Read(RecordOf("host", "r1", Tested("zel0", test, "not_run", "it is silent")));
+    writer.Read(RecordOf("host", "r1", Tested("zel0", "vbs", "failed", "x")));
+    writer.Read(RecordOf("host", "r1", CardFinished("zel0", "failed")));
+    writer.Close();
+    const std::string text = HistoryText(Ask(), 80, false, false);
+    for (const char* const said :
+         {"\nzel0 pcie.vdi, pcie.vls, pcie.vlw\n  but    not judged in the last 1 run",
+          "\nzel0 pcie.vbs\n  is  "})
+        EXPECT_THAT(text, HasSubstr(said));
+}
+
 // One that is dead tells no uuid, and the run names it by its address.
 TEST_F(HistoryTest, KnowsADeadCardByItsSlot) {
     const std::string slot = CardStarted("zel0")["pcie"];
