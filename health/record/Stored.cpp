@@ -28,7 +28,7 @@ bool ChangedSince(const fs::path& folder, const fs::path& file) {
     const auto isNewer = [then](const fs::path& path) {
         std::error_code gone;
         const fs::file_time_type time = fs::last_write_time(path, gone);
-        return !gone && time > then;
+        return !gone && time >= then;  // a clock of files ticks every few milliseconds
     };
     bool changed = isNewer(folder);
     for (fs::directory_iterator entry(folder, error), end; !error && !changed && entry != end;
